@@ -1,0 +1,40 @@
+# Install rules: library, headers (flat, in include/velstd), CMake package, pkg-config file.
+include(CMakePackageConfigHelpers)
+
+set(velstdPackageDir "${CMAKE_INSTALL_LIBDIR}/cmake/velstd")
+
+install(TARGETS velstd EXPORT velstdTargets
+        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+        ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+        RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+foreach(dir IN LISTS VELSTD_HEADER_DIRS)
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/${dir}/"
+          DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/velstd"
+          FILES_MATCHING PATTERN "*.h")
+endforeach()
+
+install(EXPORT velstdTargets NAMESPACE velstd:: DESTINATION "${velstdPackageDir}")
+configure_package_config_file(
+  "${PROJECT_SOURCE_DIR}/cmake/velstdConfig.cmake.in"
+  "${PROJECT_BINARY_DIR}/velstdConfig.cmake"
+  INSTALL_DESTINATION "${velstdPackageDir}"
+  NO_SET_AND_CHECK_MACRO)
+# Before 1.0 a minor version may change the interface.
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/velstdConfigVersion.cmake"
+  COMPATIBILITY SameMinorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/velstdConfig.cmake"
+              "${PROJECT_BINARY_DIR}/velstdConfigVersion.cmake"
+        DESTINATION "${velstdPackageDir}")
+
+# The prefix is told relative to the .pc file, so that the installed tree may be moved.
+file(RELATIVE_PATH velstdPcToPrefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+string(REGEX REPLACE "/$" "" velstdPcToPrefix "${velstdPcToPrefix}")
+set(velstdPcCflags "")
+if(VELSTD_WCHAR16)
+  string(APPEND velstdPcCflags " -fshort-wchar -DVELSTD_WCHAR16=1")
+endif()
+if(VELSTD_CHECKED)
+  string(APPEND velstdPcCflags " -DVELSTD_CHECKED=1")
+endif()
+configure_file("${PROJECT_SOURCE_DIR}/cmake/velstd.pc.in" "${PROJECT_BINARY_DIR}/velstd.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/velstd.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

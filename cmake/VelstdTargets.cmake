@@ -1,0 +1,99 @@
+# velstd_test(stem), velstd_bench(stem), velstd_example(stem), velstd_tool(name sources...).
+
+# Seconds a test may run; instrumented programs are several times slower.
+if(VELSTD_SANITIZE OR VELSTD_COVERAGE)
+  set(VELSTD_TEST_SECONDS 480)
+else()
+  set(VELSTD_TEST_SECONDS 120)
+endif()
+
+# What every program of this project gets.
+function(velstd_program target)
+  set_target_properties(${target} PROPERTIES
+    CXX_STANDARD 17 CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF
+    C_STANDARD 99 C_STANDARD_REQUIRED ON C_EXTENSIONS OFF)
+  target_link_libraries(${target} PRIVATE velstd::velstd Threads::Threads)
+  velstd_warnings(${target})
+  velstd_instrument(${target})
+endfunction()
+
+# Common properties of one ctest entry.
+function(velstd_ctest name)
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${VELSTD_TEST_SECONDS})
+  if(VELSTD_SANITIZE)
+    set_tests_properties(${name} PROPERTIES ENVIRONMENT
+      "ASAN_OPTIONS=allocator_may_return_null=1:detect_stack_use_after_return=1;UBSAN_OPTIONS=print_stacktrace=1;TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1")
+  endif()
+endfunction()
+
+# One test program, and one ctest entry of the same name, from the files of the current folder
+# that exist:
+#   <stem>_test.cpp    GoogleTest suites
+#   <stem>_test.c      C99: part of that program, or without the .cpp a program with its own main
+#   <stem>_plugin.cpp  a shared library <stem>_plugin that the program is linked with
+# The program knows VELSTD_SOURCE_DIR, the root of the checkout, VELSTD_BINARY_DIR, a folder it may
+# write to, and VELSTD_LIBRARY_FILE, the library under test.
+function(velstd_test stem)
+  set(dir "${CMAKE_CURRENT_SOURCE_DIR}")
+  set(target "${stem}_test")
+  set(sources "")
+  foreach(extension cpp c)
+    if(EXISTS "${dir}/${stem}_test.${extension}")
+      list(APPEND sources "${stem}_test.${extension}")
+    endif()
+  endforeach()
+  add_executable(${target} ${sources})
+  velstd_program(${target})
+  target_include_directories(${target} PRIVATE "${dir}")
+  target_compile_definitions(${target} PRIVATE
+    "VELSTD_SOURCE_DIR=\"${PROJECT_SOURCE_DIR}\""
+    "VELSTD_BINARY_DIR=\"${CMAKE_CURRENT_BINARY_DIR}\""
+    "VELSTD_LIBRARY_FILE=\"$<TARGET_FILE:velstd>\"")
+  if(EXISTS "${dir}/${stem}_test.cpp")
+    target_link_libraries(${target} PRIVATE GTest::gtest_main GTest::gmock ${CMAKE_DL_LIBS})
+  endif()
+  if(EXISTS "${dir}/${stem}_plugin.cpp")
+    add_library(${stem}_plugin SHARED "${stem}_plugin.cpp")
+    velstd_program(${stem}_plugin)
+    target_link_libraries(${target} PRIVATE ${stem}_plugin)
+  endif()
+  add_test(NAME ${stem} COMMAND ${target})
+  velstd_ctest(${stem})
+endfunction()
+
+# The program <stem>_bench from <stem>_bench.cpp.
+function(velstd_bench stem)
+  add_executable(${stem}_bench "${stem}_bench.cpp")
+  velstd_program(${stem}_bench)
+  target_link_libraries(${stem}_bench PRIVATE benchmark::benchmark_main)
+endfunction()
+
+# The program example_<stem> from <stem>.cpp or, in C99, <stem>.c; its ctest entry compares what it
+# writes to standard output with <stem>.expected, byte by byte.
+function(velstd_example stem)
+  set(source "${stem}.cpp")
+  if(NOT EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/${source}")
+    set(source "${stem}.c")
+  endif()
+  add_executable(example_${stem} "${source}")
+  velstd_program(example_${stem})
+  add_test(NAME example_${stem}
+    COMMAND "${CMAKE_COMMAND}"
+      "-DPROGRAM=$<TARGET_FILE:example_${stem}>"
+      "-DEXPECTED=${CMAKE_CURRENT_SOURCE_DIR}/${stem}.expected"
+      "-DACTUAL=${CMAKE_CURRENT_BINARY_DIR}/${stem}.actual"
+      -P "${PROJECT_SOURCE_DIR}/cmake/CompareOutput.cmake")
+  velstd_ctest(example_${stem})
+endfunction()
+
+# A command line tool, installed with the library.
+function(velstd_tool name)
+  add_executable(${name} ${ARGN})
+  velstd_program(${name})
+  if(VELSTD_INSTALL)
+    # Found next to the library wherever the prefix is moved to.
+    file(RELATIVE_PATH toLibrary "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
+    set_target_properties(${name} PROPERTIES INSTALL_RPATH "$ORIGIN/${toLibrary}")
+    install(TARGETS ${name} RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+  endif()
+endfunction()

@@ -1,0 +1,114 @@
+// korset.h - sorted sets of pointers.
+//
+// A set keeps its pointers in the order of a comparison function that the
+// creator gives; elements it calls equal are one element.
+// Cost: search logarithmic, insertion and removal linear.
+// Throws: as korxarray.h. Threads: no locks. Ownership: the set owns no
+// element.
+#ifndef VELSTD_KORBASE_KORSET_H
+#define VELSTD_KORBASE_KORSET_H
+
+#include <type_traits>
+
+#include "korcompare.h"
+#include "korxarray.h"
+
+/// Walks a pointer array from the front. Insertion and removal behind the
+/// iterator's back shift what it sees next; the array must outlive it.
+class VELSTD_API korIterImpl {
+ public:
+  explicit korIterImpl(const korXArrayImpl& walked) : array(&walked) {}
+
+  /// True when there is no current element any more.
+  bool Finished() const { return position >= array->GetCount(); }
+
+  /// Goes to the next element; stays at the end.
+  void Next() {
+    if (!Finished()) ++position;
+  }
+
+  /// Goes back to the first element.
+  void Reset() { position = 0; }
+
+  /// The current element; null at the end.
+  void* GetElement() const { return array->GetAt(position); }
+
+  /// A new iterator at the same place, owned: the caller deletes it.
+  korIterImpl* Reproduce() const { return new korIterImpl(*this); }
+
+ private:
+  const korXArrayImpl* array;
+  int position = 0;
+};
+
+/// The set over array class A with iterator class I.
+template <class T, class A, class I>
+class VELSTD_API korSetBase {
+  static_assert(std::is_pointer<T>::value, "elements are pointers");
+
+ public:
+  using Compare = int (*)(const void*, const void*);
+
+  class Iter : public I {
+   public:
+    explicit Iter(const A& walked) : I(walked) {}
+    /// The current element; null at the end.
+    T Get() const { return static_cast<T>(this->GetElement()); }
+    /// A new iterator at the same place, owned: the caller deletes it.
+    Iter* Reproduce() const { return new Iter(*this); }
+  };
+
+  /// An empty set ordered by `order`, which is called as
+  /// order(new element, element of the set).
+  explicit korSetBase(Compare order, int step = kKorDefaultStep) : array(step), compare(order) {}
+  korSetBase(const korSetBase&) = delete;
+  korSetBase& operator=(const korSetBase&) = delete;
+
+  /// Adds `element` and answers true; an equal element already there is
+  /// replaced, and the answer is false.
+  bool Insert(T element) {
+    int position = 0;
+    if (array._Lookup(element, compare, &position)) {
+      array.SetAt(position, Erase(element));
+      return false;
+    }
+    return array.InsertAt(position, Erase(element));
+  }
+  /// The same as Insert.
+  bool Add(T element) { return Insert(element); }
+
+  /// Removes the element equal to `element`; false when there is none.
+  bool Remove(T element) {
+    int position = 0;
+    return array._Lookup(element, compare, &position) && array.RemoveAt(position);
+  }
+
+  bool Contains(T element) const {
+    int position = 0;
+    return array._Lookup(element, compare, &position);
+  }
+
+  void RemoveAll() { array.RemoveAll(); }
+  int GetCount() const { return array.GetCount(); }
+
+  /// Element `position` in the set's order; null outside 0 .. count - 1.
+  T GetAt(int position) const { return static_cast<T>(array.GetAt(position)); }
+
+  /// A new iterator at the first element, owned: the caller deletes it.
+  Iter* GetIter() const { return new Iter(array); }
+
+ private:
+  static void* Erase(T element) { return const_cast<void*>(static_cast<const void*>(element)); }
+
+  A array;
+  Compare compare;
+};
+
+template <class T>
+class VELSTD_API korSet : public korSetBase<T, korXArrayImpl, korIterImpl> {
+ public:
+  using Base = korSetBase<T, korXArrayImpl, korIterImpl>;
+  explicit korSet(typename Base::Compare order, int step = kKorDefaultStep) : Base(order, step) {}
+};
+
+#endif  // VELSTD_KORBASE_KORSET_H

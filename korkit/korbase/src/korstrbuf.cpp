@@ -1,0 +1,161 @@
+#include "korstrbuf.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "koralloc.h"
+#include "korcount.h"
+#include "kormbcs.h"
+#include "korstring.h"
+
+namespace {
+
+template <class Ch>
+struct Width;
+template <>
+struct Width<char> {
+  using Other = wchar_t;
+  static std::size_t Convert(char* dest, const wchar_t* source, std::size_t units) {
+    return korWcToMbLossy(dest, source, units);
+  }
+};
+template <>
+struct Width<wchar_t> {
+  using Other = char;
+  static std::size_t Convert(wchar_t* dest, const char* source, std::size_t units) {
+    return korMbToWcLossy(dest, source, units);
+  }
+};
+
+}  // namespace
+
+template <>
+std::atomic<char*>& korStrBuf::Text<char>() {
+  return narrowText;
+}
+template <>
+std::atomic<wchar_t*>& korStrBuf::Text<wchar_t>() {
+  return wideText;
+}
+
+bool korStrBuf::IsInline(const void* text) const { return text == this + 1; }
+
+bool korStrBuf::IsShared() const { return count.load(std::memory_order_acquire) != 1; }
+
+template <class Ch>
+korStrBuf* korStrBuf::Alloc(std::size_t size, Ch** text) {
+  if (size < sizeof(Ch)) size = sizeof(Ch);
+  if (size / sizeof(Ch) > kMaxLength + 1) velThrowSizeLimit();
+  void* block = korAlloc(sizeof(korStrBuf) + size);
+  if (!block) throw std::bad_alloc();
+  auto* buffer = new (block) korStrBuf;
+  buffer->room = size;
+  auto* form = reinterpret_cast<Ch*>(buffer + 1);
+  buffer->Text<Ch>().store(form, std::memory_order_relaxed);
+  *text = form;
+  return buffer;
+}
+
+korStrBuf* korStrBuf::AllocMB(std::size_t size, char** narrow) { return Alloc(size, narrow); }
+korStrBuf* korStrBuf::AllocWC(std::size_t size, wchar_t** wide) { return Alloc(size, wide); }
+
+// The conversion runs on the side; whoever publishes first wins, so that a form
+// that was once handed out never moves while the buffer is shared.
+template <class Ch>
+Ch* korStrBuf::ProduceForm() {
+  std::atomic<Ch*>& mine = Text<Ch>();
+  if (Ch* ready = mine.load(std::memory_order_acquire)) return ready;
+  using Other = typename Width<Ch>::Other;
+  const Other* source = Text<Other>().load(std::memory_order_acquire);
+  const std::size_t units = Strlen(source);
+  const std::size_t length = Width<Ch>::Convert(nullptr, source, units);
+  if (length > kMaxLength) velThrowSizeLimit();
+  auto* made = static_cast<Ch*>(korAlloc((length + 1) * sizeof(Ch)));
+  if (!made) throw std::bad_alloc();
+  Width<Ch>::Convert(made, source, units);
+  made[length] = 0;
+  Ch* published = nullptr;
+  if (mine.compare_exchange_strong(published, made, std::memory_order_acq_rel)) return made;
+  korFree(made);
+  return published;
+}
+
+korStrBuf* korStrBuf::Produce(char** narrow, wchar_t** wide) {
+  const bool both = !narrow && !wide;
+  if (narrow || both) {
+    char* form = ProduceForm<char>();
+    if (narrow) *narrow = form;
+  }
+  if (wide || both) {
+    wchar_t* form = ProduceForm<wchar_t>();
+    if (wide) *wide = form;
+  }
+  return this;
+}
+
+template <class Ch>
+korStrBuf* korStrBuf::Resize(std::size_t size, Ch** text, int keep) {
+  Ch* old = keep ? ProduceForm<Ch>() : Text<Ch>().load(std::memory_order_acquire);
+  const bool shared = IsShared();
+  if (!shared && IsInline(old) && size <= room) {
+    editedWide = sizeof(Ch) != sizeof(char);
+    if (keep && size >= sizeof(Ch)) old[size / sizeof(Ch) - 1] = 0;
+    *text = old;
+    return this;
+  }
+  // A text that outgrows its buffer is being built up: doubling keeps a long
+  // row of appends linear.
+  std::size_t wanted = size;
+  if (!shared && IsInline(old) && wanted < 2 * room) {
+    wanted = 2 * room;
+    if (wanted / sizeof(Ch) > kMaxLength + 1) wanted = size;
+  }
+  Ch* fresh;
+  korStrBuf* buffer = Alloc(wanted, &fresh);
+  if (keep) {
+    std::size_t length = Strlen(old);
+    const std::size_t most = size < sizeof(Ch) ? 0 : size / sizeof(Ch) - 1;
+    if (length > most) length = most;
+    std::memcpy(fresh, old, length * sizeof(Ch));
+    fresh[length] = 0;
+  } else {
+    fresh[0] = 0;
+  }
+  buffer->editedWide = sizeof(Ch) != sizeof(char);
+  Release();
+  *text = fresh;
+  return buffer;
+}
+
+korStrBuf* korStrBuf::ResizeMB(std::size_t size, char** narrow, int keep) {
+  return Resize(size, narrow, keep);
+}
+korStrBuf* korStrBuf::ResizeWC(std::size_t size, wchar_t** wide, int keep) {
+  return Resize(size, wide, keep);
+}
+
+void korStrBuf::Commit() {
+  // The form that a resize made writable is the one behind the header, so the
+  // stale one always has a block of its own.
+  if (editedWide) {
+    korFree(narrowText.exchange(nullptr, std::memory_order_relaxed));
+  } else {
+    korFree(wideText.exchange(nullptr, std::memory_order_relaxed));
+  }
+}
+
+void korStrBuf::Attach(char** narrow, wchar_t** wide) {
+  korCountUp(count);
+  if (narrow) *narrow = narrowText.load(std::memory_order_acquire);
+  if (wide) *wide = wideText.load(std::memory_order_acquire);
+}
+
+void korStrBuf::Release() {
+  if (korCountDown(count) != 1) return;
+  char* narrow = narrowText.load(std::memory_order_relaxed);
+  wchar_t* wide = wideText.load(std::memory_order_relaxed);
+  if (!IsInline(narrow)) korFree(narrow);
+  if (!IsInline(wide)) korFree(wide);
+  korFree(this);
+}

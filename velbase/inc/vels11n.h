@@ -1,0 +1,68 @@
+// vels11n.h - what deserializers need of the core.
+//
+// The library reads no format of its own. A deserializer makes an empty object
+// of a type with _s11n_create, sets one attribute after the other with
+// _s11n_set<Attribute>, and hands the object on; a context travels along.
+#ifndef VELSTD_VELBASE_VELS11N_H
+#define VELSTD_VELBASE_VELS11N_H
+
+#include "korapi.h"
+#include "xany.h"
+#include "xrchandle.h"
+#include "xstring.h"
+
+class xanydictionary;
+
+/// What is known during one deserialization: the object at the top, and values
+/// that the parties leave for each other by name.
+/// Threads: one context, one thread.
+class VELSTD_API velS11nContext {
+ public:
+  /// An empty root and no values. Throws std::bad_alloc.
+  velS11nContext();
+  /// Gives back the values, then the root.
+  virtual ~velS11nContext();
+  velS11nContext(const velS11nContext&) = delete;
+  velS11nContext& operator=(const velS11nContext&) = delete;
+
+  void setRootObject(xrcunihandle<xobject> newRoot);
+  xrcunihandle<xobject> getRootObject() const;
+
+  /// Stores `value` under `name`, replacing an earlier one. Throws velXNull
+  /// for a null name.
+  void setUserData(const char* name, xany value);
+  /// The same under the empty name.
+  void setUserData(xany value);
+  /// The value stored under `name`; uninit if there is none. Throws velXNull
+  /// for a null name.
+  xany getUserData(const char* name) const;
+  xany getUserData() const;
+
+ private:
+  xrcunihandle<xobject> root;
+  xrchandle<xanydictionary> userData;
+};
+
+/// The door through which the library makes and fills objects by their private
+/// _s11n_ members; every class that has some is its friend.
+struct VELSTD_API velS11nAccess {
+  /// A new, empty object of class C with one reference (owned by the caller).
+  template <class C>
+  static C* create(velS11nContext* context) {
+    return static_cast<C*>(C::_s11n_create(context));
+  }
+
+  /// The same as an object.
+  template <class C>
+  static xobject* createObject(velS11nContext* context) {
+    return create<C>(context);
+  }
+
+  /// Calls a setter of `object`.
+  template <class C, class T>
+  static void set(C* object, void (C::*setter)(T), T value) {
+    (object->*setter)(value);
+  }
+};
+
+#endif  // VELSTD_VELBASE_VELS11N_H

@@ -1,0 +1,38 @@
+// velstd.h - everything the library offers to C++.
+//
+//   strings          xstring.h
+//   objects          xobject.h, velobject.h (the per-class members), xrchandle.h
+//   values           xany.h
+//   collections      xcollections.h
+//   types            xrtti.h, velrtti.h (registry), velcollectionrtti.h,
+//                    velattributes.h (classes with attributes)
+//   walking          veltraverser.h, velprint.h
+//   exceptions       xthrowable.h, velexceptions.h
+//   deserialization  vels11n.h
+//   toolkit          korbase.h
+//
+// Parts can be included alone. C programs include velstd_c.h.
+#ifndef VELSTD_VELBASE_VELSTD_H
+#define VELSTD_VELBASE_VELSTD_H
+
+#include "korbase.h"
+#include "korinst.h"
+#include "velattributes.h"
+#include "velcollectionrtti.h"
+#include "velexceptions.h"
+#include "velexecutable.h"
+#include "velobject.h"
+#include "velprint.h"
+#include "velrtti.h"
+#include "vels11n.h"
+#include "veltraverser.h"
+#include "xany.h"
+#include "xcollections.h"
+#include "xobject.h"
+#include "xrchandle.h"
+#include "xrtti.h"
+#include "xrttiattrseq.h"
+#include "xstring.h"
+#include "xthrowable.h"
+
+#endif  // VELSTD_VELBASE_VELSTD_H

@@ -1,0 +1,257 @@
+// xany.h - the variant value of the framework.
+//
+// A value is uninitialised, nil, an int, a bool, a real, a string, a value of
+// an enumeration, or an object. Each plain type has marker values that mean nil
+// and uninit; constructors and assignments recognise them and conversions
+// produce them:
+//
+//              nil                     uninit
+//   int        -2147483648             -2147483647 (by conversion only)
+//   bool       0x80                    0x81
+//   double     1e126                   9e125
+//   text       address 1               address 2
+//   xobject*   null                    xuninitobject
+//   xstring    the null string         "uninit" (by conversion only)
+//
+// A value has the layout of its C view, __xany_c.
+// Ownership: a value holds one reference on its string buffer, or on its object
+// if that is of a counted class. An object that is not counted is not touched
+// again: its owner may free it before the value goes.
+// Threads: one value is for one thread at a time, conversions to text included.
+// Errors: conversions of a value of another kind end the process through
+// _korAbort; only validate and the constructors from wide integers throw.
+#ifndef VELSTD_VELBASE_XANY_H
+#define VELSTD_VELBASE_XANY_H
+
+#include <cstddef>
+#include <limits>
+#include <type_traits>
+
+#include "xctypes.h"
+#include "xobject.h"
+#include "xrchandle.h"
+#include "xstring.h"
+
+class xrttienum;
+
+/// Throws velXNativeException "Integer out of range".
+[[noreturn]] VELSTD_API void velThrowIntegerOutOfRange();
+
+/// `value` as int; throws velXNativeException "Integer out of range" when it
+/// does not fit.
+template <class Int>
+int velToInt(Int value) {
+  if constexpr (std::is_signed<Int>::value) {
+    if (value < std::numeric_limits<int>::min() || value > std::numeric_limits<int>::max()) {
+      velThrowIntegerOutOfRange();
+    }
+  } else {
+    if (value > static_cast<unsigned>(std::numeric_limits<int>::max())) {
+      velThrowIntegerOutOfRange();
+    }
+  }
+  return static_cast<int>(value);
+}
+
+class VELSTD_API xany {
+  template <class T>
+  using IfBool = std::enable_if_t<std::is_same<T, bool>::value>;
+  // Every integer type that has no meaning of its own here.
+  template <class T>
+  using IfOtherInt = std::enable_if_t<
+      std::is_integral<T>::value && !std::is_same<T, bool>::value &&
+      !std::is_same<T, int>::value && !std::is_same<T, unsigned char>::value>;
+
+ public:
+  /// Uninitialised.
+  xany() noexcept : xany(xanyUninit) {}
+  /// Kind `kind` with a payload of zeros: the null string, a null object, an
+  /// enumeration value without a type.
+  xany(__xanykind kind) noexcept;
+  xany(int value) noexcept;
+  xany(unsigned char value) noexcept;
+  xany(double value) noexcept;
+  /// Nil for the null string.
+  xany(xstring text) noexcept;
+  /// Nil for null text (address 0 or 1), uninit for address 2.
+  xany(const char* text);
+  /// Takes a reference (nullable).
+  xany(xobject* object);
+  xany(std::nullptr_t) noexcept : xany(xanyNil) {}
+  /// Value number `value` of an enumeration (borrowed, nullable); the number
+  /// of its values, one past the last, means nil. No other check is made.
+  xany(int value, xrttienum* type);
+  xany(const xany& other);
+  /// Takes over the other's reference and leaves it uninitialised.
+  xany(xany&& other) noexcept;
+  /// A new reference; the view keeps its own. Aborts with "Can not be here."
+  /// for a kind outside 0 to 7.
+  xany(const __xany_c& view);
+  template <class U>
+  xany(const xrchandle<U>& object) : xany(velAsObject(object.operator->())) {}
+  template <class U>
+  xany(const xrcunihandle<U>& object) : xany(velAsObject(object.operator->())) {}
+  /// Exactly bool, so that pointers do not become truth values.
+  template <class T, class = IfBool<T>>
+  xany(T value) noexcept : xany(static_cast<unsigned char>(value)) {}
+  /// Other integers act as the int of the same value; throws
+  /// velXNativeException "Integer out of range" for one that does not fit.
+  template <class T, class = IfOtherInt<T>, class = void>
+  xany(T value) : xany(velToInt(value)) {}
+
+  ~xany() { Release(); }
+
+  // Assignment: like construction, but for null text (see there). The new
+  // content is in place before the old is released; self-assignment is safe.
+  xany& operator=(int value) { return *this = xany(value); }
+  xany& operator=(unsigned char value) { return *this = xany(value); }
+  xany& operator=(double value) { return *this = xany(value); }
+  xany& operator=(xstring text) { return *this = xany(static_cast<xstring&&>(text)); }
+  /// Nil for address 1, uninit for address 2; a null pointer gives kind string
+  /// holding the null string.
+  xany& operator=(const char* text);
+  xany& operator=(xobject* object) { return *this = xany(object); }
+  xany& operator=(std::nullptr_t) { return *this = xany(xanyNil); }
+  xany& operator=(const xany& other) { return *this = xany(other); }
+  xany& operator=(xany&& other) noexcept;
+  xany& operator=(const __xany_c& view) { return *this = xany(view); }
+  template <class U>
+  xany& operator=(const xrchandle<U>& object) {
+    return *this = xany(object);
+  }
+  template <class U>
+  xany& operator=(const xrcunihandle<U>& object) {
+    return *this = xany(object);
+  }
+  template <class T, class = IfBool<T>>
+  xany& operator=(T value) {
+    return *this = xany(value);
+  }
+  template <class T, class = IfOtherInt<T>, class = void>
+  xany& operator=(T value) {
+    return *this = xany(value);
+  }
+
+  // Conversions: nil and uninit give the markers; a kind that does not fit
+  // ends the process through _korAbort.
+  /// From int and enumeration values. Aborts "Can not convert xany to xint."
+  operator int() const;
+  /// From bool. Aborts "Can not convert xany to xbool."
+  operator unsigned char() const;
+  /// From real. Aborts "Can not convert xany to xreal."
+  operator double() const;
+  /// From string, with a reference of its own. Aborts "Can not convert xany to xrstring."
+  operator xstring() const;
+  /// From string: its narrow form, which lives while this value is unchanged.
+  /// Aborts "Can not convert xany to xrstring."
+  operator const char*() const;
+  /// From object: borrowed. Aborts "Can not convert xany to xobject."
+  operator xobject*() const;
+
+  bool isuninit() const { return Kind() == xanyUninit; }
+  bool isnil() const { return Kind() == xanyNil; }
+  // An uninit or nil value is acceptable as any kind.
+  bool isint() const { return Fits(xanyInt); }
+  bool isbool() const { return Fits(xanyBool); }
+  bool isreal() const { return Fits(xanyReal); }
+  bool isstring() const { return Fits(xanyString); }
+  bool isenum() const { return Fits(xanyEnum); }
+  bool isobject() const { return Fits(xanyObject); }
+  __xanykind getkind() const { return kind; }
+
+  /// The descriptor of the value's type; "any" for nil and uninit; null for an
+  /// enumeration value without a type. Borrowed. Aborts with "Can not be here."
+  /// for a kind outside 0 to 7.
+  xrtti* getRtti() const;
+  /// The name of that descriptor; the null string where there is none.
+  xstring getVelTypeName() const;
+
+  /// Whether the value is acceptable as type `type`: nil if `nilAllowed`, else
+  /// by kind of its descriptor. False for a null `type`.
+  bool softvalidate(xrtti* type, unsigned char nilAllowed) const;
+  /// The same as a demand. Throws velXNull for a nil value that is not
+  /// allowed, velXTypeMismatch (with the name of `type` and the value).
+  void validate(xrtti* type, unsigned char nilAllowed) const;
+
+  /// The value as velPrint writes it with step 2, without digit grouping.
+  xstring toString() const;
+
+  /// The C view with a reference of its own (owned by the caller). Aborts with
+  /// "Can not be here." for a kind outside 0 to 7.
+  __xany_c getxany_c() const;
+
+  /// Same kind and same value: numbers by value (NaN equals nothing), text by
+  /// its narrow form, enumerations by number and descriptor, objects by
+  /// identity. Aborts with "Can not be here." for a kind outside 0 to 7.
+  unsigned char operator==(const xany& other) const;
+  /// -2147483647 asks for uninit, -2147483648 for nil; else an int of that value.
+  unsigned char operator==(int value) const;
+  /// Address 2 asks for uninit, 1 for nil; else a string of that text.
+  unsigned char operator==(const char* text) const;
+
+ private:
+  void Release() noexcept;
+  // What the value reads as: a view may say "object" and hold null or the
+  // uninitialised address.
+  __xanykind Kind() const {
+    if (kind != xanyObject) return kind;
+    if (!payload.object.pointer) return xanyNil;
+    return velIsUninit(payload.object.pointer) ? xanyUninit : xanyObject;
+  }
+  bool Fits(__xanykind wanted) const {
+    const __xanykind own = Kind();
+    return own == wanted || own == xanyUninit || own == xanyNil;
+  }
+  void Retain();
+  const char* Narrow() const;
+
+  __xanykind kind;
+  union Payload {
+    int integer;
+    unsigned char boolean;
+    double real;
+    __xstring_c string;
+    struct {
+      int value;
+      xrtti* rtti;
+    } enumeration;
+    struct {
+      xobject* pointer;
+      // Whether the object was of a counted class when it came; lies in bytes
+      // that the C view leaves unused.
+      bool counted;
+    } object;
+  };
+  // Producing a narrow form on demand does not change the value.
+  mutable Payload payload;
+};
+
+static_assert(sizeof(xany) == sizeof(__xany_c) && sizeof(xany) == 32,
+              "a value and its C view have one layout");
+
+/// The value against anything it can be built from, on either side.
+template <class T>
+using velIfAnySource =
+    std::enable_if_t<std::is_convertible<const T&, xany>::value && !std::is_same<T, xany>::value &&
+                     !std::is_same<T, int>::value &&
+                     !std::is_convertible<const T&, const char*>::value>;
+template <class T, class = velIfAnySource<T>>
+unsigned char operator==(const xany& a, const T& b) {
+  return a == xany(b);
+}
+inline unsigned char operator==(const xany& a, const xstring& b) { return a == xany(b); }
+inline unsigned char operator!=(const xany& a, const xstring& b) { return !(a == b); }
+template <class T, class = velIfAnySource<T>>
+unsigned char operator!=(const xany& a, const T& b) {
+  return !(a == b);
+}
+inline unsigned char operator!=(const xany& a, const xany& b) { return !(a == b); }
+inline unsigned char operator!=(const xany& a, int b) { return !(a == b); }
+inline unsigned char operator!=(const xany& a, const char* b) { return !(a == b); }
+
+/// C adapters: the view of a value (owned by the caller), and the value of a
+/// view (which keeps its own reference).
+VELSTD_API __xany_c xcadapt_cxx2c(xany value);
+VELSTD_API xany xcadapt_c2cxx(__xany_c view);
+
+#endif  // VELSTD_VELBASE_XANY_H

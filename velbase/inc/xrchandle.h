@@ -1,0 +1,196 @@
+// xrchandle.h - handles: values that hold an object.
+//
+// A handle takes a reference when it gets a pointer and gives it back when it
+// lets go. xrchandle is for classes that are always counted (on any other it
+// touches the object at release even after its owner freed it); xrcunihandle
+// remembers whether its object is counted and leaves others alone.
+//
+// Null and xuninitobject are held without being touched. Access through a null
+// handle is not checked.
+//
+// Assignment releases the old object first and attaches the new one after: a
+// new object that only the old one keeps alive must be held by another handle
+// meanwhile. Assigning the object already held keeps it.
+// Threads: one handle is for one thread at a time; the counts are atomic.
+#ifndef VELSTD_VELBASE_XRCHANDLE_H
+#define VELSTD_VELBASE_XRCHANDLE_H
+
+#include <cstddef>
+#include <type_traits>
+
+#include "korapi.h"
+#include "xobject.h"
+
+template <class T>
+class VELSTD_API xrcbasehandle {
+ public:
+  xrcbasehandle() noexcept : ptr(nullptr) {}
+  ~xrcbasehandle() { ptr = nullptr; }
+  xrcbasehandle(const xrcbasehandle&) = default;
+  xrcbasehandle& operator=(const xrcbasehandle&) = default;
+
+  T* operator->() const { return ptr; }
+  T& operator*() const { return *ptr; }
+  bool isnull() const { return !ptr; }
+  /// `h[0]` would be pointer arithmetic; write (*h)[0].
+  void operator[](std::ptrdiff_t) const = delete;
+
+ protected:
+  T* ptr;
+};
+
+/// Puts a handle's object again where it already is: at count 1 isDeletable is
+/// asked as by a last release, but the object stays. `p` is not null.
+VELSTD_API void velReassign(xobject* p);
+
+template <class T>
+class VELSTD_API xrcunihandle;
+
+template <class T>
+class VELSTD_API xrchandle : public xrcbasehandle<T> {
+  template <class U>
+  using IfConvertible = std::enable_if_t<std::is_convertible<U*, T*>::value &&
+                                         !std::is_same<U, T>::value>;
+
+ public:
+  xrchandle() noexcept = default;
+  /// A null handle, so that one can be written as 0.
+  xrchandle(int) noexcept {}
+  /// Takes a reference on `p` (nullable).
+  xrchandle(T* p) { attach(p); }
+  xrchandle(const xrchandle& other) : xrcbasehandle<T>() { attach(other.ptr); }
+  xrchandle(xrchandle&& other) noexcept : xrcbasehandle<T>() { take(other); }
+  template <class U, class = IfConvertible<U>>
+  xrchandle(const xrchandle<U>& other) {
+    attach(other.operator->());
+  }
+  ~xrchandle() { release(); }
+
+  xrchandle& operator=(T* p) {
+    set(p);
+    return *this;
+  }
+  xrchandle& operator=(const xrchandle& other) {
+    set(other.ptr);
+    return *this;
+  }
+  xrchandle& operator=(xrchandle&& other) noexcept {
+    if (this != &other) {
+      release();
+      take(other);
+    }
+    return *this;
+  }
+  template <class U, class = IfConvertible<U>>
+  xrchandle& operator=(const xrchandle<U>& other) {
+    set(other.operator->());
+    return *this;
+  }
+
+  operator T*() const { return this->ptr; }
+
+ private:
+  void attach(T* p) {
+    this->ptr = p;
+    xrcattach(velAsObject(p));
+  }
+  // The field is null before the object goes: a destructor that looks at this
+  // handle sees nothing dangling.
+  void release() {
+    T* old = this->ptr;
+    this->ptr = nullptr;
+    xrcrelease(velAsObject(old));
+  }
+  void set(T* p) {
+    if (p && p == this->ptr) {
+      velReassign(velAsObject(p));
+    } else {
+      release();
+      attach(p);
+    }
+  }
+  void take(xrchandle& other) noexcept {
+    this->ptr = other.ptr;
+    other.ptr = nullptr;
+  }
+};
+
+template <class T>
+class VELSTD_API xrcunihandle : public xrcbasehandle<T> {
+  template <class U>
+  using IfConvertible = std::enable_if_t<std::is_convertible<U*, T*>::value>;
+
+ public:
+  xrcunihandle() noexcept : counted(false) {}
+  /// A null handle, so that one can be written as 0.
+  xrcunihandle(int) noexcept : counted(false) {}
+  /// Takes a reference on `p` (nullable) if its class is counted.
+  xrcunihandle(T* p) : counted(false) { attach(p); }
+  xrcunihandle(const xrcunihandle& other) : xrcbasehandle<T>(), counted(false) {
+    attach(other.ptr);
+  }
+  xrcunihandle(xrcunihandle&& other) noexcept : xrcbasehandle<T>(), counted(false) { take(other); }
+  template <class U, class = IfConvertible<U>>
+  xrcunihandle(const xrchandle<U>& other) : counted(false) {
+    attach(other.operator->());
+  }
+  template <class U, class = std::enable_if_t<!std::is_same<U, T>::value>, class = IfConvertible<U>>
+  xrcunihandle(const xrcunihandle<U>& other) : counted(false) {
+    attach(other.operator->());
+  }
+  ~xrcunihandle() { release(); }
+
+  xrcunihandle& operator=(const xrcunihandle& other) {
+    set(other.ptr);
+    return *this;
+  }
+  xrcunihandle& operator=(xrcunihandle&& other) noexcept {
+    if (this != &other) {
+      release();
+      take(other);
+    }
+    return *this;
+  }
+
+  operator T*() const { return this->ptr; }
+
+ protected:
+  /// Whether the object held is of a counted class; keeps its value while the
+  /// handle is null.
+  bool counted;
+
+ private:
+  void attach(T* p) {
+    this->ptr = p;
+    if (p && !velIsUninit(p)) {
+      xobject* object = p;
+      xrcuniattach(object);
+      counted = object->isRefCountable();
+    } else if (p) {
+      counted = false;
+    }
+  }
+  void release() {
+    T* old = this->ptr;
+    this->ptr = nullptr;
+    if (counted) xrcunirelease(velAsObject(old));
+  }
+  void set(T* p) {
+    if (p && p == this->ptr) {
+      if (counted) velReassign(velAsObject(p));
+    } else {
+      release();
+      attach(p);
+    }
+  }
+  void take(xrcunihandle& other) noexcept {
+    this->ptr = other.ptr;
+    counted = other.counted;
+    other.ptr = nullptr;
+  }
+};
+
+extern template class xrcbasehandle<xobject>;
+extern template class xrcunihandle<xobject>;
+
+#endif  // VELSTD_VELBASE_XRCHANDLE_H

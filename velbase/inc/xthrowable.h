@@ -1,0 +1,39 @@
+// xthrowable.h - the root of everything that is thrown.
+//
+// What travels is a raw `xthrowable*` that carries one reference: whoever
+// catches it owns that reference and gives it back with xrcrelease. A handler
+// for a derived class (`catch (velXNull*)`) never matches; catch the root and
+// ask:
+//
+//   try {
+//     sequence->get(99);
+//   } catch (xthrowable* caught) {
+//     const xrchandle<xthrowable> held(caught);
+//     xrcrelease(caught);              // the reference that came with the throw
+//     if (auto* e = dynamic_cast<velXInvalidSeqIndex*>(caught)) use(e->getIndex());
+//   }
+#ifndef VELSTD_VELBASE_XTHROWABLE_H
+#define VELSTD_VELBASE_XTHROWABLE_H
+
+#include "velobject.h"
+#include "xrchandle.h"
+
+/// Type "vellib::Throwable": counted, without attributes or parents.
+class VELSTD_API xthrowable : public virtual xobject {
+  VEL_OBJECT(xthrowable)
+ public:
+  xthrowable() = default;
+  xthrowable(const xthrowable&) = delete;
+  xthrowable& operator=(const xthrowable&) = delete;
+};
+
+/// Throws the object as a raw `xthrowable*` with one reference of its own; the
+/// handle's reference is released as the stack unwinds. It can be caught as
+/// `xthrowable*`, `xobject*` or `void*`.
+/// Throws velXNull for a null or uninitialised handle.
+[[noreturn]] VELSTD_API void xthrow(xrcunihandle<xthrowable> throwable);
+
+extern template class xrcbasehandle<xthrowable>;
+extern template class xrcunihandle<xthrowable>;
+
+#endif  // VELSTD_VELBASE_XTHROWABLE_H

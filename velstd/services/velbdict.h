@@ -1,0 +1,142 @@
+// velbdict.h - the hash table under every dictionary.
+//
+// Open addressing with double hashing and tombstones over one block of slots;
+// each slot starts with its key (null: never used, 1: vacated, else an owned
+// copy of the text), and the value follows at an offset. Knows nothing of
+// values: four hooks obtain and destroy blocks, copy values and reset them. A
+// subclass sees exactly the hook calls that the operations describe.
+//
+// The order of slots is visible to callers, so hashing, probing, reuse of
+// tombstones and resizing are fixed to the last step. Tables have 32 x 2^k
+// slots, at most 2^30; what would need more throws velXNativeException "Size
+// limit exceeded" before anything is touched.
+// Keys are narrow texts, compared byte by byte; null and 1 are no keys and are
+// never found.
+// Threads: no locks.
+#ifndef VELSTD_SERVICES_VELBDICT_H
+#define VELSTD_SERVICES_VELBDICT_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "korapi.h"
+
+class xstring;
+
+/// Load policy of a dictionary, in percent.
+class VELSTD_API xdictcontrol {
+ public:
+  /// @param shrinkBelow  after a removal the table may halve when its load is
+  ///                     below this; 0 never shrinks
+  /// @param growAbove    before an insertion the table doubles when its load is
+  ///                     above this; from 100 on a table can overflow, which
+  ///                     ends the process
+  explicit xdictcontrol(unsigned shrinkBelow = 70, unsigned growAbove = 90)
+      : shrinkPercent(shrinkBelow), growPercent(growAbove) {}
+
+ private:
+  friend class xbasedictionary;
+  unsigned shrinkPercent;
+  unsigned growPercent;
+};
+
+/// One slot of a table.
+template <class T>
+struct xdictentry {
+  const char* key;
+  T value;
+};
+
+/// True for a key field that holds no key: null or 1.
+inline bool xdictentryIsVacant(const char* key) {
+  return reinterpret_cast<std::uintptr_t>(key) <= 1;
+}
+
+/// The hash of a key, and its length in bytes.
+VELSTD_API std::uint32_t xbdictHashMain(const char* key, unsigned* length);
+/// The probing step for a key of `length` bytes; always odd.
+VELSTD_API std::uint32_t xbdictHashCollision(const char* key, unsigned length);
+
+class VELSTD_API xbasedictionary {
+ public:
+  /// @param loads   copied; null gives 70 and 90 percent
+  explicit xbasedictionary(const xdictcontrol* loads)
+      : policy(loads ? *loads : xdictcontrol()) {}
+  xbasedictionary(const xbasedictionary&) = delete;
+  xbasedictionary& operator=(const xbasedictionary&) = delete;
+
+  // The hooks, in the order of the table.
+
+  /// A block of `slots` entries (see AllocateBlock) with null keys and values
+  /// alive. Throws std::bad_alloc.
+  virtual void* OnAllocate(unsigned slots) = 0;
+  /// Destroys the values of the live entries of a block and releases it. Keys
+  /// may be stale: test them with xdictentryIsVacant only.
+  virtual void OnDestroy(void* block, unsigned slots) = 0;
+  /// Assigns a value.
+  virtual void OnCopyEntry(void* dst, const void* src) = 0;
+  /// Resets the value of a removed entry.
+  virtual void OnRemoveEntry(void* value) = 0;
+
+  // All operations take the size of a slot and, where they touch values, the
+  // offset of the value in its slot, both in bytes.
+
+  /// True when `key` is present; `index` gets its slot, else the slot to fill,
+  /// else 0xFFFFFFFF. Aborts with "Hash table overflow." when there is neither.
+  bool FindIndex(const char* key, unsigned& index, unsigned slotSize) const;
+  /// True when `key` is present; its value is copied to `value` (nullable).
+  bool BaseFind(const char* key, void* value, unsigned slotSize, unsigned valueOffset);
+  /// Stores `value` under `key`, a copy of which is made for a new entry.
+  /// Throws velXNull for a null key.
+  void BaseSet(const char* key, const void* value, unsigned slotSize, unsigned valueOffset);
+  /// These remove an entry and answer whether there was one.
+  bool BaseRemove(const char* key, unsigned slotSize, unsigned valueOffset);
+  bool BaseRemoveByIndex(unsigned index, unsigned slotSize, unsigned valueOffset);
+  /// These answer whether slot `index` holds an entry; if so, its value or key
+  /// is copied out (nullable) or its value overwritten.
+  bool BaseGetByIndex(unsigned index, void* value, unsigned slotSize, unsigned valueOffset);
+  bool BaseGetKeyByIndex(unsigned index, xstring* key, unsigned slotSize) const;
+  bool BaseSetByIndex(unsigned index, const void* value, unsigned slotSize, unsigned valueOffset);
+  /// Removes everything and gives the table back.
+  void BaseClearAll(unsigned slotSize);
+  /// Removes everything and makes a table for `n` entries; none for 0.
+  void BaseAllocate(unsigned n, unsigned slotSize);
+  /// Becomes a copy of `other`, slot for slot, tombstones included. Itself:
+  /// nothing. Without memory the dictionary is left empty.
+  void BaseClone(const xbasedictionary* other, unsigned slotSize, unsigned valueOffset);
+  /// Releases the copies of the keys and leaves the slots as they are.
+  void BaseFreeAllKeys(unsigned slotSize);
+
+  void* GetDataPtr() const { return table; }
+  unsigned GetTableSize() const { return slotCount; }
+  /// Number of live entries.
+  unsigned GetCount() const { return liveCount; }
+
+ protected:
+  ~xbasedictionary() = default;
+
+  /// Raw memory for a block; released as an array of char.
+  static void* AllocateBlock(std::size_t bytes);
+  static void ReleaseBlock(void* block);
+
+ private:
+  const char*& KeyOf(void* block, unsigned index, unsigned slotSize) const;
+  const char* KeyAt(unsigned index, unsigned slotSize) const {
+    return KeyOf(table, index, slotSize);
+  }
+  void* ValueAt(unsigned index, unsigned slotSize, unsigned valueOffset) const;
+  bool IsLive(unsigned index, unsigned slotSize) const;
+  bool Locate(const char* key, unsigned& index, unsigned slotSize) const;
+  bool LoadAbove(std::uint64_t entries, std::uint64_t slots, unsigned percent) const;
+  void Allocate(unsigned slots, unsigned slotSize);
+  void AdjustTableSize(unsigned newSize, unsigned slotSize, unsigned valueOffset);
+  void FreeKeys(void* block, unsigned slots, unsigned slotSize) const;
+  void RemoveAt(unsigned index, unsigned slotSize, unsigned valueOffset);
+
+  void* table = nullptr;
+  unsigned slotCount = 0;
+  unsigned liveCount = 0;
+  xdictcontrol policy;
+};
+
+#endif  // VELSTD_SERVICES_VELBDICT_H

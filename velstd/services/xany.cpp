@@ -1,0 +1,346 @@
+#include "xany.h"
+
+#include <cstddef>
+#include <cstring>
+#include <locale>
+#include <sstream>
+
+#include "korabort.h"
+#include "velexceptions.h"
+#include "velobjectaccess.h"
+#include "velprint.h"
+#include "velrtti.h"
+#include "xrtti.h"
+
+namespace {
+
+constexpr char kSource[] = "velstd/services/xobject";
+constexpr char kConversionSource[] = "velbase/inc/velxobj_i";
+
+constexpr int kNilInt = std::numeric_limits<int>::min();
+constexpr int kUninitInt = kNilInt + 1;
+constexpr unsigned char kNilBool = 0x80;
+constexpr unsigned char kUninitBool = 0x81;
+constexpr double kNilReal = 1e126;
+constexpr double kUninitReal = 9e125;
+
+bool IsText(const char* text, std::uintptr_t address) {
+  return reinterpret_cast<std::uintptr_t>(text) == address;
+}
+bool IsNullText(const char* text) { return IsText(text, 0) || IsText(text, 1); }
+
+bool IsKind(int kind) { return kind >= xanyUninit && kind <= xanyObject; }
+
+[[noreturn]] void CanNotBeHere(int line) { _korAbort("Can not be here.", kSource, line); }
+
+}  // namespace
+
+// A reference on what the payload says, for a value that has just been filled
+// with plain copies of the fields.
+void xany::Retain() {
+  if (kind == xanyString) {
+    if (payload.string.buffer) {
+      payload.string.buffer->Attach(&payload.string.narrow, &payload.string.wide);
+    }
+  } else if (kind == xanyObject) {
+    xobject* object = payload.object.pointer;
+    payload.object.counted = false;
+    if (object && !velIsUninit(object)) {
+      xrcattach(object);
+      payload.object.counted = object->isRefCountable();
+    }
+  }
+}
+
+// The value is uninitialised before anything is given up: what runs now may
+// look at it.
+void xany::Release() noexcept {
+  const __xanykind old = kind;
+  kind = xanyUninit;
+  if (old == xanyString) {
+    if (payload.string.buffer) payload.string.buffer->Release();
+  } else if (old == xanyObject) {
+    if (payload.object.counted) xrcrelease(payload.object.pointer);
+  }
+}
+
+xany::xany(__xanykind k) noexcept : kind(k) {
+  std::memset(&payload, 0, sizeof payload);
+  if (k == xanyString) payload.string = xstring().view;
+}
+
+xany::xany(int value) noexcept : xany(value == kNilInt ? xanyNil : xanyInt) {
+  if (kind == xanyInt) payload.integer = value;
+}
+
+xany::xany(unsigned char value) noexcept
+    : xany(value == kUninitBool ? xanyUninit : value == kNilBool ? xanyNil : xanyBool) {
+  if (kind == xanyBool) payload.boolean = value;
+}
+
+xany::xany(double value) noexcept
+    : xany(value == kUninitReal ? xanyUninit : value == kNilReal ? xanyNil : xanyReal) {
+  if (kind == xanyReal) payload.real = value;
+}
+
+xany::xany(xstring text) noexcept : xany(text.IsNull() ? xanyNil : xanyString) {
+  if (kind == xanyString) {
+    payload.string = text.view;
+    text.SetNull();
+  }
+}
+
+xany::xany(const char* text) : xany(IsText(text, 2) ? xany(xanyUninit) : xany(xstring(text))) {}
+
+xany::xany(xobject* object)
+    : xany(!object ? xanyNil : velIsUninit(object) ? xanyUninit : xanyObject) {
+  if (kind == xanyObject) {
+    payload.object.pointer = object;
+    Retain();
+  }
+}
+
+xany::xany(int value, xrttienum* type) : xany(xanyUninit) {
+  if (value == kUninitInt) return;
+  if (value == kNilInt || (type && value == type->getNValues())) {
+    kind = xanyNil;
+  } else {
+    kind = xanyEnum;
+    payload.enumeration.value = value;
+    payload.enumeration.rtti = type;
+  }
+}
+
+xany::xany(const xany& other) : kind(other.kind), payload(other.payload) {
+  if (!IsKind(kind)) CanNotBeHere(205);
+  // An object that is not counted may be gone by now: only its address moves on.
+  if (kind == xanyObject) {
+    if (payload.object.counted) xrcattach(payload.object.pointer);
+  } else {
+    Retain();
+  }
+}
+
+xany::xany(xany&& other) noexcept : kind(other.kind), payload(other.payload) {
+  other.kind = xanyUninit;
+}
+
+xany::xany(const __xany_c& view) : xany(xanyUninit) {
+  if (!IsKind(view.kind)) CanNotBeHere(205);
+  kind = view.kind;
+  std::memcpy(&payload, &view.u, sizeof payload);
+  Retain();
+}
+
+xany& xany::operator=(xany&& other) noexcept {
+  if (this != &other) {
+    const xany old(static_cast<xany&&>(*this));
+    kind = other.kind;
+    payload = other.payload;
+    other.kind = xanyUninit;
+  }
+  return *this;
+}
+
+xany& xany::operator=(const char* text) {
+  return *this = text ? xany(text) : xany(xanyString);
+}
+
+xany::operator int() const {
+  switch (Kind()) {
+    case xanyNil:
+      return kNilInt;
+    case xanyUninit:
+      return kUninitInt;
+    case xanyInt:
+      return payload.integer;
+    case xanyEnum:
+      return payload.enumeration.value;
+    default:
+      _korAbort("Can not convert xany to xint.", kConversionSource, 170);
+  }
+}
+
+xany::operator unsigned char() const {
+  switch (Kind()) {
+    case xanyNil:
+      return kNilBool;
+    case xanyUninit:
+      return kUninitBool;
+    case xanyBool:
+      return payload.boolean;
+    default:
+      _korAbort("Can not convert xany to xbool.", kConversionSource, 186);
+  }
+}
+
+xany::operator double() const {
+  switch (Kind()) {
+    case xanyNil:
+      return kNilReal;
+    case xanyUninit:
+      return kUninitReal;
+    case xanyReal:
+      return payload.real;
+    default:
+      _korAbort("Can not convert xany to xreal.", kConversionSource, 202);
+  }
+}
+
+xany::operator xstring() const {
+  switch (Kind()) {
+    case xanyNil:
+      return xstring();
+    case xanyUninit:
+      return xstring("uninit");
+    case xanyString:
+      return xstring(payload.string, true);
+    default:
+      _korAbort("Can not convert xany to xrstring.", kConversionSource, 226);
+  }
+}
+
+xany::operator const char*() const {
+  switch (Kind()) {
+    case xanyNil:
+      return reinterpret_cast<const char*>(std::uintptr_t{1});
+    case xanyUninit:
+      return reinterpret_cast<const char*>(std::uintptr_t{2});
+    case xanyString:
+      return Narrow();
+    default:
+      _korAbort("Can not convert xany to xrstring.", kConversionSource, 242);
+  }
+}
+
+xany::operator xobject*() const {
+  switch (Kind()) {
+    case xanyNil:
+      return nullptr;
+    case xanyUninit:
+      return xuninitobject;
+    case xanyObject:
+      return payload.object.pointer;
+    default:
+      _korAbort("Can not convert xany to xobject.", kConversionSource, 258);
+  }
+}
+
+// The narrow form of a string, produced in place; address 1 for the null string.
+const char* xany::Narrow() const {
+  __xstring_c& text = payload.string;
+  if (!text.narrow && text.buffer) text.buffer = text.buffer->Produce(&text.narrow, nullptr);
+  return text.narrow;
+}
+
+xrtti* xany::getRtti() const {
+  switch (Kind()) {
+    case xanyUninit:
+    case xanyNil:
+      return velGetRtti_any();
+    case xanyInt:
+      return velGetRtti_int();
+    case xanyBool:
+      return velGetRtti_bool();
+    case xanyReal:
+      return velGetRtti_real();
+    case xanyString:
+      return velGetRtti_string();
+    case xanyEnum:
+      return payload.enumeration.rtti;
+    case xanyObject:
+      return payload.object.pointer->getRtti();
+  }
+  CanNotBeHere(280);
+}
+
+xstring xany::getVelTypeName() const {
+  xrtti* type = getRtti();
+  return type ? type->getName() : xstring();
+}
+
+bool xany::softvalidate(xrtti* type, unsigned char nilAllowed) const {
+  if (!type) return false;
+  if (isnil()) return nilAllowed != 0;
+  xrtti* own = getRtti();
+  return own && own->isTypeKindOf(type);
+}
+
+void xany::validate(xrtti* type, unsigned char nilAllowed) const {
+  if (type && isnil()) {
+    if (!nilAllowed) velXNull::Throw();
+    return;
+  }
+  if (!softvalidate(type, nilAllowed)) {
+    const xstring name = type ? type->getName() : xstring();
+    velXTypeMismatch::Throw(name, *this);
+  }
+}
+
+xstring xany::toString() const {
+  std::ostringstream out;
+  out.imbue(std::locale::classic());
+  velPrint(*this, out, 2);
+  return xstring(out.str().c_str());
+}
+
+__xany_c xany::getxany_c() const {
+  if (!IsKind(kind)) CanNotBeHere(127);
+  xany copy(*this);
+  __xany_c view;
+  std::memset(&view, 0, sizeof view);
+  view.kind = copy.kind;
+  std::memcpy(&view.u, &copy.payload, sizeof view.u);
+  copy.kind = xanyUninit;
+  return view;
+}
+
+unsigned char xany::operator==(const xany& other) const {
+  if (!IsKind(other.kind)) CanNotBeHere(333);
+  const __xanykind own = Kind();
+  if (own != other.Kind()) return false;
+  switch (own) {
+    case xanyUninit:
+    case xanyNil:
+      return true;
+    case xanyInt:
+      return payload.integer == other.payload.integer;
+    case xanyBool:
+      return payload.boolean == other.payload.boolean;
+    case xanyReal:
+      return payload.real == other.payload.real;
+    case xanyString: {
+      const char* mine = Narrow();
+      const char* theirs = other.Narrow();
+      if (mine == theirs) return true;
+      if (IsNullText(mine) || IsNullText(theirs)) return IsNullText(mine) && IsNullText(theirs);
+      return std::strcmp(mine, theirs) == 0;
+    }
+    case xanyEnum:
+      return payload.enumeration.value == other.payload.enumeration.value &&
+             payload.enumeration.rtti == other.payload.enumeration.rtti;
+    case xanyObject:
+      return payload.object.pointer == other.payload.object.pointer;
+  }
+  return false;
+}
+
+unsigned char xany::operator==(int value) const {
+  if (value == kUninitInt) return isuninit();
+  if (value == kNilInt) return isnil();
+  return kind == xanyInt && payload.integer == value;
+}
+
+unsigned char xany::operator==(const char* text) const {
+  if (IsText(text, 2)) return isuninit();
+  if (IsText(text, 1)) return isnil();
+  if (kind != xanyString) return false;
+  const char* mine = Narrow();
+  if (!text || IsNullText(mine)) return !text && IsNullText(mine);
+  return std::strcmp(mine, text) == 0;
+}
+
+__xany_c xcadapt_cxx2c(xany value) { return value.getxany_c(); }
+xany xcadapt_c2cxx(__xany_c view) { return xany(view); }
+
+void velThrowIntegerOutOfRange() { velXNativeException::Throw("Integer out of range"); }

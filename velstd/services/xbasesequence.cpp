@@ -1,0 +1,125 @@
+#include "xbasesequence.h"
+
+#include <algorithm>
+#include <functional>
+#include <new>
+
+namespace {
+
+constexpr std::uint64_t kCapacityEnd = std::uint64_t{1} << 32;
+
+// Where `src` lies inside the `bytes` bytes at `block`; -1 for outside.
+std::int64_t OffsetIn(const void* block, unsigned bytes, const void* src) {
+  const auto* from = static_cast<const char*>(block);
+  const auto* at = static_cast<const char*>(src);
+  const std::less<const char*> before;
+  if (!from || before(at, from) || !before(at, from + bytes)) return -1;
+  return at - from;
+}
+
+}  // namespace
+
+// The capacity that doubling reaches for `bytes`.
+std::uint64_t xbasesequence::GrownFor(std::uint64_t bytes) const {
+  std::uint64_t grown = capacityBytes ? capacityBytes : policy.initialBytes;
+  if (grown == 0) grown = bytes;
+  while (grown < bytes) grown *= 2;
+  if (grown >= kCapacityEnd) velThrowSizeLimit();
+  return grown;
+}
+
+void xbasesequence::Reallocate(unsigned newCapacity) {
+  storage = OnResize(newCapacity);
+  capacityBytes = newCapacity;
+}
+
+void xbasesequence::Resize(unsigned bytes) {
+  std::uint64_t wanted = capacityBytes;
+  if (bytes > usedBytes) {
+    wanted = GrownFor(bytes);
+  } else if (policy.shrink && bytes < usedBytes) {
+    for (std::uint64_t half = wanted / 2; bytes <= half && half > policy.initialBytes; half /= 2) {
+      wanted = half;
+    }
+  }
+  if (wanted != capacityBytes) {
+    try {
+      return Reallocate(static_cast<unsigned>(wanted));
+    } catch (const std::bad_alloc&) {
+      // Removal does not fail for want of memory: the capacity stays.
+      if (bytes > usedBytes) throw;
+    }
+  }
+  if (bytes < usedBytes) {
+    OnDestroy(At(bytes), usedBytes - bytes);
+    OnAllocate(At(bytes), usedBytes - bytes);
+  }
+}
+
+void xbasesequence::BaseAllocate(unsigned bytes) {
+  if (storage) BaseRemove(0, usedBytes);
+  Resize(bytes);
+}
+
+void xbasesequence::BaseAppend(unsigned count, const void* src) { BaseInsert(usedBytes, count, src); }
+
+void xbasesequence::BaseClear() { BaseRemove(0, usedBytes); }
+
+void xbasesequence::BaseCopy(unsigned pos, unsigned count, const void* src) {
+  const std::uint64_t end = std::uint64_t{pos} + count;
+  if (end > usedBytes) {
+    const std::uint64_t wanted = end > capacityBytes ? GrownFor(end) : capacityBytes;
+    if (wanted != capacityBytes) {
+      const std::int64_t own = OffsetIn(storage, usedBytes, src);
+      Reallocate(static_cast<unsigned>(wanted));
+      if (own >= 0) src = At(static_cast<std::uint64_t>(own));
+    }
+    usedBytes = static_cast<unsigned>(end);
+  }
+  OnCopy(At(pos), src, count);
+}
+
+void xbasesequence::BaseInsert(unsigned pos, unsigned count, const void* src) {
+  const std::int64_t found = OffsetIn(storage, usedBytes, src);
+  BaseInsertEmpty(pos, count);
+  if (found < 0) {
+    OnCopy(At(pos), src, count);
+    return;
+  }
+  // The source was part of the sequence: what of it lay at or behind `pos` has
+  // moved up by `count`.
+  const auto own = static_cast<std::uint64_t>(found);
+  const unsigned stayed =
+      own >= pos ? 0 : static_cast<unsigned>(std::min<std::uint64_t>(count, pos - own));
+  if (stayed) OnCopy(At(pos), At(own), stayed);
+  if (stayed < count) {
+    OnCopy(At(std::uint64_t{pos} + stayed), At(own + stayed + count), count - stayed);
+  }
+}
+
+void xbasesequence::BaseInsertEmpty(unsigned pos, unsigned count) {
+  const unsigned oldSize = usedBytes;
+  const unsigned gap = pos > oldSize ? pos - oldSize : 0;
+  const std::uint64_t newSize = std::uint64_t{oldSize} + gap + count;
+  if (newSize >= kCapacityEnd) velThrowSizeLimit();
+  Resize(static_cast<unsigned>(newSize));
+  if (pos < oldSize) OnCopy(At(std::uint64_t{pos} + count), At(pos), oldSize - pos);
+  usedBytes = static_cast<unsigned>(newSize);
+}
+
+void xbasesequence::BaseRemove(unsigned a, unsigned b) {
+  const unsigned lo = std::min(a, b);
+  const unsigned hi = std::min(std::max(a, b), usedBytes);
+  if (lo >= usedBytes) return;
+  const unsigned newSize = usedBytes - (hi - lo);
+  if (hi < usedBytes) OnCopy(At(lo), At(hi), usedBytes - hi);
+  Resize(newSize);
+  usedBytes = newSize;
+}
+
+void* xbasesequence::DetachStorage() {
+  void* old = storage;
+  storage = nullptr;
+  usedBytes = capacityBytes = 0;
+  return old;
+}

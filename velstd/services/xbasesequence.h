@@ -1,0 +1,93 @@
+// xbasesequence.h - growable storage in bytes, the core of every sequence.
+//
+// Knows nothing of elements: positions and lengths are bytes, and four hooks
+// obtain storage and bring elements to life, copy and end them. A subclass sees
+// exactly the hook calls that the operations describe. The typed front,
+// xtbsequence, checks indices and turns elements into bytes.
+//
+// Storage starts at the control's initial capacity and doubles as needed.
+// Limits: a capacity stays below 2^32 bytes; what would need more throws
+// velXNativeException "Size limit exceeded" before anything is touched.
+// Sources inside the sequence's own storage act as if copied first.
+// Threads: no locks.
+#ifndef VELSTD_SERVICES_XBASESEQUENCE_H
+#define VELSTD_SERVICES_XBASESEQUENCE_H
+
+#include <cstdint>
+
+#include "korapi.h"
+
+/// Growth policy of a sequence.
+class VELSTD_API xseqcontrol {
+ public:
+  /// @param mayShrink  whether removing elements may give capacity back. Class
+  ///                   elements past the new size then keep their values until
+  ///                   the slots are used again.
+  /// @param initial    first capacity in bytes, and the floor for shrinking; a
+  ///                   multiple of the element size for class elements. 0
+  ///                   starts with what the first request asks for.
+  xseqcontrol(bool mayShrink, unsigned initial) : shrink(mayShrink), initialBytes(initial) {}
+
+ private:
+  friend class xbasesequence;
+  bool shrink;
+  unsigned initialBytes;
+};
+
+class VELSTD_API xbasesequence {
+ public:
+  explicit xbasesequence(xseqcontrol growth) : policy(growth) {}
+  xbasesequence(const xbasesequence&) = delete;
+  xbasesequence& operator=(const xbasesequence&) = delete;
+
+  // The hooks, in the order of the table.
+
+  /// Storage of `newCapacity` bytes that holds the current contents; the core
+  /// takes it as its own. Throws std::bad_alloc with the old storage intact.
+  virtual void* OnResize(unsigned newCapacity) = 0;
+  /// Brings fresh slots into their empty state.
+  virtual void OnAllocate(void* at, unsigned bytes) = 0;
+  /// Ends the life of the elements in a range.
+  virtual void OnDestroy(void* at, unsigned bytes) = 0;
+  /// Copies a range of elements; the ranges may overlap.
+  virtual void OnCopy(void* dst, const void* src, unsigned bytes) = 0;
+
+  /// Removes all elements and makes room for `bytes`.
+  void BaseAllocate(unsigned bytes);
+  void BaseAppend(unsigned count, const void* src);
+  void BaseClear();
+  /// Overwrites `count` bytes at `pos`; grows as needed. What lies between the
+  /// old end and `pos` is left as the hooks made it.
+  void BaseCopy(unsigned pos, unsigned count, const void* src);
+  void BaseInsert(unsigned pos, unsigned count, const void* src);
+  /// Opens a gap of `count` bytes at `pos`, which may lie beyond the end; the
+  /// gap still holds what the shifting left there.
+  void BaseInsertEmpty(unsigned pos, unsigned count);
+  /// Removes the bytes from `a` up to `b`, given in either order; what lies
+  /// beyond the end does not count.
+  void BaseRemove(unsigned a, unsigned b);
+
+  unsigned GetByteSize() const { return usedBytes; }
+  unsigned GetCapacity() const { return capacityBytes; }
+  void* GetPtr() const { return storage; }
+
+ protected:
+  ~xbasesequence() = default;
+
+  /// Gives the storage up, so that whoever is called while it is taken down
+  /// finds an empty sequence.
+  void* DetachStorage();
+
+ private:
+  void Resize(unsigned bytes);
+  std::uint64_t GrownFor(std::uint64_t bytes) const;
+  void Reallocate(unsigned newCapacity);
+  char* At(std::uint64_t pos) const { return static_cast<char*>(storage) + pos; }
+
+  void* storage = nullptr;
+  unsigned usedBytes = 0;
+  unsigned capacityBytes = 0;
+  xseqcontrol policy;
+};
+
+#endif  // VELSTD_SERVICES_XBASESEQUENCE_H

@@ -1,0 +1,143 @@
+#include "xobject.h"
+
+#include "korabort.h"
+#include "korcount.h"
+#include "velexceptions.h"
+#include "velobject.h"
+#include "velobjectaccess.h"
+#include "velobjectmutex.h"
+#include "velrelease.h"
+#include "velrtti.h"
+#include "xany.h"
+#include "xrchandle.h"
+#include "xrtti.h"
+
+namespace {
+
+constexpr char kSource[] = "velstd/services/xobject";
+
+#ifdef VELSTD_CHECKED
+// Addresses that a null or uninitialised handle gives when it is dereferenced
+// and converted; no object lives in the first page.
+void CheckAddress(xobject* p) {
+  if (reinterpret_cast<std::uintptr_t>(p) < 4096) {
+    _korAbort("Reference through a null or uninitialised handle.", kSource, 30);
+  }
+}
+#else
+void CheckAddress(xobject*) {}
+#endif
+
+bool IsObject(xobject* p) { return p && !velIsUninit(p); }
+
+}  // namespace
+
+xobject::~xobject() = default;
+
+void* xobject::dyndowncast(const xrttiobject* target) {
+  return target && target == getClassRtti() ? this : nullptr;
+}
+
+void* xobject::dyndowncast_i(const xrttiobject*) { return nullptr; }
+
+xrttiobject* xobject::giveRtti() { return getClassRtti(); }
+
+xrttiobject* xobject::getClassRtti() { return velGetRtti_object(); }
+
+unsigned char xobject::isDeletable() { return true; }
+
+void xobject::onDelete() {}
+
+void xobject::xattach() {
+  std::int32_t now = refcount.load(std::memory_order_relaxed);
+  while (now < 1) {
+    if (now == -1) return;
+    if (now != 0) _korAbort("xrcattach: Invalid value of refcount.", kSource, 505);
+    const std::int32_t first = getRtti()->getIsRefCount() ? 1 : -1;
+    if (refcount.compare_exchange_strong(now, first, std::memory_order_acq_rel)) return;
+  }
+  korCountUp(refcount);
+}
+
+bool velObjectAccess::dropReference(xobject* p) {
+  std::atomic<std::int32_t>& count = p->refcount;
+  std::int32_t now = count.load(std::memory_order_acquire);
+  while (now >= 2) {
+    if (korIsSingleThreaded()) {
+      count.store(now - 1, std::memory_order_relaxed);
+      return false;
+    }
+    if (count.compare_exchange_weak(now, now - 1, std::memory_order_acq_rel)) return false;
+  }
+  if (now < -1) _korAbort("xrcrelease: Invalid value of refcount.", kSource, 591);
+  return now == 1;
+}
+
+void xobject::xrelease() {
+  const std::int32_t now = refcount.load(std::memory_order_relaxed);
+  if (now >= 1 && velReleaseScope::defer(this, now == 1)) return;
+  if (velObjectAccess::dropReference(this)) velReleaseScope::destroy(this);
+}
+
+void xobject::xfree() {
+  if (isRefCountable()) velhThrowRefCountable(this);
+  if (isDeletable()) {
+    onDelete();
+    delete this;
+  }
+}
+
+xstring xobject::getVelTypeName() { return getRtti()->getName(); }
+
+bool xobject::isKindOf(xrttiobject* type) { return getRtti()->isTypeKindOf(type); }
+
+bool xobject::isSameAs(xrttiobject* type) { return getRtti()->isTypeSameAs(type); }
+
+bool xobject::isRefCountable() { return getRtti()->getIsRefCount() != 0; }
+
+void xrcattach(xobject* p) {
+  if (!IsObject(p)) return;
+  CheckAddress(p);
+  p->xattach();
+}
+
+void xrcrelease(xobject* p) {
+  if (!IsObject(p)) return;
+  CheckAddress(p);
+  p->xrelease();
+}
+
+void xrcuniattach(xobject* p) { xrcattach(p); }
+
+void xrcunirelease(xobject* p) { xrcrelease(p); }
+
+int xrcgetcount(xobject* p) { return p->refcount.load(std::memory_order_relaxed); }
+
+void xdelete(xobject* p) {
+  if (velIsUninit(p)) velhThrowNotInitialized();
+  if (p) p->xfree();
+}
+
+void velReassign(xobject* p) {
+  const int count = velIsUninit(p) ? 0 : xrcgetcount(p);
+  // A release and an attach in one: at 2 and more they cancel out, at 0 and
+  // below they do what they do; at 1 the object is asked, as every last release
+  // asks, and stays.
+  if (count == 1) {
+    (void)p->isDeletable();
+  } else if (count < 1) {
+    xrcrelease(p);
+    xrcattach(p);
+  }
+}
+
+velBorrow::~velBorrow() {
+  if (!object) return;
+  // The only reference is ours: put it back without asking for destruction.
+  std::int32_t one = 1;
+  if (velObjectAccess::count(object).compare_exchange_strong(one, 0)) return;
+  velObjectAccess::release(object);
+}
+
+template class xrcbasehandle<xobject>;
+template class xrcunihandle<xobject>;

@@ -1,0 +1,128 @@
+// xtbdictionary.h - typed front of the dictionary.
+//
+// Checks keys and indices and forwards; hashing, probing and resizing live
+// once, untyped, in velbdict. An index is the number of a slot: go from 0 to
+// getmapsize() - 1 and skip the slots for which getkeybyindex is false. The
+// order is that of the hash table; a slot keeps its key until an insertion or
+// removal resizes the table.
+//
+// Limits: 2^30 slots; what would need more throws velXNativeException "Size
+// limit exceeded". std::bad_alloc leaves the dictionary as it was.
+// Class values that an operation gives up are released when the table is
+// settled: code that runs then may use the same dictionary.
+// Threads: no locks; share it only under a lock of your own.
+// Ownership: the dictionary owns copies of its keys, and its values.
+// Dictionaries are counted and live on the heap, in a handle.
+#ifndef VELSTD_SERVICES_XTBDICTIONARY_H
+#define VELSTD_SERVICES_XTBDICTIONARY_H
+
+#include <cstddef>
+#include <type_traits>
+
+#include "velbdict.h"
+#include "velexceptions.h"
+#include "velrelease.h"
+#include "xobject.h"
+
+template <class T>
+class VELSTD_API xtbdictionary : public virtual xobject, protected xbasedictionary {
+ public:
+  xtbdictionary(const xtbdictionary&) = delete;
+  xtbdictionary& operator=(const xtbdictionary&) = delete;
+
+  /// Number of slots, not of entries; 0 for a new dictionary.
+  virtual int getmapsize() { return static_cast<int>(GetTableSize()); }
+
+  /// True when `key` is present; its value is stored in `value` (nullable),
+  /// which stays untouched otherwise. Throws velXNull for a null key.
+  virtual bool find(const char* key, T* value) {
+    velhAssertNotNullKey(key);
+    return BaseFind(key, value, kSlot, kValue);
+  }
+
+  /// Inserts or overwrites. Throws velXNull for a null key.
+  virtual void set(const char* key, T value) {
+    const Settle settle;
+    BaseSet(key, &value, kSlot, kValue);
+  }
+
+  /// These answer whether slot `index` holds an entry and, if so, store its key
+  /// or value (nullable); false at and past getmapsize().
+  /// Throw velXNegativeIndex below 0.
+  virtual bool getkeybyindex(int index, xstring* key) {
+    velhAssertNonNegativeIndex(index);
+    return BaseGetKeyByIndex(static_cast<unsigned>(index), key, kSlot);
+  }
+  virtual bool getbyindex(int index, T* value) {
+    velhAssertNonNegativeIndex(index);
+    return BaseGetByIndex(static_cast<unsigned>(index), value, kSlot, kValue);
+  }
+
+  /// Overwrites the value in slot `index`; false, and nothing done, when it is
+  /// vacant. Throws velXNegativeIndex below 0, velXInvalidDictIndex at and past
+  /// getmapsize().
+  virtual bool setbyindex(int index, T value) {
+    const Settle settle;
+    return BaseSetByIndex(Slot(index), &value, kSlot, kValue);
+  }
+
+  /// Removes the entry of `key` and answers whether there was one; a null key
+  /// has none.
+  virtual bool remove(const char* key) {
+    const Settle settle;
+    return BaseRemove(key, kSlot, kValue);
+  }
+
+  /// Removes the entry in slot `index`; false when it is vacant. Throws as
+  /// setbyindex().
+  virtual bool removebyindex(int index) {
+    const Settle settle;
+    return BaseRemoveByIndex(Slot(index), kSlot, kValue);
+  }
+
+  /// Removes everything and gives the table back.
+  virtual void clearall() {
+    const Settle settle;
+    BaseClearAll(kSlot);
+  }
+
+  /// Destroys the values of the live entries of `block` and releases it.
+  virtual void Destroy(void* block, unsigned slots) = 0;
+
+ protected:
+  using Entry = xdictentry<T>;
+
+  xtbdictionary() : xbasedictionary(nullptr) {}
+
+  /// Makes a table for `entries`; none below 1.
+  void Reserve(int entries) {
+    if (entries >= 1) BaseAllocate(static_cast<unsigned>(entries), kSlot);
+  }
+
+  /// A block with null keys and values made by their default constructors.
+  static void* NewBlock(unsigned slots) {
+    void* block = AllocateBlock(std::size_t{slots} * kSlot);
+    auto* entry = static_cast<Entry*>(block);
+    for (unsigned i = 0; i < slots; ++i) new (entry + i) Entry{nullptr, T()};
+    return block;
+  }
+
+  static constexpr unsigned kSlot = sizeof(Entry);
+  static constexpr unsigned kValue = offsetof(Entry, value);
+  static_assert(kValue == 8, "the value follows the key");
+
+ private:
+  struct Nothing {
+    Nothing() {}  // not trivial: an unused variable of this type is no mistake
+  };
+  /// Lets the releases of an operation wait for its end; scalars have none.
+  using Settle = std::conditional_t<std::is_class<T>::value, velReleaseScope, Nothing>;
+
+  unsigned Slot(int index) {
+    velhAssertNonNegativeIndex(index);
+    if (index >= static_cast<int>(GetTableSize())) velhThrowInvalidDictIndex(this, index);
+    return static_cast<unsigned>(index);
+  }
+};
+
+#endif  // VELSTD_SERVICES_XTBDICTIONARY_H

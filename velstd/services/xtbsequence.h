@@ -1,0 +1,133 @@
+// xtbsequence.h - typed front of the growable sequence.
+//
+// Checks indices and turns elements into bytes; storage, growth and shifting
+// live once, untyped, in xbasesequence. Indices and counts are signed elements
+// here, unsigned bytes there.
+//
+// Limits: at most 2^31 - 1 elements, and below 2^32 bytes of storage; a size
+// beyond throws velXNativeException "Size limit exceeded" and changes nothing.
+// std::bad_alloc leaves the sequence as it was.
+// Class elements that an operation gives up are released when size and storage
+// are final: code that runs then may use the same sequence.
+// Threads: no locks; share it only under a lock of your own.
+// Ownership: the sequence owns its elements. get() copies; the reference from
+// operator[] lasts until the next call that may grow the storage. Sequences are
+// counted and live on the heap, in a handle.
+#ifndef VELSTD_SERVICES_XTBSEQUENCE_H
+#define VELSTD_SERVICES_XTBSEQUENCE_H
+
+#include <climits>
+#include <cstdint>
+#include <type_traits>
+
+#include "velexceptions.h"
+#include "velrelease.h"
+#include "xbasesequence.h"
+#include "xobject.h"
+
+template <class T>
+class VELSTD_API xtbsequence : public virtual xobject, protected xbasesequence {
+ public:
+  xtbsequence(const xtbsequence&) = delete;
+  xtbsequence& operator=(const xtbsequence&) = delete;
+
+  /// Number of elements.
+  virtual int getarraysize() { return Count(); }
+
+  /// Copy of the element at `index`.
+  /// Throws velXNegativeIndex below 0, velXInvalidSeqIndex past the end.
+  virtual T get(int index) { return Checked(index); }
+
+  /// Stores `value` at `index`; at or past the end, grows to index + 1 elements.
+  /// Scalars in the gap are indeterminate, class elements are empty.
+  /// Throws velXNegativeIndex below 0.
+  virtual void set(int index, T value) {
+    const Settle settle;
+    velhAssertNonNegativeIndex(index);
+    BaseCopy(Bytes(index, 1), sizeof(T), &value);
+  }
+
+  /// The element at `index` itself; errors as get().
+  T& operator[](int index) { return Checked(index); }
+
+  void append(T value) {
+    const Settle settle;
+    Bytes(Count(), 1);
+    BaseInsert(GetByteSize(), sizeof(T), &value);
+  }
+
+  /// Puts `value` before the element at `index`; past the end, opens a gap as
+  /// set() does. Throws velXNegativeIndex below 0.
+  void insert(int index, T value) {
+    const Settle settle;
+    velhAssertNonNegativeIndex(index);
+    BaseInsert(Room(index, 1), sizeof(T), &value);
+  }
+
+  /// Puts all elements of `other`, which may be this sequence, before the
+  /// element at `index`. Throws velXNegativeIndex below 0.
+  void insertseq(int index, const xtbsequence<T>& other) {
+    const Settle settle;
+    velhAssertNonNegativeIndex(index);
+    BaseInsert(Room(index, other.Count()), other.GetByteSize(), other.GetPtr());
+  }
+
+  /// Removes the elements from `first` up to, not including, `last`, given in
+  /// either order; what lies beyond the end does not count.
+  /// Throws velXNegativeIndex for either below 0.
+  void removerange(int first, int last) {
+    const Settle settle;
+    velhAssertNonNegativeIndex(first);
+    velhAssertNonNegativeIndex(last);
+    BaseRemove(Clamped(first), Clamped(last));
+  }
+
+  /// Removes all elements; the capacity stays.
+  void clear() {
+    const Settle settle;
+    BaseClear();
+  }
+
+ protected:
+  explicit xtbsequence(xseqcontrol growth) : xbasesequence(growth) {}
+
+  /// Makes room for `elements`, which is taken as signed: below 1, for none.
+  void Reserve(unsigned elements) {
+    if (static_cast<int>(elements) >= 1) BaseAllocate(Bytes(static_cast<int>(elements), 0));
+  }
+
+ private:
+  struct Nothing {
+    Nothing() {}  // not trivial: an unused variable of this type is no mistake
+  };
+  /// Lets the releases of an operation wait for its end; scalars have none.
+  using Settle = std::conditional_t<std::is_class<T>::value, velReleaseScope, Nothing>;
+
+  int Count() const { return static_cast<int>(GetByteSize() / sizeof(T)); }
+
+  T& Checked(int index) {
+    velhAssertNonNegativeIndex(index);
+    if (index >= Count()) velhThrowInvalidSeqIndex(this, index);
+    return static_cast<T*>(GetPtr())[index];
+  }
+
+  /// Byte position of `index`, when `more` elements may follow it.
+  static unsigned Bytes(int index, int more) {
+    const std::uint64_t end = static_cast<std::uint64_t>(index) + static_cast<unsigned>(more);
+    if (end > INT_MAX || end * sizeof(T) > UINT_MAX) velThrowSizeLimit();
+    return static_cast<unsigned>(static_cast<unsigned>(index) * sizeof(T));
+  }
+
+  /// Byte position of `index`, when `more` elements may be inserted there.
+  unsigned Room(int index, int more) const {
+    Bytes(index > Count() ? index : Count(), more);
+    return Bytes(index, 0);
+  }
+
+  unsigned Clamped(int index) const {
+    return index < Count() ? static_cast<unsigned>(static_cast<unsigned>(index) * sizeof(T))
+                           : GetByteSize();
+  }
+};
+
+#endif  // VELSTD_SERVICES_XTBSEQUENCE_H

@@ -1,0 +1,36 @@
+// xtcdictionary.h - dictionary of class values: xstring, xany.
+//
+// Every slot of a block holds a live value; vacant slots hold empty ones, which
+// must own nothing: they are not destroyed one by one when a block goes.
+#ifndef VELSTD_SERVICES_XTCDICTIONARY_H
+#define VELSTD_SERVICES_XTCDICTIONARY_H
+
+#include "xtbdictionary.h"
+
+template <class T>
+class VELSTD_API xtcdictionary : public xtbdictionary<T> {
+ public:
+  /// Empty, with a table for `capacity` entries (below 1: none).
+  explicit xtcdictionary(int capacity) { this->Reserve(capacity); }
+  ~xtcdictionary() override { this->BaseClearAll(this->kSlot); }
+
+  void Destroy(void* block, unsigned slots) override {
+    auto* entry = static_cast<typename xtbdictionary<T>::Entry*>(block);
+    for (unsigned i = 0; i < slots; ++i) {
+      if (!xdictentryIsVacant(entry[i].key)) entry[i].value.~T();
+    }
+    this->ReleaseBlock(block);
+  }
+
+ protected:
+  void* OnAllocate(unsigned slots) final { return this->NewBlock(slots); }
+  void OnDestroy(void* block, unsigned slots) final {
+    if (block) this->Destroy(block, slots);
+  }
+  void OnCopyEntry(void* dst, const void* src) final {
+    *static_cast<T*>(dst) = *static_cast<const T*>(src);
+  }
+  void OnRemoveEntry(void* value) final { *static_cast<T*>(value) = T(); }
+};
+
+#endif  // VELSTD_SERVICES_XTCDICTIONARY_H

@@ -1,0 +1,40 @@
+// xtssequence.h - sequence of scalars: bool bytes, int, double, pointers.
+//
+// The hooks work on raw memory. Slots gained without a value are indeterminate
+// by contract; fresh storage happens to be zeroed, so that no old heap bytes
+// leak out.
+#ifndef VELSTD_SERVICES_XTSSEQUENCE_H
+#define VELSTD_SERVICES_XTSSEQUENCE_H
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "xtbsequence.h"
+
+template <class T>
+class VELSTD_API xtssequence : public xtbsequence<T> {
+ public:
+  /// Empty, with room for `capacity` elements (taken as signed; below 1: none).
+  explicit xtssequence(unsigned capacity) : xtbsequence<T>(xseqcontrol(false, 256)) {
+    this->Reserve(capacity);
+  }
+  ~xtssequence() override { std::free(this->DetachStorage()); }
+
+ protected:
+  void* OnResize(unsigned newCapacity) override {
+    void* old = this->GetPtr();
+    void* block = old ? std::realloc(old, newCapacity) : std::malloc(newCapacity);
+    if (!block) throw std::bad_alloc();
+    const unsigned kept = this->GetByteSize();
+    if (newCapacity > kept) std::memset(static_cast<char*>(block) + kept, 0, newCapacity - kept);
+    return block;
+  }
+  void OnAllocate(void*, unsigned) override {}
+  void OnDestroy(void*, unsigned) override {}
+  void OnCopy(void* dst, const void* src, unsigned bytes) override {
+    if (bytes) std::memmove(dst, src, bytes);
+  }
+};
+
+#endif  // VELSTD_SERVICES_XTSSEQUENCE_H
