@@ -16,6 +16,7 @@
 #define VELSTD_VELBASE_VELOBJECT_H
 
 #include <atomic>
+#include <cstdint>
 
 #include "korapi.h"
 #include "xobject.h"
@@ -67,7 +68,8 @@ VELSTD_API bool velIsClass(xrttiobject* own, const xrttiobject* target);
 /// as C; null for any other.
 template <class C>
 C* velSoftcast(xobject* p) {
-  if (!p || velIsUninit(p)) return reinterpret_cast<C*>(p);
+  // Neither is an object: the address stays, without a conversion to C.
+  if (!p || velIsUninit(p)) return reinterpret_cast<C*>(reinterpret_cast<std::uintptr_t>(p));
   return static_cast<C*>(p->dyndowncast(C::getClassRtti()));
 }
 

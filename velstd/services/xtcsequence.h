@@ -3,10 +3,13 @@
 // Every slot of the capacity holds a live element; slots beyond the size hold
 // empty ones. Elements are copied by assignment, so that counts stay right. An
 // empty element must own nothing: those beyond the size are not destroyed one
-// by one when the sequence goes.
+// by one when the sequence goes. Default construction must not throw; growth
+// survives an assignment that throws, shifting then leaves elements of
+// unspecified value.
 #ifndef VELSTD_SERVICES_XTCSEQUENCE_H
 #define VELSTD_SERVICES_XTCSEQUENCE_H
 
+#include <cstddef>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -21,10 +24,13 @@ class VELSTD_API xtcsequence : public xtbsequence<T> {
     this->Reserve(capacity);
   }
   ~xtcsequence() override {
-    const unsigned bytes = this->GetByteSize();
-    void* block = this->DetachStorage();
-    Destroy(block, bytes);
-    std::free(block);
+    // Again for what the end of an element appends.
+    while (this->GetPtr()) {
+      const unsigned bytes = this->GetByteSize();
+      void* block = this->DetachStorage();
+      Destroy(block, bytes);
+      std::free(block);
+    }
   }
 
   /// The same as append.
@@ -40,7 +46,13 @@ class VELSTD_API xtcsequence : public xtbsequence<T> {
     this->OnAllocate(block, newCapacity);
     if (void* old = this->GetPtr()) {
       const unsigned used = this->GetByteSize();
-      this->OnCopy(block, old, used < newCapacity ? used : newCapacity);
+      try {
+        this->OnCopy(block, old, used < newCapacity ? used : newCapacity);
+      } catch (...) {
+        this->OnDestroy(block, newCapacity);
+        std::free(block);
+        throw;
+      }
       this->OnDestroy(old, used);
       std::free(old);
     }
@@ -53,11 +65,11 @@ class VELSTD_API xtcsequence : public xtbsequence<T> {
   void OnCopy(void* dst, const void* src, unsigned bytes) override {
     auto* to = static_cast<T*>(dst);
     const auto* from = static_cast<const T*>(src);
-    const unsigned count = bytes / sizeof(T);
+    const std::size_t count = bytes / sizeof(T);
     if (to < from) {
-      for (unsigned i = 0; i < count; ++i) to[i] = from[i];
+      for (std::size_t i = 0; i < count; ++i) to[i] = from[i];
     } else if (to > from) {
-      for (unsigned i = count; i > 0; --i) to[i - 1] = from[i - 1];
+      for (std::size_t i = count; i > 0; --i) to[i - 1] = from[i - 1];
     }
   }
 

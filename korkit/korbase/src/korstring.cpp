@@ -342,7 +342,8 @@ bool ReadDouble(const char* start, const char* end, double* value) {
 using CaseFunction = std::wint_t (*)(std::wint_t);
 
 void ConvertCase(char* text, CaseFunction convert) {
-  if (korText(text) != text || !text) return;
+  // Null text has nothing to convert, and the text "uninit" is a literal.
+  if (reinterpret_cast<std::uintptr_t>(text) <= 2) return;
   const korCharset charset;
   std::size_t left = std::strlen(text);
   while (left > 0) {
@@ -509,7 +510,7 @@ bool korWStringToDouble(const wchar_t* textArg, double* value) {
   const Span<wchar_t> number = FindNumber(text);
   const auto length = static_cast<std::size_t>(number.end - number.start);
   constexpr std::size_t kUsual = 64;
-  char usual[kUsual];
+  char usual[kUsual] = {};
   std::unique_ptr<char[]> longer;
   if (length > kUsual) longer.reset(new char[length]);
   char* narrow = longer ? longer.get() : usual;
