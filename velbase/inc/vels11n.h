@@ -11,6 +11,7 @@
 #include "xrchandle.h"
 #include "xstring.h"
 
+class velDeprecationSupport;
 class xanydictionary;
 
 /// What is known during one deserialization: the object at the top, and values
@@ -58,11 +59,32 @@ struct VELSTD_API velS11nAccess {
     return create<C>(context);
   }
 
+  /// Whether `name` is in the deprecation list of `support`, and adding to it.
+  static bool isDeprecated(velDeprecationSupport* support, const xstring& name);
+  static void addDeprecated(velDeprecationSupport* support, const xstring& names);
+
   /// Calls a setter of `object`.
   template <class C, class T>
   static void set(C* object, void (C::*setter)(T), T value) {
     (object->*setter)(value);
   }
 };
+
+/// A new, empty object of the type registered under `typeName`.
+/// @param context  passed to the object's constructor (borrowed, nullable)
+/// @return one reference (owned by the caller, given back with xrcrelease); null
+///         for a type that is unknown or has no creator
+/// Throws what the constructor throws, and std::bad_alloc.
+VELSTD_API xobject* velS11nCreate(const char* typeName, velS11nContext* context);
+
+/// Sets an attribute of `object` (borrowed) through the setter that its type, or
+/// the first of its parents depth first, keeps for that name. The attribute
+/// "_s11n_deprecated" adds to the object's deprecation list, if it has one.
+/// @return true if it was set; false for an unknown attribute that the object's
+///         own deprecation list names
+/// Throws velXInvalidDictKey for any other unknown attribute, velXTypeMismatch
+/// for a value of the wrong kind, velXNull for null arguments,
+/// velXNotInitialized for xuninitobject.
+VELSTD_API bool velS11nSet(xobject* object, const char* attribute, const xany& value);
 
 #endif  // VELSTD_VELBASE_VELS11N_H

@@ -1,5 +1,13 @@
 #include "vels11n.h"
 
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "korstring.h"
+#include "velattributes.h"
+#include "veldeprecation.h"
+#include "vels11ncontextsensitive.h"
 #include "xcollections.h"
 
 velS11nContext::velS11nContext() : userData(xanydictionary::create()) {}
@@ -21,3 +29,57 @@ xany velS11nContext::getUserData(const char* name) const {
 }
 
 xany velS11nContext::getUserData() const { return getUserData(""); }
+
+VEL_OBJECT_RTTI(velS11nContextSensitive, xrttistruct, [](xrttistruct* rtti) {
+  rtti->initializeRttiStruct("velS11nContextSensitive", 1, 0, nullptr, 0, nullptr);
+})
+
+bool velS11nAccess::isDeprecated(velDeprecationSupport* support, const xstring& name) {
+  return support->isDeprecatedAttribute(name);
+}
+
+void velS11nAccess::addDeprecated(velDeprecationSupport* support, const xstring& names) {
+  support->_s11n_set_s11n_deprecated(names);
+}
+
+namespace {
+
+// The setter that `type` or the first of its ancestors keeps under `key`.
+velS11nSetter FindSetter(xrttiobject* type, const char* key) {
+  std::unordered_set<xrttiobject*> seen;
+  std::vector<xrttiobject*> pending{type};
+  while (!pending.empty()) {
+    xrttiobject* next = pending.back();
+    pending.pop_back();
+    if (!next || !seen.insert(next).second) continue;
+    if (void* setter = next->getUserData(key)) return reinterpret_cast<velS11nSetter>(setter);
+    for (int i = next->getNParents() - 1; i >= 0; --i) pending.push_back(next->getParent(i));
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+xobject* velS11nCreate(const char* typeName, velS11nContext* context) {
+  void* creator = velRttiGetUserData(typeName, "_s11n_create");
+  return creator ? reinterpret_cast<velS11nCreator>(creator)(context) : nullptr;
+}
+
+bool velS11nSet(xobject* object, const char* attribute, const xany& value) {
+  if (velIsUninit(object)) velhThrowNotInitialized();
+  attribute = korText(attribute);
+  if (!object || !attribute) velhThrowNull();
+  const std::string key = std::string("_s11n_set") + attribute;
+  if (const velS11nSetter setter = FindSetter(object->getRtti(), key.c_str())) {
+    setter(object, value);
+    return true;
+  }
+  if (auto* support = dynamic_cast<velDeprecationSupport*>(object)) {
+    if (key == "_s11n_set_s11n_deprecated") {
+      velS11nAccess::addDeprecated(support, velAttributeType<xstring>::write(value));
+      return true;
+    }
+    if (velS11nAccess::isDeprecated(support, attribute)) return false;
+  }
+  velhThrowInvalidDictKey(object, attribute);
+}

@@ -8,6 +8,7 @@
 
 #include "velexceptions.h"
 #include "velexecutable.h"
+#include "velpending.h"
 #include "velrtti.h"
 #include "xcollections.h"
 #include "xobject.h"
@@ -59,11 +60,17 @@ velRttiRegister_veljava::velRttiRegister_veljava() {
 
 namespace {
 
+// The parked "Out of memory" must exist before memory has run out.
+struct PrepareOutOfMemory {
+  PrepareOutOfMemory() { velPrepareOutOfMemory(); }
+};
+
 const XobjectMutexAllocator mutexAllocator;
 const velRttiRegister_buildintypes registerBuiltInTypes;
 const velRttiRegister_vellib registerVellib;
 const velRttiRegister_stdcols registerStandardCollections;
 const velRttiRegister_xrtti registerDescriptors;
 const velRttiRegister_veljava registerVeljava;
+const PrepareOutOfMemory prepareOutOfMemory;
 
 }  // namespace

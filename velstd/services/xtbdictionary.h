@@ -33,6 +33,9 @@ class VELSTD_API xtbdictionary : public virtual xobject, protected xbasedictiona
   /// Number of slots, not of entries; 0 for a new dictionary.
   virtual int getmapsize() { return static_cast<int>(GetTableSize()); }
 
+  /// Number of entries.
+  int getcount() const { return static_cast<int>(GetCount()); }
+
   /// True when `key` is present; its value is stored in `value` (nullable),
   /// which stays untouched otherwise. Throws velXNull for a null key.
   virtual bool find(const char* key, T* value) {

@@ -1,0 +1,142 @@
+// velflatcollection.h - collections from C, once for all classes.
+//
+// Each operation clears the pending exception, finds the collection, holds it
+// for the time of the call without ever being the one that destroys it, and
+// calls the member of the same name through the object's table.
+#ifndef VELSTD_CAPI_VELFLATCOLLECTION_H
+#define VELSTD_CAPI_VELFLATCOLLECTION_H
+
+#include <utility>
+
+#include "velargument.h"
+#include "velflatvalue.h"
+#include "velguard.h"
+#include "velobjectaccess.h"
+#include "velpending.h"
+#include "xcollections.h"
+
+/// Runs `call` on the collection at `address` by the rules above.
+template <class C, class R, class Call>
+R velOnCollection(const void* address, R onError, Call call) {
+  return velGuard(onError, [&] {
+    velClearPending();
+    C* collection = velArgument<C>(address);
+    const velBorrow borrow(collection);
+    return call(*collection);
+  });
+}
+
+/// What both families share.
+template <class C>
+struct velFlatCollection {
+  template <class Call>
+  static void run(const void* address, Call call) {
+    velOnCollection<C>(address, 0, [&](C& collection) {
+      call(collection);
+      return 0;
+    });
+  }
+
+  /// A new one with one reference.
+  static C* create() {
+    return velGuard<C*>(nullptr, [] {
+      velClearPending();
+      const xrchandle<C> made = C::create();
+      xrcattach(made.operator->());
+      return made.operator->();
+    });
+  }
+
+  static xrttiobject* rtti() {
+    return velGuard<xrttiobject*>(nullptr, [] {
+      velClearPending();
+      return C::getClassRtti();
+    });
+  }
+};
+
+template <class C>
+struct velFlatSequence : velFlatCollection<C> {
+  using Element = decltype(std::declval<C&>().get(0));
+  using Value = velFlatValue<Element>;
+  using Flat = typename Value::Flat;
+
+  static int getarraysize(const void* seq) {
+    return velOnCollection<C>(seq, VEL_ERROR_INT, [](C& s) { return s.getarraysize(); });
+  }
+  static Flat get(const void* seq, int index) {
+    Element result{};
+    velGuard([&] {
+      velClearPending();
+      // The error value is there before the sequence is touched.
+      result = Value::onError();
+      C* sequence = velArgument<C>(seq);
+      const velBorrow borrow(sequence);
+      result = sequence->get(index);
+    });
+    return Value::out(result);
+  }
+  static void set(const void* seq, int index, const Flat& value) {
+    velFlatSequence::run(seq, [&](C& s) { s.set(index, Value::in(value)); });
+  }
+  static void insert(const void* seq, int index, const Flat& value) {
+    velFlatSequence::run(seq, [&](C& s) { s.insert(index, Value::in(value)); });
+  }
+  static void insertseq(const void* seq, int index, const void* other) {
+    velFlatSequence::run(seq, [&](C& s) {
+      C* inserted = velArgument<C>(other);
+      const velBorrow borrow(inserted);
+      s.insertseq(index, *inserted);
+    });
+  }
+  static void removerange(const void* seq, int first, int last) {
+    velFlatSequence::run(seq, [&](C& s) { s.removerange(first, last); });
+  }
+};
+
+template <class C, class T>
+struct velFlatDictionary : velFlatCollection<C> {
+  using Value = velFlatValue<T>;
+  using Flat = typename Value::Flat;
+
+  static int getmapsize(const void* dict) {
+    return velOnCollection<C>(dict, VEL_ERROR_INT, [](C& d) { return d.getmapsize(); });
+  }
+  static int count(const void* dict) {
+    return velOnCollection<C>(dict, VEL_ERROR_INT, [](C& d) { return d.getcount(); });
+  }
+  static unsigned char find(const void* dict, const char* key, Flat* value) {
+    return lookUp<T>(dict, value, [&](C& d, T* found) { return d.find(key, found); });
+  }
+  static void set(const void* dict, const char* key, const Flat& value) {
+    velFlatDictionary::run(dict, [&](C& d) { d.set(key, Value::in(value)); });
+  }
+  static void remove(const void* dict, const char* key) {
+    velFlatDictionary::run(dict, [&](C& d) { d.remove(key); });
+  }
+  static unsigned char getbyindex(const void* dict, int index, Flat* value) {
+    return lookUp<T>(dict, value, [&](C& d, T* found) { return d.getbyindex(index, found); });
+  }
+  static unsigned char getkeybyindex(const void* dict, int index, __xstring_c* key) {
+    return lookUp<xstring>(dict, key,
+                           [&](C& d, xstring* found) { return d.getkeybyindex(index, found); });
+  }
+  static void setbyindex(const void* dict, int index, const Flat& value) {
+    velFlatDictionary::run(dict, [&](C& d) { d.setbyindex(index, Value::in(value)); });
+  }
+  static void removebyindex(const void* dict, int index) {
+    velFlatDictionary::run(dict, [&](C& d) { d.removebyindex(index); });
+  }
+
+ private:
+  template <class Found, class Ask>
+  static unsigned char lookUp(const void* dict, typename velFlatValue<Found>::Flat* to, Ask ask) {
+    Found found{};
+    const unsigned char answer = velOnCollection<C>(
+        dict, VEL_ERROR_BOOL, [&](C& d) -> unsigned char { return ask(d, to ? &found : nullptr); });
+    velFlatValue<Found>::store(to, answer == 1, found);
+    return answer;
+  }
+};
+
+#endif  // VELSTD_CAPI_VELFLATCOLLECTION_H

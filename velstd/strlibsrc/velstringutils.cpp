@@ -1,0 +1,135 @@
+#include "velstringutils.h"
+
+#include <cstddef>
+#include <string>
+
+#include "kormbcs.h"
+#include "korstring.h"
+
+namespace {
+
+bool IsBlank(const xstring& text) { return text.IsNull() || text.IsEmpty(); }
+
+// The `bytes` bytes at `text`, wherever characters begin and end.
+xstring Bytes(const char* text, std::size_t bytes) {
+  return xstring(std::string(text, bytes).c_str());
+}
+
+xstring FirstCharacter(const xstring& text) { return xstring(text.CastToCString(), 1); }
+
+// Bytes of `word` without its last character.
+std::size_t BytesBeforeLast(const xstring& word) {
+  const char* text = word;
+  const std::size_t characters = korMbCharCount(text, Strlen(text));
+  return kor_mbsnbcnt(text, static_cast<int>(characters) - 1);
+}
+
+// Whether the last character of `word`, which has some, is `escape`.
+bool EndsIn(const xstring& word, const xstring& escape) {
+  return escape == word.CastToCString() + BytesBeforeLast(word);
+}
+
+}  // namespace
+
+// One word and the separator behind it. A cursor at the end moves past it: the
+// sign that the text is used up.
+xstring velStringUtils::ConsumeNextWord(const char** cursor, const char* end,
+                                        const char* separators, xstring* delimiter) {
+  *delimiter = xstring();
+  const char* const at = *cursor;
+  if (at >= end) {
+    *cursor = end + 1;
+    return xstring("");
+  }
+  const char* wordStart;
+  const char* wordEnd;
+  if (korStringGetNextWord(at, end, separators, &wordStart, &wordEnd) && wordStart == at) {
+    const auto bytes = static_cast<std::size_t>(wordEnd - wordStart);
+    const xstring word = Bytes(wordStart, bytes);
+    if (*wordEnd) *delimiter = Bytes(wordEnd, 1);
+    *cursor = wordEnd + 1;
+    return word;
+  }
+  if (*at) *delimiter = Bytes(at, 1);
+  *cursor = at + 1;
+  return xstring("");
+}
+
+xstring velStringUtils::makeEscapedString(xstring text, xstring separators, xstring escape) {
+  if (IsBlank(text) || IsBlank(escape)) return text;
+  const xstring escapeCharacter = FirstCharacter(escape);
+  xstring all = separators;
+  if (all.Pos(escapeCharacter.CastToCString()) == -1) all += escapeCharacter.CastToCString();
+  const char* cursor = text;
+  const char* const end = cursor + Strlen(cursor);
+  xstring result;
+  for (;;) {
+    xstring delimiter;
+    const xstring word = ConsumeNextWord(&cursor, end, all, &delimiter);
+    result += word.CastToCString();
+    if (!delimiter.IsNull()) {
+      result += escapeCharacter.CastToCString();
+      result += delimiter.CastToCString();
+    }
+    if (cursor > end || delimiter.IsNull()) return result;
+  }
+}
+
+xrchandle<xstringsequence> velStringUtils::parseEscapedandFormattedString(xstring text,
+                                                                          xstring separators,
+                                                                          xstring escape) {
+  const auto result = xstringsequence::create();
+  if (IsBlank(text)) return result;
+  const bool escapes = !IsBlank(escape);
+  if (!escapes && IsBlank(separators)) {
+    result->append(text);
+    return result;
+  }
+  const xstring escapeCharacter = escapes ? FirstCharacter(escape) : xstring();
+  const bool escapeSeparates =
+      escapes && separators.Pos(escapeCharacter.CastToCString()) != -1;
+
+  xstring element("");
+  bool pending = false;  // an escape character was met and nothing after it
+  const char* cursor = text;
+  const char* const end = cursor + Strlen(cursor);
+  for (;;) {
+    xstring delimiter;
+    const xstring word = ConsumeNextWord(&cursor, end, separators, &delimiter);
+    const bool hasWord = !word.IsEmpty();
+    const bool hasDelimiter = !delimiter.IsNull();
+    if (escapes && hasDelimiter && delimiter == escapeCharacter) {
+      if (pending && !hasWord) {
+        element += escapeCharacter.CastToCString();
+        pending = false;
+      } else if (pending) {
+        result->append(element);
+        result->append(delimiter);
+        element = word;
+      } else {
+        element += word.CastToCString();
+        pending = true;
+      }
+    } else if (escapes && !escapeSeparates && hasWord && EndsIn(word, escapeCharacter)) {
+      pending = false;
+      element += Bytes(word, BytesBeforeLast(word)).CastToCString();
+      if (hasDelimiter) element += delimiter.CastToCString();
+    } else if (pending && !hasWord && hasDelimiter) {
+      // An escaped separator.
+      element += delimiter.CastToCString();
+      pending = false;
+    } else {
+      if (pending) {
+        result->append(element);
+        result->append(escapeCharacter);
+        element = xstring("");
+        pending = false;
+      }
+      element += word.CastToCString();
+      result->append(element);
+      if (hasDelimiter) result->append(delimiter);
+      element = xstring("");
+    }
+    if (cursor > end || !hasDelimiter) return result;
+  }
+}
