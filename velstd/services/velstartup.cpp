@@ -4,10 +4,9 @@
 // on their having run: each thing they make is made by the first that needs it,
 // so that a program's own static initialisers may use everything. None of them
 // has a destructor.
-#include <type_traits>
-
 #include "velexceptions.h"
 #include "velexecutable.h"
+#include "velobjectmutex.h"
 #include "velrtti.h"
 #include "xcollections.h"
 #include "xobject.h"
@@ -59,11 +58,16 @@ velRttiRegister_veljava::velRttiRegister_veljava() {
 
 namespace {
 
+struct LoadingEnd {
+  LoadingEnd() { velEndLoading(); }
+};
+
 const XobjectMutexAllocator mutexAllocator;
 const velRttiRegister_buildintypes registerBuiltInTypes;
 const velRttiRegister_vellib registerVellib;
 const velRttiRegister_stdcols registerStandardCollections;
 const velRttiRegister_xrtti registerDescriptors;
 const velRttiRegister_veljava registerVeljava;
+const LoadingEnd loadingEnd;
 
 }  // namespace
