@@ -137,13 +137,13 @@ void velInitializeStruct(xrttistruct* rtti, const char* name, velS11nCreator cre
 /// VEL_OBJECT(C) and
 ///
 ///   private:
-///    friend struct velS11nAccess;
+///    friend struct ::velS11nAccess;
 ///    static void* _s11n_create(velS11nContext* context);
 ///   protected:
 ///    explicit C(velS11nContext* context);
 #define VEL_ATTRIBUTED(C, Base)                                                \
   VEL_OBJECT(C)                                                                \
-  friend struct velS11nAccess;                                                 \
+  friend struct ::velS11nAccess;                                               \
   static void* _s11n_create(velS11nContext* context);                          \
                                                                                \
  protected:                                                                    \

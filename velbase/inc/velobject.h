@@ -11,7 +11,9 @@
 // The descriptor is made on first use, under the global object mutex: made,
 // initialised, registered by its name, and only then shown to other threads.
 // An initialisation may ask for the very descriptor it is about (a type that
-// refers to itself). When it throws, the next use tries again.
+// refers to itself) and for others, which may refer back; all that are made on
+// the way are shown together, when the outermost ends. When an initialisation
+// throws, the next use tries again.
 #ifndef VELSTD_VELBASE_VELOBJECT_H
 #define VELSTD_VELBASE_VELOBJECT_H
 
@@ -53,9 +55,12 @@ class VELSTD_API velClassRtti {
                     void (*step)());
 
   std::atomic<xrttiobject*> ready{nullptr};
-  // For the owner of the mutex only: made, perhaps not yet initialised.
-  xrttiobject* building = nullptr;
-  bool initializing = false;
+  // For the owner of the mutex only.
+  class Creation;
+  enum State : int { kEmpty, kInitializing, kComplete };
+  State state = kEmpty;
+  xrttiobject* building = nullptr;       // made, perhaps not yet initialised
+  velClassRtti* nextComplete = nullptr;  // completed before this one, not yet shown
 };
 
 /// Throws velXTypeMismatch with the name of `expected` and `object`.
@@ -116,8 +121,8 @@ void* velDyndowncast(C* self, const xrttiobject* target) {
 /// a function `void (Kind*)` that initialises it, such as a lambda.
 #define VEL_OBJECT_RTTI(C, Kind, ...)                                          \
   xrttiobject* C::getClassRtti() {                                             \
-    static velClassRtti descriptor;                                                  \
-    return descriptor.get<Kind>(__VA_ARGS__);                                        \
+    static velClassRtti descriptor;                                            \
+    return descriptor.get<Kind>(__VA_ARGS__);                                  \
   }                                                                            \
   xrttiobject* C::giveRtti() { return C::getClassRtti(); }
 

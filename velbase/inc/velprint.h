@@ -8,8 +8,13 @@
 #define VELSTD_VELBASE_VELPRINT_H
 
 #include <iosfwd>
+#include <type_traits>
 
 #include "veltraverser.h"
+
+// As velTraverser: destroyed through its own type.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
 /// Threads: as the stream. Throws what the stream throws.
 class VELSTD_API velPrintTraverser : public velTraverser {
@@ -68,12 +73,33 @@ class VELSTD_API velPrintTraverser : public velTraverser {
   int indent;
 };
 
+#pragma GCC diagnostic pop
+
 /// Writes `value` with a velPrintTraverser of that step.
 VELSTD_API void velPrint(xany value, std::ostream& out, int step);
 
 /// Writes the object (borrowed) with step 2: null as "nil", xuninitobject as
 /// nothing. An object that nobody holds keeps its count of 0.
 VELSTD_API std::ostream& operator<<(std::ostream& out, xobject* object);
+
+/// The same for pointers and handles of any framework class. They would
+/// convert by themselves, but not safely: a conversion to the virtual base
+/// reads memory at the uninitialised address.
+template <class T>
+using velIfFrameworkClass = std::enable_if_t<std::is_convertible<T*, xobject*>::value &&
+                                             !std::is_same<T, xobject>::value>;
+template <class T, class = velIfFrameworkClass<T>>
+std::ostream& operator<<(std::ostream& out, T* object) {
+  return out << velAsObject(object);
+}
+template <class T>
+std::ostream& operator<<(std::ostream& out, const xrchandle<T>& object) {
+  return out << velAsObject(object.operator->());
+}
+template <class T>
+std::ostream& operator<<(std::ostream& out, const xrcunihandle<T>& object) {
+  return out << velAsObject(object.operator->());
+}
 
 /// The same to the standard error stream.
 VELSTD_API void velDebugPrint(xobject* object);

@@ -23,9 +23,9 @@
 #include "xrtti.h"
 #include "xstring.h"
 
-/// What an operation of a visitor tells the walker; any other number counts as
+/// What an operation of a visitor tells the walker; any other int counts as
 /// velTrContinue.
-enum velTraverseResult {
+enum velTraverseResult : int {
   velTrContinue = 1,  ///< go on
   velTrSkip = 2,      ///< from a begin: neither contents nor end; next sibling
   velTrLeave = 3,     ///< no more parts of the container that this is a part of

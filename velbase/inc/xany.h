@@ -19,7 +19,8 @@
 // again: its owner may free it before the value goes.
 // Threads: one value is for one thread at a time, conversions to text included.
 // Errors: conversions of a value of another kind end the process through
-// _korAbort; only validate and the constructors from wide integers throw.
+// _korAbort; only validate throws, and what takes an integer of another type
+// than int when it does not fit.
 #ifndef VELSTD_VELBASE_XANY_H
 #define VELSTD_VELBASE_XANY_H
 
@@ -58,9 +59,16 @@ class VELSTD_API xany {
   using IfBool = std::enable_if_t<std::is_same<T, bool>::value>;
   // Every integer type that has no meaning of its own here.
   template <class T>
-  using IfOtherInt = std::enable_if_t<
-      std::is_integral<T>::value && !std::is_same<T, bool>::value &&
-      !std::is_same<T, int>::value && !std::is_same<T, unsigned char>::value>;
+  using IsOtherInt =
+      std::bool_constant<std::is_integral<T>::value && !std::is_same<T, bool>::value &&
+                         !std::is_same<T, int>::value && !std::is_same<T, unsigned char>::value>;
+  template <class T>
+  using IfOtherInt = std::enable_if_t<IsOtherInt<T>::value>;
+  // Everything that can be compared with a value, but for values.
+  template <class T>
+  using IfComparable = std::enable_if_t<!std::is_convertible<const T*, const xany*>::value &&
+                                        (std::is_constructible<xany, const T&>::value ||
+                                         std::is_convertible<const T&, const char*>::value)>;
 
  public:
   /// Uninitialised.
@@ -103,6 +111,7 @@ class VELSTD_API xany {
 
   // Assignment: like construction, but for null text (see there). The new
   // content is in place before the old is released; self-assignment is safe.
+  xany& operator=(__xanykind value) noexcept { return *this = xany(value); }
   xany& operator=(int value) { return *this = xany(value); }
   xany& operator=(unsigned char value) { return *this = xany(value); }
   xany& operator=(double value) { return *this = xany(value); }
@@ -189,7 +198,48 @@ class VELSTD_API xany {
   /// Address 2 asks for uninit, 1 for nil; else a string of that text.
   unsigned char operator==(const char* text) const;
 
+  // Against anything a value can be built from, on either side. Integers of
+  // other types ask as the int of the same value (and throw as in construction),
+  // text of other types as const char*; the rest as the value built from it.
+  template <class T, class = IfComparable<T>>
+  friend unsigned char operator==(const xany& a, const T& b) {
+    return a.Equals(b);
+  }
+  template <class T, class = IfComparable<T>>
+  friend unsigned char operator==(const T& a, const xany& b) {
+    return b.Equals(a);
+  }
+  template <class T, class = IfComparable<T>>
+  friend unsigned char operator!=(const xany& a, const T& b) {
+    return !a.Equals(b);
+  }
+  template <class T, class = IfComparable<T>>
+  friend unsigned char operator!=(const T& a, const xany& b) {
+    return !b.Equals(a);
+  }
+  // Spelled out beside the templates: C++20 would take the members reversed
+  // first, and refuses a reversed == that does not give bool.
+  friend unsigned char operator==(int a, const xany& b) { return b.operator==(a); }
+  friend unsigned char operator==(const char* a, const xany& b) { return b.operator==(a); }
+  friend unsigned char operator!=(const xany& a, const xany& b) { return !a.operator==(b); }
+  friend unsigned char operator!=(const xany& a, int b) { return !a.operator==(b); }
+  friend unsigned char operator!=(int a, const xany& b) { return !b.operator==(a); }
+  friend unsigned char operator!=(const xany& a, const char* b) { return !a.operator==(b); }
+  friend unsigned char operator!=(const char* a, const xany& b) { return !b.operator==(a); }
+
  private:
+  template <class T>
+  unsigned char Equals(const T& other) const {
+    if constexpr (IsOtherInt<T>::value) {
+      return operator==(velToInt(other));
+    } else if constexpr (std::is_convertible<const T&, const char*>::value &&
+                         !std::is_same<T, std::nullptr_t>::value) {
+      const char* text = other;
+      return operator==(text);
+    } else {
+      return operator==(xany(other));
+    }
+  }
   void Release() noexcept;
   // What the value reads as: a view may say "object" and hold null or the
   // uninitialised address.
@@ -228,26 +278,6 @@ class VELSTD_API xany {
 
 static_assert(sizeof(xany) == sizeof(__xany_c) && sizeof(xany) == 32,
               "a value and its C view have one layout");
-
-/// The value against anything it can be built from, on either side.
-template <class T>
-using velIfAnySource =
-    std::enable_if_t<std::is_convertible<const T&, xany>::value && !std::is_same<T, xany>::value &&
-                     !std::is_same<T, int>::value &&
-                     !std::is_convertible<const T&, const char*>::value>;
-template <class T, class = velIfAnySource<T>>
-unsigned char operator==(const xany& a, const T& b) {
-  return a == xany(b);
-}
-inline unsigned char operator==(const xany& a, const xstring& b) { return a == xany(b); }
-inline unsigned char operator!=(const xany& a, const xstring& b) { return !(a == b); }
-template <class T, class = velIfAnySource<T>>
-unsigned char operator!=(const xany& a, const T& b) {
-  return !(a == b);
-}
-inline unsigned char operator!=(const xany& a, const xany& b) { return !(a == b); }
-inline unsigned char operator!=(const xany& a, int b) { return !(a == b); }
-inline unsigned char operator!=(const xany& a, const char* b) { return !(a == b); }
 
 /// C adapters: the view of a value (owned by the caller), and the value of a
 /// view (which keeps its own reference).

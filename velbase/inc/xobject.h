@@ -13,11 +13,13 @@
 // isDeletable is asked, onDelete told, then the destructor runs. Others belong
 // to whoever made them and go with xdelete. isDeletable, onDelete and
 // destructors must not throw, and must not leave a new reference behind.
+// Where destructions nest deeper than 64 levels the stack is spared: what a
+// destructor releases there dies, in the same order, as soon as the destructor
+// is through, so that one which acts after it gave up a child finds it alive.
 //
 // Threads: counts are atomic; descriptors are made under one process-wide
-// recursive mutex; nothing else is locked, and no lock is held while a virtual
-// function of a user's class runs (but for the initialisation of a class
-// descriptor).
+// recursive mutex. No lock is held while a virtual function of a user's class
+// runs, but for the initialisation of a class descriptor.
 #ifndef VELSTD_VELBASE_XOBJECT_H
 #define VELSTD_VELBASE_XOBJECT_H
 
@@ -37,7 +39,12 @@ inline xobject* const xuninitobject = reinterpret_cast<xobject*>(std::uintptr_t{
 
 /// True for the address of xuninitobject, whatever the static type.
 inline bool velIsUninit(const volatile void* p) noexcept {
-  return reinterpret_cast<std::uintptr_t>(p) == 22;
+  auto address = reinterpret_cast<std::uintptr_t>(p);
+  // Keeps the answer from the optimiser where it is not plain: it would follow
+  // the path on which it is true, and warn of conversions there that read
+  // memory at 22.
+  if (!__builtin_constant_p(address)) __asm__("" : "+r"(address));
+  return address == 22;
 }
 
 class VELSTD_API xobject {

@@ -43,8 +43,13 @@ class VELSTD_API xrcbasehandle {
 /// asked as by a last release, but the object stays. `p` is not null.
 VELSTD_API void velReassign(xobject* p);
 
-template <class T>
-class VELSTD_API xrcunihandle;
+/// `p` as a T: the uninitialised address stays what it is, where a conversion to
+/// a virtual base would read memory at that address.
+template <class T, class U>
+T* velHeldAs(U* p) noexcept {
+  const auto address = reinterpret_cast<std::uintptr_t>(p);
+  return velIsUninit(p) ? reinterpret_cast<T*>(address) : static_cast<T*>(p);
+}
 
 template <class T>
 class VELSTD_API xrchandle : public xrcbasehandle<T> {
@@ -62,7 +67,7 @@ class VELSTD_API xrchandle : public xrcbasehandle<T> {
   xrchandle(xrchandle&& other) noexcept : xrcbasehandle<T>() { take(other); }
   template <class U, class = IfConvertible<U>>
   xrchandle(const xrchandle<U>& other) {
-    attach(other.operator->());
+    attach(velHeldAs<T>(other.operator->()));
   }
   ~xrchandle() { release(); }
 
@@ -75,15 +80,12 @@ class VELSTD_API xrchandle : public xrcbasehandle<T> {
     return *this;
   }
   xrchandle& operator=(xrchandle&& other) noexcept {
-    if (this != &other) {
-      release();
-      take(other);
-    }
+    if (this != &other) moveFrom(other);
     return *this;
   }
   template <class U, class = IfConvertible<U>>
   xrchandle& operator=(const xrchandle<U>& other) {
-    set(other.operator->());
+    set(velHeldAs<T>(other.operator->()));
     return *this;
   }
 
@@ -113,6 +115,13 @@ class VELSTD_API xrchandle : public xrcbasehandle<T> {
     this->ptr = other.ptr;
     other.ptr = nullptr;
   }
+  // Both are null while the old object goes: it may be the one that the other
+  // handle lives in.
+  void moveFrom(xrchandle& other) noexcept {
+    xrchandle taken(static_cast<xrchandle&&>(other));
+    release();
+    take(taken);
+  }
 };
 
 template <class T>
@@ -132,11 +141,11 @@ class VELSTD_API xrcunihandle : public xrcbasehandle<T> {
   xrcunihandle(xrcunihandle&& other) noexcept : xrcbasehandle<T>(), counted(false) { take(other); }
   template <class U, class = IfConvertible<U>>
   xrcunihandle(const xrchandle<U>& other) : counted(false) {
-    attach(other.operator->());
+    attach(velHeldAs<T>(other.operator->()));
   }
   template <class U, class = std::enable_if_t<!std::is_same<U, T>::value>, class = IfConvertible<U>>
   xrcunihandle(const xrcunihandle<U>& other) : counted(false) {
-    attach(other.operator->());
+    attach(velHeldAs<T>(other.operator->()));
   }
   ~xrcunihandle() { release(); }
 
@@ -145,10 +154,7 @@ class VELSTD_API xrcunihandle : public xrcbasehandle<T> {
     return *this;
   }
   xrcunihandle& operator=(xrcunihandle&& other) noexcept {
-    if (this != &other) {
-      release();
-      take(other);
-    }
+    if (this != &other) moveFrom(other);
     return *this;
   }
 
@@ -187,6 +193,12 @@ class VELSTD_API xrcunihandle : public xrcbasehandle<T> {
     this->ptr = other.ptr;
     counted = other.counted;
     other.ptr = nullptr;
+  }
+  void moveFrom(xrcunihandle& other) noexcept {
+    xrcunihandle taken(static_cast<xrcunihandle&&>(other));
+    release();
+    // Null leaves `counted` alone, as in set().
+    if (!taken.isnull()) take(taken);
   }
 };
 

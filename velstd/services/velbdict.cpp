@@ -44,8 +44,7 @@ std::uint32_t xbdictHashCollision(const char* key, unsigned length) {
 }
 
 const char*& xbasedictionary::KeyOf(void* block, unsigned index, unsigned slotSize) const {
-  return *reinterpret_cast<const char**>(static_cast<char*>(block) +
-                                         std::size_t{index} * slotSize);
+  return *reinterpret_cast<const char**>(static_cast<char*>(block) + std::size_t{index} * slotSize);
 }
 
 void* xbasedictionary::ValueAt(unsigned index, unsigned slotSize, unsigned valueOffset) const {
@@ -122,18 +121,29 @@ void xbasedictionary::BaseSet(const char* key, const void* value, unsigned slotS
   // What a new entry needs is there before anything changes.
   unsigned index;
   const bool resizes = wanted != slotCount;
-  const bool present =
-      resizes ? Locate(key, index, slotSize) : FindIndex(key, index, slotSize);
+  const bool present = resizes ? Locate(key, index, slotSize) : FindIndex(key, index, slotSize);
   std::unique_ptr<char[]> copy(present ? nullptr : Strnew(key));
   if (resizes) {
     AdjustTableSize(static_cast<unsigned>(wanted), slotSize, valueOffset);
     FindIndex(key, index, slotSize);
   }
-  if (!present) {
-    ++liveCount;
-    KeyOf(table, index, slotSize) = copy.release();
+  if (present) {
+    OnCopyEntry(ValueAt(index, slotSize, valueOffset), value);
+    return;
   }
-  OnCopyEntry(ValueAt(index, slotSize, valueOffset), value);
+  const char*& slotKey = KeyOf(table, index, slotSize);
+  const char* const vacant = slotKey;
+  ++liveCount;
+  slotKey = copy.get();
+  try {
+    OnCopyEntry(ValueAt(index, slotSize, valueOffset), value);
+  } catch (...) {
+    // No entry without its value.
+    slotKey = vacant;
+    --liveCount;
+    throw;
+  }
+  copy.release();
 }
 
 void xbasedictionary::RemoveAt(unsigned index, unsigned slotSize, unsigned valueOffset) {
@@ -224,21 +234,32 @@ void xbasedictionary::BaseAllocate(unsigned n, unsigned slotSize) {
 void xbasedictionary::AdjustTableSize(unsigned newSize, unsigned slotSize, unsigned valueOffset) {
   void* const oldTable = table;
   const unsigned oldSize = slotCount;
+  const unsigned oldCount = liveCount;
   Allocate(newSize, slotSize);
   liveCount = 0;
-  for (unsigned i = 0; i < oldSize; ++i) {
-    const char* key = KeyOf(oldTable, i, slotSize);
-    if (xdictentryIsVacant(key)) continue;
-    unsigned index;
-    FindIndex(key, index, slotSize);
-    ++liveCount;
-    // The copy of the key moves over; the old block is only tested for
-    // vacancy from here on.
-    KeyOf(table, index, slotSize) = key;
-    OnCopyEntry(ValueAt(index, slotSize, valueOffset),
-                static_cast<char*>(oldTable) + std::size_t{i} * slotSize + valueOffset);
+  try {
+    for (unsigned i = 0; i < oldSize; ++i) {
+      const char* key = KeyOf(oldTable, i, slotSize);
+      if (xdictentryIsVacant(key)) continue;
+      unsigned index;
+      FindIndex(key, index, slotSize);
+      ++liveCount;
+      // The copy of the key moves over; the old block is only tested for
+      // vacancy from here on.
+      KeyOf(table, index, slotSize) = key;
+      OnCopyEntry(ValueAt(index, slotSize, valueOffset),
+                  static_cast<char*>(oldTable) + std::size_t{i} * slotSize + valueOffset);
+    }
+  } catch (...) {
+    // A value could not be copied: the old block still has all of them.
+    void* const newTable = table;
+    table = oldTable;
+    slotCount = oldSize;
+    liveCount = oldCount;
+    OnDestroy(newTable, newSize);
+    throw;
   }
-  if (oldTable) OnDestroy(oldTable, oldSize);
+  OnDestroy(oldTable, oldSize);
 }
 
 void xbasedictionary::BaseClone(const xbasedictionary* other, unsigned slotSize,

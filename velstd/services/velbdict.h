@@ -29,8 +29,9 @@ class VELSTD_API xdictcontrol {
   /// @param shrinkBelow  after a removal the table may halve when its load is
   ///                     below this; 0 never shrinks
   /// @param growAbove    before an insertion the table doubles when its load is
-  ///                     above this; from 100 on a table can overflow, which
-  ///                     ends the process
+  ///                     above this; from 96 on a table can get full, and then
+  ///                     to look for an absent key ends the process; from 100
+  ///                     on to insert one does, too
   explicit xdictcontrol(unsigned shrinkBelow = 70, unsigned growAbove = 90)
       : shrinkPercent(shrinkBelow), growPercent(growAbove) {}
 
@@ -60,8 +61,7 @@ VELSTD_API std::uint32_t xbdictHashCollision(const char* key, unsigned length);
 class VELSTD_API xbasedictionary {
  public:
   /// @param loads   copied; null gives 70 and 90 percent
-  explicit xbasedictionary(const xdictcontrol* loads)
-      : policy(loads ? *loads : xdictcontrol()) {}
+  explicit xbasedictionary(const xdictcontrol* loads) : policy(loads ? *loads : xdictcontrol()) {}
   xbasedictionary(const xbasedictionary&) = delete;
   xbasedictionary& operator=(const xbasedictionary&) = delete;
 
@@ -71,7 +71,8 @@ class VELSTD_API xbasedictionary {
   /// alive. Throws std::bad_alloc.
   virtual void* OnAllocate(unsigned slots) = 0;
   /// Destroys the values of the live entries of a block and releases it. Keys
-  /// may be stale: test them with xdictentryIsVacant only.
+  /// may be stale: test them with xdictentryIsVacant only. Null and 0 slots
+  /// when the first table replaces none.
   virtual void OnDestroy(void* block, unsigned slots) = 0;
   /// Assigns a value.
   virtual void OnCopyEntry(void* dst, const void* src) = 0;
@@ -86,8 +87,8 @@ class VELSTD_API xbasedictionary {
   bool FindIndex(const char* key, unsigned& index, unsigned slotSize) const;
   /// True when `key` is present; its value is copied to `value` (nullable).
   bool BaseFind(const char* key, void* value, unsigned slotSize, unsigned valueOffset);
-  /// Stores `value` under `key`, a copy of which is made for a new entry.
-  /// Throws velXNull for a null key.
+  /// Stores `value`, which lies outside the table, under `key`, a copy of which
+  /// is made for a new entry. Throws velXNull for a null key.
   void BaseSet(const char* key, const void* value, unsigned slotSize, unsigned valueOffset);
   /// These remove an entry and answer whether there was one.
   bool BaseRemove(const char* key, unsigned slotSize, unsigned valueOffset);
@@ -99,7 +100,8 @@ class VELSTD_API xbasedictionary {
   bool BaseSetByIndex(unsigned index, const void* value, unsigned slotSize, unsigned valueOffset);
   /// Removes everything and gives the table back.
   void BaseClearAll(unsigned slotSize);
-  /// Removes everything and makes a table for `n` entries; none for 0.
+  /// Removes everything and makes a table for `n` entries; none for 0. Without
+  /// memory for it the dictionary is left empty.
   void BaseAllocate(unsigned n, unsigned slotSize);
   /// Becomes a copy of `other`, slot for slot, tombstones included. Itself:
   /// nothing. Without memory the dictionary is left empty.

@@ -11,9 +11,10 @@ namespace {
 
 #ifdef VELSTD_CHECKED
 bool SameShape(xrttiobject* a, xrttiobject* b) {
-  if (!a->isSameAs(b->getRtti()) || a->getNParents() != b->getNParents()) return false;
+  if (!b || !a->isSameAs(b->getRtti()) || a->getNParents() != b->getNParents()) return false;
   for (int i = 0; i < a->getNParents(); ++i) {
-    if (!a->getParent(i)->isTypeSameAs(b->getParent(i))) return false;
+    xrttiobject* parent = a->getParent(i);
+    if (parent ? !parent->isTypeSameAs(b->getParent(i)) : b->getParent(i) != nullptr) return false;
   }
   return true;
 }
@@ -21,8 +22,8 @@ bool SameShape(xrttiobject* a, xrttiobject* b) {
 // One name belongs to one class; a second class of that name would pass for
 // the first in every cast.
 void CheckName(xrttiobject* rtti) {
-  auto* other = dynamic_cast<xrttiobject*>(velRttiGetFromMap(rtti->getName()));
-  if (other && other != rtti && !SameShape(rtti, other)) {
+  xrtti* other = velRttiGetFromMap(rtti->getName());
+  if (other && other != rtti && !SameShape(rtti, dynamic_cast<xrttiobject*>(other))) {
     _korAbort("The name of a class descriptor belongs to another class.",
               "velstd/services/velobject", 30);
   }
@@ -31,34 +32,58 @@ void CheckName(xrttiobject* rtti) {
 void CheckName(xrttiobject*) {}
 #endif
 
-// True while a descriptor is being initialised, however that ends.
-class Flag {
+}  // namespace
+
+// One descriptor's initialisation, however that ends. A descriptor that is
+// completed on behalf of another may refer to that other, which is not complete
+// yet, so all are shown at the end of the outermost.
+class velClassRtti::Creation {
  public:
-  explicit Flag(bool& f) : flag(f) { flag = true; }
-  ~Flag() { flag = false; }
-  Flag(const Flag&) = delete;
-  Flag& operator=(const Flag&) = delete;
+  explicit Creation(velClassRtti* c) : place(c) {
+    ++depth;
+    place->state = kInitializing;
+  }
+  Creation(const Creation&) = delete;
+  Creation& operator=(const Creation&) = delete;
+
+  ~Creation() {
+    if (place->state == kInitializing) place->state = kEmpty;
+    if (--depth > 0) return;
+    for (; complete; complete = complete->nextComplete) {
+      complete->ready.store(complete->building, std::memory_order_release);
+    }
+  }
+
+  void succeed() {
+    place->state = kComplete;
+    place->nextComplete = complete;
+    complete = place;
+  }
 
  private:
-  bool& flag;
+  velClassRtti* place;
+  // Guarded by the global object mutex.
+  static int depth;
+  static velClassRtti* complete;
 };
 
-}  // namespace
+int velClassRtti::Creation::depth = 0;
+velClassRtti* velClassRtti::Creation::complete = nullptr;
 
 xrttiobject* velClassRtti::Make(xrttiobject* (*create)(),
                                 void (*fill)(xrttiobject*, void (*)()), void (*step)()) {
   const velObjectLock lock;
   if (xrttiobject* made = ready.load(std::memory_order_relaxed)) return made;
-  // The initialisation asks for its own type.
-  if (initializing) return building;
+  // An initialisation asks for its own type, or again for one it needed before.
+  if (state != kEmpty) return building;
   // A failed initialisation is tried again on the same descriptor: others may
   // have kept its address.
   if (!building) building = create();
-  const Flag busy(initializing);
+  Creation creation(this);
   fill(building, step);
   CheckName(building);
   velRttiAddToMap(building);
-  ready.store(building, std::memory_order_release);
+  creation.succeed();
   return building;
 }
 

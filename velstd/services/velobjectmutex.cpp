@@ -5,8 +5,11 @@
 #include "xobject.h"
 
 namespace {
+
 std::atomic<thrMutex*> objectMutex{nullptr};
-}
+std::atomic<bool> loaded{false};
+
+}  // namespace
 
 thrMutex* velObjectMutex() {
   if (thrMutex* made = objectMutex.load(std::memory_order_acquire)) return made;
@@ -16,5 +19,9 @@ thrMutex* velObjectMutex() {
   delete mutex;
   return first;
 }
+
+bool velIsLoaded() { return loaded.load(std::memory_order_acquire); }
+
+void velEndLoading() { loaded.store(true, std::memory_order_release); }
 
 XobjectMutexAllocator::XobjectMutexAllocator() { velObjectMutex(); }

@@ -11,11 +11,22 @@
 /// The mutex, made if it does not exist. Never null.
 thrMutex* velObjectMutex();
 
-/// Holds the mutex for a block.
+/// False while the static initialisers of the library run, and before.
+bool velIsLoaded();
+/// Called by the last of them.
+void velEndLoading();
+
+/// Holds the mutex for a block. While the library is being loaded nobody else
+/// can be inside it, and the mutex is left alone: it asks at its first lock
+/// whether there are threads, and the program has had no chance to say.
 class velObjectLock {
  public:
-  velObjectLock() : mutex(velObjectMutex()) { mutex->Lock(); }
-  ~velObjectLock() { mutex->Unlock(); }
+  velObjectLock() : mutex(velIsLoaded() ? velObjectMutex() : nullptr) {
+    if (mutex) mutex->Lock();
+  }
+  ~velObjectLock() {
+    if (mutex) mutex->Unlock();
+  }
   velObjectLock(const velObjectLock&) = delete;
   velObjectLock& operator=(const velObjectLock&) = delete;
 

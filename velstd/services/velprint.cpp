@@ -56,12 +56,13 @@ void velPrintTraverser::nextLine() {
   for (int i = 0; i < indent; ++i) out << ' ';
 }
 
+// Unsigned, so that a large step wraps around: what is added is taken off again.
 void velPrintTraverser::shiftRight() {
-  if (step != kOneLine) indent += static_cast<int>(step);
+  if (step != kOneLine) indent = static_cast<int>(static_cast<unsigned>(indent) + step);
 }
 
 void velPrintTraverser::shiftLeft() {
-  if (step != kOneLine) indent -= static_cast<int>(step);
+  if (step != kOneLine) indent = static_cast<int>(static_cast<unsigned>(indent) - step);
 }
 
 void velPrintTraverser::printBeginObject(xrttiobject* type, xrcunihandle<xobject>, char open) {

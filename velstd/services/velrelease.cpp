@@ -106,7 +106,7 @@ bool velReleaseScope::push(xobject* p) noexcept {
 
 bool velReleaseScope::defer(xobject* p, bool last) noexcept {
   velReleaseScope* scope = state.scope;
-  if (!scope || (!last && scope->count == 0)) return false;
+  if (!scope || (!last && scope->count == 0) || p == scope->dying) return false;
   return scope->push(p);
 }
 
@@ -129,7 +129,7 @@ void velReleaseScope::flatten(xobject* p) noexcept {
     if (last && Agrees(next)) {
       // Collects what the destructor releases; the loop carries it out, or,
       // without memory for that, the end of the scope.
-      velReleaseScope batch;
+      velReleaseScope batch(next);
       delete next;
       if (pending.push(batch.items, batch.count)) batch.count = 0;
     }

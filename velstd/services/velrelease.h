@@ -34,7 +34,8 @@ class VELSTD_API velReleaseScope {
   velReleaseScope& operator=(const velReleaseScope&) = delete;
 
   /// Collects one release of `p` if a scope is alive on this thread and it is
-  /// the last, or follows one that was collected.
+  /// the last, or follows one that was collected. The object that is being
+  /// destroyed is left out: it will not be there when the list is carried out.
   /// @return false if the release is to be carried out now
   static bool defer(xobject* p, bool last) noexcept;
 
@@ -45,6 +46,8 @@ class VELSTD_API velReleaseScope {
   static int flattenLevel;
 
  private:
+  explicit velReleaseScope(xobject* object) noexcept : velReleaseScope() { dying = object; }
+
   bool push(xobject* p) noexcept;
   static void flatten(xobject* p) noexcept;
 
@@ -54,6 +57,7 @@ class VELSTD_API velReleaseScope {
   std::size_t count = 0;
   std::size_t room = kInline;
   velReleaseScope* outer;
+  xobject* dying = nullptr;  // whose destructor runs in this scope
 };
 
 #endif  // VELSTD_SERVICES_VELRELEASE_H

@@ -1,10 +1,10 @@
 #include "velrtti.h"
 
-#include <algorithm>
 #include <atomic>
 #include <mutex>
 #include <shared_mutex>
 #include <type_traits>
+#include <unordered_set>
 #include <vector>
 
 #include "korstring.h"
@@ -130,25 +130,27 @@ void velRttiCollectAttrs(xrttistruct* type, unsigned char withParents, xrttiattr
     for (int i = 0, n = s->getNAttrs(); i < n; ++i) out->append(s->getAttr(i));
   };
   if (!withParents) return appendOwn(type);
-  // The way down from `type`, with the next parent to look at in each.
+  // The way from `type` up to where we are, with the next parent to look at in
+  // each; a type that is its own ancestor is passed by.
   struct Step {
     xrttistruct* type;
     int next;
   };
   std::vector<Step> path{{type, 0}};
+  std::unordered_set<xrttistruct*> onPath{type};
   while (!path.empty()) {
     xrttistruct* current = path.back().type;
     const int index = path.back().next++;
     if (index >= current->getNParents()) {
       appendOwn(current);
+      onPath.erase(current);
       path.pop_back();
       continue;
     }
     xrttiobject* parent = current->getParent(index);
+    if (!parent) continue;
     auto* viewed = dynamic_cast<xrttistruct*>(parent);
     if (!viewed) velThrowTypeMismatch(xrttistruct::getClassRtti(), parent);
-    const bool cycle = std::any_of(path.begin(), path.end(),
-                                   [&](const Step& step) { return step.type == viewed; });
-    if (!cycle) path.push_back({viewed, 0});
+    if (onPath.insert(viewed).second) path.push_back({viewed, 0});
   }
 }

@@ -4,10 +4,9 @@
 // on their having run: each thing they make is made by the first that needs it,
 // so that a program's own static initialisers may use everything. None of them
 // has a destructor.
-#include <type_traits>
-
 #include "velexceptions.h"
 #include "velexecutable.h"
+#include "velobjectmutex.h"
 #include "velpending.h"
 #include "velrtti.h"
 #include "xcollections.h"
@@ -65,6 +64,10 @@ struct PrepareOutOfMemory {
   PrepareOutOfMemory() { velPrepareOutOfMemory(); }
 };
 
+struct LoadingEnd {
+  LoadingEnd() { velEndLoading(); }
+};
+
 const XobjectMutexAllocator mutexAllocator;
 const velRttiRegister_buildintypes registerBuiltInTypes;
 const velRttiRegister_vellib registerVellib;
@@ -72,5 +75,6 @@ const velRttiRegister_stdcols registerStandardCollections;
 const velRttiRegister_xrtti registerDescriptors;
 const velRttiRegister_veljava registerVeljava;
 const PrepareOutOfMemory prepareOutOfMemory;
+const LoadingEnd loadingEnd;
 
 }  // namespace

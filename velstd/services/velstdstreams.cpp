@@ -1,6 +1,5 @@
 #include "velstdstreams.h"
 
-#include <atomic>
 #include <ios>
 #include <ostream>
 
@@ -12,16 +11,10 @@ extern ostream cerr;
 
 namespace {
 
-std::atomic<std::ios_base::Init*> streams{nullptr};
-
-// Never freed: the streams stay set up for exit handlers.
-void SetUp() {
-  if (streams.load(std::memory_order_acquire)) return;
-  auto* made = new std::ios_base::Init;
-  std::ios_base::Init* first = nullptr;
-  // A second one that lost the race is one more reference on the streams.
-  if (!streams.compare_exchange_strong(first, made, std::memory_order_acq_rel)) delete made;
-}
+// The first object of this class in the process sets the streams up, and they
+// stay so until its end. The last one that goes flushes them: one that were
+// kept would take that from a program whose output is buffered.
+void SetUp() { const std::ios_base::Init setUp; }
 
 }  // namespace
 

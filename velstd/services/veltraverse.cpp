@@ -151,8 +151,9 @@ class Walk {
   }
 
   // Runs a read out of an object; false when it threw and was reported.
+  // The end of a thread arrives as a null reference, which is not looked at.
   template <class Read>
-  bool guarded(Read read) {
+  __attribute__((no_sanitize("null"))) bool guarded(Read read) {
     const char* text = "Unknown exception";
     xrcunihandle<xthrowable> exception;
     try {
@@ -181,6 +182,8 @@ class Walk {
     return value;
   }
 
+  // `value` may lie in a frame: once one is pushed it is not looked at again.
+  // It is not copied either before its kind is known to be a valid one.
   void visit(const xany& value) {
     if (value.isuninit()) return;
     if (value.isnil()) {
@@ -443,8 +446,8 @@ class Walk {
     }
     const xany value = guardedValue([&] {
       xany found;
-      const bool has = type->getElemValueByIdx(frame.object, frame.index, &found) != 0;
-      return has ? found : xany("<uninit>");
+      if (!type->getElemValueByIdx(frame.object, frame.index, &found)) found = xany("<uninit>");
+      return found;
     });
     frame.move = Move::entryEnd;
     visit(value);
@@ -475,8 +478,7 @@ class Walk {
         break;
     }
     frame.move = Move::discriminatorEnd;
-    const xany value = frame.discriminator;
-    visit(value);
+    visit(frame.discriminator);
   }
 
   void discriminatorEnd(Frame& frame) {

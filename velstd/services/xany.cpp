@@ -41,6 +41,9 @@ void xany::Retain() {
   if (kind == xanyString) {
     if (payload.string.buffer) {
       payload.string.buffer->Attach(&payload.string.narrow, &payload.string.wide);
+    } else {
+      // A view that was merely zeroed: its texts must read as the null string, too.
+      payload.string = xstring().view;
     }
   } else if (kind == xanyObject) {
     xobject* object = payload.object.pointer;
@@ -313,7 +316,7 @@ unsigned char xany::operator==(const xany& other) const {
       const char* mine = Narrow();
       const char* theirs = other.Narrow();
       if (mine == theirs) return true;
-      if (IsNullText(mine) || IsNullText(theirs)) return IsNullText(mine) && IsNullText(theirs);
+      if (IsNullText(mine) || IsNullText(theirs)) return false;
       return std::strcmp(mine, theirs) == 0;
     }
     case xanyEnum:

@@ -57,11 +57,14 @@ void xbasesequence::Resize(unsigned bytes) {
 }
 
 void xbasesequence::BaseAllocate(unsigned bytes) {
+  GrownFor(bytes);  // refuses what is too much before anything is removed
   if (storage) BaseRemove(0, usedBytes);
   Resize(bytes);
 }
 
-void xbasesequence::BaseAppend(unsigned count, const void* src) { BaseInsert(usedBytes, count, src); }
+void xbasesequence::BaseAppend(unsigned count, const void* src) {
+  BaseInsert(usedBytes, count, src);
+}
 
 void xbasesequence::BaseClear() { BaseRemove(0, usedBytes); }
 
@@ -82,19 +85,15 @@ void xbasesequence::BaseCopy(unsigned pos, unsigned count, const void* src) {
 void xbasesequence::BaseInsert(unsigned pos, unsigned count, const void* src) {
   const std::int64_t found = OffsetIn(storage, usedBytes, src);
   BaseInsertEmpty(pos, count);
-  if (found < 0) {
-    OnCopy(At(pos), src, count);
-    return;
-  }
+  if (found < 0) return OnCopy(At(pos), src, count);
   // The source was part of the sequence: what of it lay at or behind `pos` has
   // moved up by `count`.
   const auto own = static_cast<std::uint64_t>(found);
-  const unsigned stayed =
-      own >= pos ? 0 : static_cast<unsigned>(std::min<std::uint64_t>(count, pos - own));
-  if (stayed) OnCopy(At(pos), At(own), stayed);
-  if (stayed < count) {
-    OnCopy(At(std::uint64_t{pos} + stayed), At(own + stayed + count), count - stayed);
-  }
+  if (own + count <= pos) return OnCopy(At(pos), At(own), count);
+  if (own >= pos) return OnCopy(At(pos), At(own + count), count);
+  const auto stayed = static_cast<unsigned>(pos - own);
+  OnCopy(At(pos), At(own), stayed);
+  OnCopy(At(std::uint64_t{pos} + stayed), At(std::uint64_t{pos} + count), count - stayed);
 }
 
 void xbasesequence::BaseInsertEmpty(unsigned pos, unsigned count) {

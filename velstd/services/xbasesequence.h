@@ -8,7 +8,7 @@
 // Storage starts at the control's initial capacity and doubles as needed.
 // Limits: a capacity stays below 2^32 bytes; what would need more throws
 // velXNativeException "Size limit exceeded" before anything is touched.
-// Sources inside the sequence's own storage act as if copied first.
+// Sources inside the sequence's own contents act as if copied first.
 // Threads: no locks.
 #ifndef VELSTD_SERVICES_XBASESEQUENCE_H
 #define VELSTD_SERVICES_XBASESEQUENCE_H
@@ -52,7 +52,9 @@ class VELSTD_API xbasesequence {
   /// Copies a range of elements; the ranges may overlap.
   virtual void OnCopy(void* dst, const void* src, unsigned bytes) = 0;
 
-  /// Removes all elements and makes room for `bytes`.
+  /// Removes all elements and makes room for `bytes`. A size beyond the limit
+  /// is refused before anything is removed; without memory for the room the
+  /// sequence is left empty.
   void BaseAllocate(unsigned bytes);
   void BaseAppend(unsigned count, const void* src);
   void BaseClear();

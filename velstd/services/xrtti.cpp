@@ -18,13 +18,15 @@ constexpr int kNone = std::numeric_limits<int>::min();
 
 bool InRange(int index, int count) { return index >= 0 && index < count; }
 
-/// Calls `visit` for `type`, if `asked`, and then for what is above it: depth
-/// first, parents in order, each once. Stops at the first that answers true.
-/// Stacked diamonds cost one visit each and cycles end; the stack is on the
-/// heap.
+// Where a search goes from a type: to what is above it, past that, or nowhere.
+enum class Next { kAbove, kAside, kStop };
+
+/// Calls `visit` for `type` and then for what is above it: depth first, parents
+/// in order, each once. True when a visit stopped it. Stacked diamonds cost one
+/// visit each and cycles end; the stack is on the heap.
 template <class Visit>
 bool AnyAncestor(xrttiobject* type, Visit visit) {
-  if (visit(type)) return true;
+  if (const Next next = visit(type); next != Next::kAbove) return next == Next::kStop;
   if (type->getNParents() <= 0) return false;
   std::unordered_set<xrttiobject*> seen{type};
   std::vector<xrttiobject*> pending;
@@ -35,11 +37,12 @@ bool AnyAncestor(xrttiobject* type, Visit visit) {
   };
   pushParents(type);
   while (!pending.empty()) {
-    xrttiobject* next = pending.back();
+    xrttiobject* current = pending.back();
     pending.pop_back();
-    if (!seen.insert(next).second) continue;
-    if (visit(next)) return true;
-    pushParents(next);
+    if (!seen.insert(current).second) continue;
+    const Next next = visit(current);
+    if (next == Next::kStop) return true;
+    if (next == Next::kAbove) pushParents(current);
   }
   return false;
 }
@@ -139,7 +142,9 @@ bool xrttiobject::isTypeKindOf(xrtti* type) {
   if (isTypeSameAs(type) || IsNamed(type, velGetRtti_any()) || IsNamed(type, velGetRtti_object())) {
     return true;
   }
-  return AnyAncestor(this, [&](xrttiobject* ancestor) { return ancestor->isTypeSameAs(type); });
+  return AnyAncestor(this, [&](xrttiobject* ancestor) {
+    return ancestor->isTypeSameAs(type) ? Next::kStop : Next::kAbove;
+  });
 }
 
 // ---- xrttistruct ----
@@ -171,7 +176,7 @@ xrttiattr* xrttistruct::findAttr(const char* wanted, unsigned char searchParents
   xrttiattr* found = nullptr;
   AnyAncestor(this, [&](xrttiobject* ancestor) {
     found = own(ParentAs<xrttistruct>(ancestor));
-    return found != nullptr;
+    return found ? Next::kStop : Next::kAbove;
   });
   return found;
 }
@@ -200,8 +205,7 @@ xrttiattr* xrttiunion::getDefaultAttr() { return defaultAttr; }
 
 xrttiattr* xrttiunion::mapLabelToAttr(int label, unsigned char searchParents) {
   xrttiattr* found = nullptr;
-  // A branch that is listed ends the search even where it is null; a default
-  // hides what only a parent declares.
+  // True when the label is listed; a default hides what only a parent declares.
   const auto own = [&](xrttiunion* type) {
     for (int i = 0, n = type->getNLabels(); i < n; ++i) {
       if (type->getLabel(i) == label) {
@@ -210,19 +214,18 @@ xrttiattr* xrttiunion::mapLabelToAttr(int label, unsigned char searchParents) {
       }
     }
     found = type->getDefaultAttr();
-    return found != nullptr;
+    return false;
   };
   if (!searchParents) {
     own(this);
     return found;
   }
-  bool first = true;
   AnyAncestor(this, [&](xrttiobject* ancestor) {
     const bool listed = own(ParentAs<xrttiunion>(ancestor));
-    // In a parent, a branch listed as null is no result: the search goes on.
-    const bool ends = first ? listed : found != nullptr;
-    first = false;
-    return ends;
+    if (found) return Next::kStop;
+    // A label listed without a branch is settled there: what is above that
+    // type is not asked, the next parent of a type below it is.
+    return listed ? Next::kAside : Next::kAbove;
   });
   return found;
 }

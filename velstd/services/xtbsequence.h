@@ -12,7 +12,8 @@
 // Threads: no locks; share it only under a lock of your own.
 // Ownership: the sequence owns its elements. get() copies; the reference from
 // operator[] lasts until the next call that may grow the storage. Sequences are
-// counted and live on the heap, in a handle.
+// counted and live on the heap, in a handle: an index error holds its sequence,
+// and one that nobody else holds dies with the exception.
 #ifndef VELSTD_SERVICES_XTBSEQUENCE_H
 #define VELSTD_SERVICES_XTBSEQUENCE_H
 

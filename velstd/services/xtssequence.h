@@ -24,10 +24,13 @@ class VELSTD_API xtssequence : public xtbsequence<T> {
  protected:
   void* OnResize(unsigned newCapacity) override {
     void* old = this->GetPtr();
-    void* block = old ? std::realloc(old, newCapacity) : std::malloc(newCapacity);
+    // The first block comes zeroed: a large one without being touched.
+    void* block = old ? std::realloc(old, newCapacity) : std::calloc(newCapacity, 1);
     if (!block) throw std::bad_alloc();
     const unsigned kept = this->GetByteSize();
-    if (newCapacity > kept) std::memset(static_cast<char*>(block) + kept, 0, newCapacity - kept);
+    if (old && newCapacity > kept) {
+      std::memset(static_cast<char*>(block) + kept, 0, newCapacity - kept);
+    }
     return block;
   }
   void OnAllocate(void*, unsigned) override {}

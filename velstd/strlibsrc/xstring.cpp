@@ -202,6 +202,14 @@ void xstring::CreateConcat(const Ch* first, const Ch* second) {
   if (secondLength) std::memcpy(text + firstLength, second, secondLength * sizeof(Ch));
 }
 
+// Appends to a copy of the first part of a concatenation. Unlike an append, a
+// concatenation without characters is the shared empty string.
+template <class Ch>
+void xstring::FollowBy(const Ch* text) {
+  *this += text;
+  if (IsNull() ? korText(text) != nullptr : IsEmpty()) *this = "";
+}
+
 void xstring::CreateFromString(const char* text) {
   text = korText(text);
   if (text) {
@@ -257,8 +265,8 @@ xstring::xstring(const char* first, const char* second) { CreateFromStringsConca
 xstring::xstring(const wchar_t* first, const wchar_t* second) {
   CreateFromWStringsConcat(first, second);
 }
-xstring::xstring(const xstring& first, const char* second) : xstring(first) { *this += second; }
-xstring::xstring(const xstring& first, const wchar_t* second) : xstring(first) { *this += second; }
+xstring::xstring(const xstring& first, const char* second) : xstring(first) { FollowBy(second); }
+xstring::xstring(const xstring& first, const wchar_t* second) : xstring(first) { FollowBy(second); }
 xstring::xstring(std::strstream& stream) { CreateFromStream(stream); }
 
 xstring::xstring(const __xstring_c& text, bool attach) : view(text) {

@@ -59,7 +59,8 @@ class VELSTD_API xstring {
   xstring(const char* first, const char* second);
   xstring(const wchar_t* first, const wchar_t* second);
 
-  /// `first` followed by `second`, as a copy of `first` and += `second`.
+  /// `first` followed by `second`: a copy of `first`, += `second`. A null part
+  /// counts as empty here, too: only two null parts give the null string.
   xstring(const xstring& first, const char* second);
   xstring(const xstring& first, const wchar_t* second);
 
@@ -225,6 +226,8 @@ class VELSTD_API xstring {
   void CreateRange(const Ch* text, int start, int end);
   template <class Ch>
   void CreateConcat(const Ch* first, const Ch* second);
+  template <class Ch>
+  void FollowBy(const Ch* text);
   template <class Ch>
   bool Holds(const Ch* text) const;
   template <class Ch>

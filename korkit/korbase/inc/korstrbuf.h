@@ -53,7 +53,9 @@ class VELSTD_API korStrBuf {
   /// The same for the wide form; `size` in bytes.
   virtual korStrBuf* ResizeWC(std::size_t size, wchar_t** wide, int keep);
 
-  /// Ends an edit in place: drops the form that was not edited.
+  /// Ends an edit in place: drops the form that was not edited. The one to edit
+  /// is the one that the last resize made writable, before any resize the one
+  /// that the buffer was allocated with.
   virtual void Commit();
 
   /// Adds a reference; fills the addresses of the forms that exist (null for
@@ -92,8 +94,7 @@ class VELSTD_API korStrBuf {
   std::atomic<std::int64_t> count{1};
   std::atomic<char*> narrowText{nullptr};
   std::atomic<wchar_t*> wideText{nullptr};
-  std::size_t room = 0;          // bytes that follow this header, for the form it was born with
-  bool editedWide = false;       // which form the last resize made writable
+  std::size_t room = 0;  // bytes that follow this header, for the form it was born with
 };
 
 #endif  // VELSTD_KORBASE_KORSTRBUF_H

@@ -99,7 +99,6 @@ korStrBuf* korStrBuf::Resize(std::size_t size, Ch** text, int keep) {
   Ch* old = keep ? ProduceForm<Ch>() : Text<Ch>().load(std::memory_order_acquire);
   const bool shared = IsShared();
   if (!shared && IsInline(old) && size <= room) {
-    editedWide = sizeof(Ch) != sizeof(char);
     if (keep && size >= sizeof(Ch)) old[size / sizeof(Ch) - 1] = 0;
     *text = old;
     return this;
@@ -122,7 +121,6 @@ korStrBuf* korStrBuf::Resize(std::size_t size, Ch** text, int keep) {
   } else {
     fresh[0] = 0;
   }
-  buffer->editedWide = sizeof(Ch) != sizeof(char);
   Release();
   *text = fresh;
   return buffer;
@@ -136,12 +134,12 @@ korStrBuf* korStrBuf::ResizeWC(std::size_t size, wchar_t** wide, int keep) {
 }
 
 void korStrBuf::Commit() {
-  // The form that a resize made writable is the one behind the header, so the
-  // stale one always has a block of its own.
-  if (editedWide) {
-    korFree(narrowText.exchange(nullptr, std::memory_order_relaxed));
-  } else {
+  // Only the form behind the header is ever edited, so the stale one has a
+  // block of its own.
+  if (IsInline(narrowText.load(std::memory_order_relaxed))) {
     korFree(wideText.exchange(nullptr, std::memory_order_relaxed));
+  } else {
+    korFree(narrowText.exchange(nullptr, std::memory_order_relaxed));
   }
 }
 

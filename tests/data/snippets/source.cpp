@@ -1,0 +1,5 @@
+int main() {
+  int a = 1;
+  int b = 2;
+  return a - b;
+}

@@ -1,0 +1,566 @@
+// The dictionary against a second, slow one. Both get the same random
+// operations on real words; after each of them all slots must be equal: which
+// are empty, which vacated, and which key and value lie where.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "veltest.h"
+#include "xcollections.h"
+
+namespace {
+
+// ---- the model ----
+
+using Number = long long;
+constexpr Number kWord = Number{1} << 32;
+
+// The remainder that is never negative.
+Number Wrap(Number n) { return ((n % kWord) + kWord) % kWord; }
+
+int SignedByte(char c) {
+  const int byte = c & 0xFF;
+  return byte < 128 ? byte : byte - 256;
+}
+
+Number ModelHash(const std::string& key) {
+  Number h = 0;
+  for (const char c : key) h = Wrap(h * 31 + SignedByte(c));
+  const Number shifted = Wrap(h * 512);
+  h = Wrap(h + (kWord - 1 - shifted));
+  h ^= h / (1 << 14);
+  h = Wrap(h * 17);
+  h ^= h / (1 << 10);
+  return h;
+}
+
+Number ModelStep(const std::string& key) {
+  const std::size_t length = key.size();
+  if (length == 0) return 1;
+  if (length <= 2) return Wrap(2 * SignedByte(key[0]) + 1);
+  const int mixed =
+      SignedByte(key[length / 2 + 1]) ^ SignedByte(key[length - 2]) ^ SignedByte(key[1]);
+  return Wrap(2 * mixed + 1);
+}
+
+struct Policy {
+  Number shrink;
+  Number grow;
+};
+
+class Model {
+ public:
+  enum State { kEmpty, kVacated, kLive };
+  struct Slot {
+    State state = kEmpty;
+    std::string key;
+    int value = 0;
+  };
+
+  explicit Model(Policy thresholds) : policy(thresholds) {}
+
+  Number Size() const { return static_cast<Number>(slots.size()); }
+  Number Count() const { return count; }
+  const Slot& At(Number index) const { return slots[static_cast<std::size_t>(index)]; }
+  bool IsLive(Number index) const { return index < Size() && At(index).state == kLive; }
+
+  // True when the key is there; `index` is its slot, else the one to fill, else
+  // -1.
+  bool FindIndex(const std::string& key, Number& index) const {
+    index = -1;
+    if (slots.empty()) return false;
+    Number h = ModelHash(key);
+    Number step = 0;
+    bool freeSlot = false;
+    Number at = 0;
+    for (Number probe = 0; probe < Size(); ++probe) {
+      if (probe == 1) step = ModelStep(key);
+      if (probe >= 1) h = Wrap(h + step);
+      at = h % Size();
+      const Slot& slot = At(at);
+      if (slot.state == kEmpty) {
+        freeSlot = true;
+        break;
+      }
+      if (slot.state == kVacated) {
+        index = at;
+      } else if (slot.key == key) {
+        index = at;
+        return true;
+      }
+    }
+    if (freeSlot && index < 0) index = at;
+    EXPECT_GE(index, 0) << "the model's table is full";
+    return false;
+  }
+
+  void Set(const std::string& key, int value) {
+    Number wanted = Size();
+    if (slots.empty())
+      wanted = 32;
+    else if (count * 100 / Size() > policy.grow)
+      wanted = 2 * Size();
+    if (wanted != Size()) Resize(wanted);
+    Put(key, value);
+  }
+
+  bool RemoveByIndex(Number index) {
+    if (!IsLive(index)) return false;
+    Mutable(index) = Slot();
+    Mutable(index).state = kVacated;
+    --count;
+    if (policy.shrink != 0 && Size() >= 33 && count * 100 / Size() < policy.shrink &&
+        count * 100 / (Size() / 2) < policy.grow) {
+      Resize(Size() / 2);
+    }
+    return true;
+  }
+  bool Remove(const std::string& key) {
+    Number index;
+    return FindIndex(key, index) && RemoveByIndex(index);
+  }
+  bool SetByIndex(Number index, int value) {
+    if (!IsLive(index)) return false;
+    Mutable(index).value = value;
+    return true;
+  }
+
+  void Clear() {
+    slots.clear();
+    count = 0;
+    allTouched = true;
+  }
+  void Allocate(Number n) {
+    Clear();
+    if (n == 0) return;
+    Number size = 32;
+    while (n * 100 / size > policy.grow) size *= 2;
+    slots.resize(static_cast<std::size_t>(size));
+  }
+
+  // What changed since ForgetTouched.
+  bool allTouched = false;
+  std::vector<Number> touched;
+  void ForgetTouched() {
+    allTouched = false;
+    touched.clear();
+  }
+
+ private:
+  Slot& Mutable(Number index) {
+    touched.push_back(index);
+    return slots[static_cast<std::size_t>(index)];
+  }
+  void Put(const std::string& key, int value) {
+    Number index;
+    if (!FindIndex(key, index)) {
+      ++count;
+      Mutable(index).state = kLive;
+      Mutable(index).key = key;
+    }
+    Mutable(index).value = value;
+  }
+  void Resize(Number size) {
+    const std::vector<Slot> old = slots;
+    Clear();
+    slots.resize(static_cast<std::size_t>(size));
+    for (const Slot& slot : old)
+      if (slot.state == kLive) Put(slot.key, slot.value);
+  }
+
+  Policy policy;
+  std::vector<Slot> slots;
+  Number count = 0;
+};
+
+// ---- the dictionaries under test, with an open core ----
+
+template <class Base>
+class Open : public Base {
+ public:
+  using Base::BaseAllocate;
+  using Base::BaseClone;
+  using Base::GetCount;
+  using Base::GetDataPtr;
+  static constexpr unsigned kSlotBytes = Base::kSlot;
+  static constexpr unsigned kValueOffset = Base::kValue;
+  const xbasedictionary* AsCore() const { return this; }
+};
+
+template <class Base, class T>
+struct Registered {
+  using Value = T;
+  using Dict = Open<Base>;
+  using Handle = xrchandle<Dict>;
+  static Handle New() { return new Dict; }
+  static Policy Thresholds() { return {70, 90}; }
+};
+
+struct Bools : Registered<xbooldictionary, unsigned char> {
+  static unsigned char Make(int n) { return static_cast<unsigned char>(n & 0xFF); }
+};
+struct Ints : Registered<xintdictionary, int> {
+  static int Make(int n) { return n; }
+};
+struct Reals : Registered<xrealdictionary, double> {
+  static double Make(int n) { return n / 8.0; }
+};
+struct Strings : Registered<xstringdictionary, xstring> {
+  static xstring Make(int n) {
+    if (n % 10 == 0) return xstring();
+    return xstring(("value " + std::to_string(n)).c_str());
+  }
+};
+struct Anys : Registered<xanydictionary, xany> {
+  static xany Make(int n) {
+    switch (n % 5) {
+      case 0:
+        return n;
+      case 1:
+        return Strings::Make(n);
+      case 2:
+        return n * 0.25;
+      case 3:
+        return xany();
+      default:
+        return Object(n);
+    }
+  }
+  static const xrchandle<VelLogObject>& Object(int n) {
+    static std::vector<xrchandle<VelLogObject>> objects;
+    while (objects.size() < 16) objects.push_back(new VelLogObject);
+    return objects[static_cast<std::size_t>(n) % objects.size()];
+  }
+};
+
+// The bare core with thresholds of its own, under the names of the front.
+class PolicyDict final : public xbasedictionary {
+ public:
+  static constexpr unsigned kSlotBytes = sizeof(xdictentry<int>);
+  static constexpr unsigned kValueOffset = 8;
+
+  const xbasedictionary* AsCore() const { return this; }
+
+  explicit PolicyDict(const xdictcontrol& control) : xbasedictionary(&control) {}
+  ~PolicyDict() { BaseClearAll(kSlotBytes); }
+
+  int getmapsize() const { return static_cast<int>(GetTableSize()); }
+  bool find(const char* key, int* value) { return BaseFind(key, value, kSlotBytes, kValueOffset); }
+  void set(const char* key, int value) { BaseSet(key, &value, kSlotBytes, kValueOffset); }
+  bool remove(const char* key) { return BaseRemove(key, kSlotBytes, kValueOffset); }
+  bool removebyindex(int i) { return BaseRemoveByIndex(Slot(i), kSlotBytes, kValueOffset); }
+  bool setbyindex(int i, int value) {
+    return BaseSetByIndex(Slot(i), &value, kSlotBytes, kValueOffset);
+  }
+  bool getbyindex(int i, int* value) {
+    return BaseGetByIndex(Slot(i), value, kSlotBytes, kValueOffset);
+  }
+  bool getkeybyindex(int i, xstring* key) { return BaseGetKeyByIndex(Slot(i), key, kSlotBytes); }
+  void clearall() { BaseClearAll(kSlotBytes); }
+
+  void* OnAllocate(unsigned slots) override {
+    return AllocateBlock(std::size_t{slots} * kSlotBytes);
+  }
+  void OnDestroy(void* block, unsigned) override { ReleaseBlock(block); }
+  void OnCopyEntry(void* dst, const void* src) override { std::memcpy(dst, src, sizeof(int)); }
+  void OnRemoveEntry(void*) override {}
+
+ private:
+  static unsigned Slot(int i) { return static_cast<unsigned>(i); }
+};
+
+struct Core {
+  using Value = int;
+  using Dict = PolicyDict;
+  using Handle = std::unique_ptr<PolicyDict>;
+  static Policy policy;
+  static Handle New() {
+    return std::make_unique<PolicyDict>(
+        xdictcontrol(static_cast<unsigned>(policy.shrink), static_cast<unsigned>(policy.grow)));
+  }
+  static Policy Thresholds() { return policy; }
+  static int Make(int n) { return n; }
+};
+Policy Core::policy = {70, 90};
+
+// ---- words ----
+
+std::vector<std::string> ReadWords() {
+  std::set<std::string> words;
+  std::string line;
+  for (const char* path : {"/usr/share/dict/american-english-insane", "/usr/share/dict/words"}) {
+    std::ifstream file(path);
+    while (words.empty() && std::getline(file, line)) words.insert(line);
+    while (std::getline(file, line)) words.insert(line);
+    if (!words.empty()) return {words.begin(), words.end()};
+  }
+  std::ifstream file("/usr/share/iso-codes/json/iso_639-3.json");
+  const std::string mark = "\"name\": \"";
+  while (std::getline(file, line)) {
+    const std::size_t at = line.find(mark);
+    if (at != std::string::npos)
+      words.insert(line.substr(at + mark.size(), line.rfind('"') - at - mark.size()));
+  }
+  // A machine without word lists: every other number in letters.
+  for (unsigned n = 1; words.size() < 6000; n += 2) {
+    std::string word;
+    for (unsigned rest = n * 7919; rest; rest /= 23) word += static_cast<char>('b' + rest % 23);
+    words.insert(word);
+  }
+  return {words.begin(), words.end()};
+}
+
+// The same words in every run: keys of one byte, of none, and beyond ASCII too.
+const std::vector<std::string>& Words() {
+  static const std::vector<std::string> chosen = [] {
+    std::vector<std::string> words = ReadWords();
+    std::mt19937 random(639);
+    std::vector<std::string> out = {"", "a", "\xff", "\x80\x81", "ab", "\xc3\xa9"};
+    while (out.size() < 6000) out.push_back(words[random() % words.size()]);
+    return out;
+  }();
+  return chosen;
+}
+
+// ---- the comparison ----
+
+template <class T>
+class Duel {
+ public:
+  using Value = typename T::Value;
+  using Entry = xdictentry<Value>;
+
+  explicit Duel(unsigned seed) : random(seed), dict(T::New()), model(T::Thresholds()) {}
+
+  void Run(int operations) {
+    for (int i = 0; i < operations; ++i) {
+      if (i % 5000 == 0) target = Targets()[Below(6)];
+      Step();
+      const bool everything = i % 1000 == 0 || i + 1 == operations;
+      if (!Compare(everything) || ::testing::Test::HasFailure()) {
+        FAIL() << "after operation " << i << ", " << what;
+      }
+    }
+    EXPECT_GE(largest, 1024) << "tables of many sizes were met";
+  }
+
+  // How many live slots hold the value of `n`.
+  int CountOf(int n) const {
+    int count = 0;
+    for (Number i = 0; i < model.Size(); ++i)
+      count += model.IsLive(i) && model.At(i).value % 5 == 4 && model.At(i).value % 16 == n;
+    return count;
+  }
+
+ private:
+  static const Number* Targets() {
+    static const Number targets[] = {12, 30, 60, 500, 1200, 2500};
+    return targets;
+  }
+  unsigned Below(std::size_t bound) { return static_cast<unsigned>(random() % bound); }
+  const std::string& AnyWord() { return Words()[Below(Words().size())]; }
+  std::string LiveOrAnyWord() {
+    if (model.Count() == 0 || Below(4) == 0) return AnyWord();
+    Number at = Below(static_cast<std::size_t>(model.Size()));
+    while (!model.IsLive(at)) at = (at + 1) % model.Size();
+    return model.At(at).key;
+  }
+  Number AnyIndex() { return Below(static_cast<std::size_t>(model.Size())); }
+
+  void Step() {
+    const unsigned kind = Below(1000);
+    if (kind < 2) return Rare();
+    if (kind < 100) return Look();
+    if (kind < 150 && model.Size()) return ByIndex();
+    const bool inserts = Below(100) < (model.Count() < target ? 75U : 25U);
+    if (inserts) {
+      const std::string key = Below(8) == 0 ? LiveOrAnyWord() : AnyWord();
+      const int value = static_cast<int>(Below(1000000));
+      what = "set " + key;
+      dict->set(key.c_str(), T::Make(value));
+      model.Set(key, value);
+    } else {
+      const std::string key = LiveOrAnyWord();
+      what = "remove " + key;
+      EXPECT_EQ(dict->remove(key.c_str()), model.Remove(key));
+    }
+  }
+
+  void Look() {
+    const std::string key = LiveOrAnyWord();
+    what = "find " + key;
+    Value value = T::Make(77);
+    Number index;
+    const bool present = model.FindIndex(key, index);
+    EXPECT_EQ(dict->find(key.c_str(), &value), present);
+    EXPECT_TRUE(value == T::Make(present ? model.At(index).value : 77));
+    const Number slot = Below(static_cast<std::size_t>(model.Size() + 2));
+    EXPECT_EQ(dict->getbyindex(static_cast<int>(slot), nullptr), model.IsLive(slot));
+  }
+
+  void ByIndex() {
+    const Number index = AnyIndex();
+    const int value = static_cast<int>(Below(1000000));
+    what = "by index " + std::to_string(index);
+    if (Below(2)) {
+      EXPECT_EQ(dict->setbyindex(static_cast<int>(index), T::Make(value)),
+                model.SetByIndex(index, value));
+    } else {
+      EXPECT_EQ(dict->removebyindex(static_cast<int>(index)), model.RemoveByIndex(index));
+    }
+  }
+
+  void Rare() {
+    const unsigned kind = Below(20);
+    if (kind == 0) {
+      what = "clear";
+      dict->clearall();
+      model.Clear();
+    } else if (kind == 1) {
+      const unsigned n = Below(300);
+      what = "allocate " + std::to_string(n);
+      dict->BaseAllocate(n, T::Dict::kSlotBytes);
+      model.Allocate(n);
+    } else {
+      // Goes on with the copy: it must not differ in anything.
+      what = "clone";
+      typename T::Handle clone = T::New();
+      clone->set("something", T::Make(1));
+      clone->BaseClone(dict->AsCore(), T::Dict::kSlotBytes, T::Dict::kValueOffset);
+      dict = std::move(clone);
+    }
+  }
+
+  // Slots are compared where the dictionary's bytes or the model changed, and
+  // all of them after a resize and at times: what changed in neither is equal
+  // as before.
+  bool Compare(bool everything) {
+    if (dict->getmapsize() != model.Size() || dict->GetCount() != model.Count()) {
+      ADD_FAILURE() << "size " << dict->getmapsize() << ", not " << model.Size() << "; count "
+                    << dict->GetCount() << ", not " << model.Count();
+      return false;
+    }
+    largest = std::max(largest, model.Size());
+    const auto* block = static_cast<const char*>(dict->GetDataPtr());
+    const std::size_t bytes = static_cast<std::size_t>(model.Size()) * sizeof(Entry);
+    bool equal = true;
+    if (everything || model.allTouched || block != seenAt || bytes != seen.size()) {
+      seen.assign(block, block + bytes);
+      seenAt = block;
+      for (Number i = 0; i < model.Size(); ++i) equal = equal && SameSlot(i);
+      if (everything) equal = equal && SameEnumeration();
+    } else {
+      constexpr std::size_t kChunk = 32 * sizeof(Entry);
+      for (std::size_t at = 0; at < bytes; at += kChunk) {
+        if (std::memcmp(block + at, &seen[at], kChunk) == 0) continue;
+        for (std::size_t slot = at; slot < at + kChunk; slot += sizeof(Entry)) {
+          if (std::memcmp(block + slot, &seen[slot], sizeof(Entry)) == 0) continue;
+          equal = equal && SameSlot(static_cast<Number>(slot / sizeof(Entry)));
+        }
+        std::memcpy(&seen[at], block + at, kChunk);
+      }
+      for (const Number i : model.touched) equal = equal && SameSlot(i);
+    }
+    model.ForgetTouched();
+    return equal;
+  }
+
+  bool SameSlot(Number index) const {
+    const Entry& entry = static_cast<const Entry*>(dict->GetDataPtr())[index];
+    const Model::Slot& slot = model.At(index);
+    const auto address = reinterpret_cast<std::uintptr_t>(entry.key);
+    if (address == 0) return Expect(slot.state == Model::kEmpty, index, "empty");
+    if (address == 1) return Expect(slot.state == Model::kVacated, index, "vacated");
+    return Expect(slot.state == Model::kLive && slot.key == entry.key, index, entry.key) &&
+           Expect(entry.value == T::Make(slot.value), index, "of another value");
+  }
+  static bool Expect(bool holds, Number index, const char* found) {
+    if (!holds) ADD_FAILURE() << "slot " << index << " is " << found;
+    return holds;
+  }
+
+  bool SameEnumeration() {
+    for (int i = 0; i < dict->getmapsize(); ++i) {
+      xstring key;
+      Value value = T::Make(77);
+      const bool live = dict->getkeybyindex(i, &key);
+      if (!Expect(live == model.IsLive(i) && dict->getbyindex(i, &value) == live, i, "told wrong"))
+        return false;
+      if (live &&
+          !Expect(model.At(i).key == key.CastToCString() && value == T::Make(model.At(i).value), i,
+                  "read wrong"))
+        return false;
+    }
+    return true;
+  }
+
+  std::mt19937 random;
+  typename T::Handle dict;
+  Model model;
+  Number target = 0;
+  Number largest = 0;
+  std::string what;
+  std::vector<char> seen;
+  const char* seenAt = nullptr;
+};
+
+template <class T>
+class VelbdictModel : public ::testing::Test {};
+using Kinds = ::testing::Types<Bools, Ints, Reals, Strings, Anys>;
+struct KindNames {
+  template <class T>
+  static std::string GetName(int i) {
+    static const char* const names[] = {"bool", "int", "real", "string", "any"};
+    return names[i];
+  }
+};
+TYPED_TEST_SUITE(VelbdictModel, Kinds, KindNames);
+
+TYPED_TEST(VelbdictModel, SlotsAreEqualAfterEachOfAHundredThousandOperations) {
+  Duel<TypeParam>(2024).Run(100000);
+}
+
+TEST(VelbdictModelAny, ObjectsAreHeldOncePerEntry) {
+  {
+    Duel<Anys> duel(7);
+    duel.Run(30000);
+    for (int n = 0; n < 16; ++n)
+      EXPECT_EQ(xrcgetcount(Anys::Object(n).operator->()), 1 + duel.CountOf(n)) << n;
+  }
+  for (int n = 0; n < 16; ++n) EXPECT_EQ(xrcgetcount(Anys::Object(n).operator->()), 1);
+}
+
+TEST(VelbdictModelCore, SlotsAreEqualWithOtherThresholds) {
+  // Up to 95 percent no table gets full.
+  for (const Policy policy : {Policy{0, 90}, Policy{70, 95}, Policy{100, 50}, Policy{20, 60},
+                              Policy{90, 70}, Policy{1, 1}, Policy{500, 95}}) {
+    Core::policy = policy;
+    Duel<Core>(static_cast<unsigned>(policy.shrink + policy.grow)).Run(20000);
+    if (HasFailure()) FAIL() << "thresholds " << policy.shrink << ", " << policy.grow;
+  }
+}
+
+// ---- the model itself ----
+
+TEST(VelbdictModelItself, HashesAsAnotherProgramDoes) {
+  EXPECT_EQ(ModelHash(""), 0xFF83EF00LL);
+  EXPECT_EQ(ModelHash("hello"), 0x6F28961ALL);
+  EXPECT_EQ(ModelHash("\x80\x81\x82\x83\xfe\xff"), 0xF0DE040CLL);
+  EXPECT_EQ(ModelStep("hello"), 0xCBLL);
+  EXPECT_EQ(ModelStep("\x80\x81\x82\x83\xfe\xff"), 0xFFFFFF03LL);
+}
+
+TEST(VelbdictModelItself, HasRealWords) {
+  EXPECT_EQ(Words().size(), 6000U);
+  EXPECT_GT(std::set<std::string>(Words().begin(), Words().end()).size(), 4000U);
+}
+
+}  // namespace

@@ -1,0 +1,474 @@
+// The command line tool: what it prints, what it refuses, and how it ends.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <initializer_list>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "command.h"
+#include "veltest.h"
+
+namespace {
+
+const std::string kData = VELSTD_SOURCE_DIR "/tests/data/velq/";
+const std::string kIsoCodes = "/usr/share/iso-codes/json/";
+
+std::string Scratch(const std::string& name) {
+  return VELSTD_BINARY_DIR "/velq_test_" + std::to_string(getpid()) + '_' + name;
+}
+
+std::string Read(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  EXPECT_TRUE(file.is_open()) << path;
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+std::string Quoted(const std::string& word) {
+  EXPECT_EQ(word.find('\''), std::string::npos);
+  return '\'' + word + '\'';
+}
+
+// A file that lasts as long as this object.
+class TempFile {
+ public:
+  TempFile(const std::string& name, const std::string& text) : path_(Scratch(name)) {
+    std::ofstream(path_, std::ios::binary) << text;
+  }
+  ~TempFile() { std::remove(path_.c_str()); }
+  TempFile(const TempFile&) = delete;
+  TempFile& operator=(const TempFile&) = delete;
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+struct Outcome {
+  int status;
+  std::string out;
+  std::string error;
+};
+
+// Runs velq with these words; `before` goes in front of the command, `after`
+// behind it, both for the shell.
+Outcome Velq(const std::vector<std::string>& words, const std::string& before = "LC_ALL=C.UTF-8",
+             const std::string& after = "</dev/null") {
+  const TempFile out("out", "");
+  const TempFile error("err", "");
+  std::string line = before + ' ' + Quoted(VELSTD_VELQ_FILE);
+  for (const std::string& word : words) line += ' ' + Quoted(word);
+  line += " >" + Quoted(out.path()) + " 2>" + Quoted(error.path()) + ' ' + after;
+  const int status = std::system(line.c_str());
+  EXPECT_TRUE(WIFEXITED(status)) << line;
+  return {WEXITSTATUS(status), Read(out.path()), Read(error.path())};
+}
+
+// The text that velq prints for a document, on one line.
+std::string Printed(const std::string& document) {
+  const TempFile file("doc.json", document);
+  const Outcome outcome = Velq({"print", "--step", "-1", file.path()});
+  EXPECT_EQ(outcome.status, 0) << outcome.error;
+  EXPECT_EQ(outcome.error, "");
+  return outcome.out;
+}
+
+// The complaint about a document, from behind the program's name and the path.
+std::string Complaint(const std::string& document, std::vector<std::string> options = {}) {
+  const TempFile file("doc.json", document);
+  options.insert(options.begin(), "print");
+  options.push_back(file.path());
+  const Outcome outcome = Velq(options);
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.out, "");
+  const std::string lead = "velq: " + file.path() + ":";
+  EXPECT_EQ(outcome.error.substr(0, lead.size()), lead);
+  return outcome.error.size() < lead.size() ? "" : outcome.error.substr(lead.size());
+}
+
+std::multiset<std::string> StrippedLines(const std::string& text) {
+  std::multiset<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) {
+    lines.insert(line.substr(std::min(line.find_first_not_of(' '), line.size())));
+  }
+  return lines;
+}
+
+// What the printer makes of each `"key": "text"` line of a document that has no
+// escapes.
+std::multiset<std::string> ExpectedTexts(const std::string& document) {
+  std::multiset<std::string> lines;
+  for (std::string line : StrippedLines(document)) {
+    const std::size_t colon = line.find("\": \"");
+    if (colon == std::string::npos) continue;
+    if (line.back() == ',') line.pop_back();
+    lines.insert(line.replace(colon, 4, "\" : \""));
+  }
+  return lines;
+}
+
+// ---- print --------------------------------------------------------------------
+
+TEST(VelqPrint, ValuesOfEveryKindPrintAsRecorded) {
+  const Outcome outcome = Velq({"print", kData + "values.json"});
+  EXPECT_EQ(outcome.status, 0) << outcome.error;
+  EXPECT_EQ(outcome.out, Read(kData + "values.expected"));
+}
+
+TEST(VelqPrint, StepIndentsByThatManyBlanks) {
+  const std::string file = kData + "nested.json";
+  EXPECT_EQ(Velq({"print", file}).out, "anyseq\n[\n  0 : anyseq\n  [\n    0 : 1\n  ]\n]\n");
+  EXPECT_EQ(Velq({"print", "--step", "4", file}).out,
+            "anyseq\n[\n    0 : anyseq\n    [\n        0 : 1\n    ]\n]\n");
+  EXPECT_EQ(Velq({"print", "--step=0", file}).out, "anyseq\n[\n0 : anyseq\n[\n0 : 1\n]\n]\n");
+  EXPECT_EQ(Velq({"print", file, "--step", "-1"}).out, "anyseq [ 0 : anyseq [ 0 : 1 ] ]\n");
+}
+
+TEST(VelqPrint, IntegersThatAnIntHoldsAreInts) {
+  // The text of both kinds is the same; a real loses digits beyond the fifteenth.
+  EXPECT_EQ(Printed("[0, -0, 2147483647, -2147483646]"),
+            "anyseq [ 0 : 0 1 : 0 2 : 2147483647 3 : -2147483646 ]\n");
+}
+
+TEST(VelqPrint, NumbersThatStandForNilOrUninitStayNumbers) {
+  EXPECT_EQ(Printed("[-2147483648, -2147483647, 1e126, 9e125]"),
+            "anyseq [ 0 : -2147483648 1 : -2147483647 2 : 1e+126 3 : 9e+125 ]\n");
+}
+
+TEST(VelqPrint, LargeIntegersBecomeReals) {
+  EXPECT_EQ(Printed("[2147483648, -2147483649, 4294967296, 18446744073709551615, "
+                    "99999999999999999999]"),
+            "anyseq [ 0 : 2147483648 1 : -2147483649 2 : 4294967296 3 : 1.84467440737096e+19 "
+            "4 : 1e+20 ]\n");
+}
+
+TEST(VelqPrint, TheLastOfEqualKeysWins) {
+  EXPECT_EQ(Printed(R"({"a": [1], "a": 2})"), "anydict { \"a\" : 2 }\n");
+}
+
+TEST(VelqPrint, EmptyTextAndEmptyKeyAreKept) {
+  EXPECT_EQ(Printed(R"({"": ""})"), "anydict { \"\" : \"\" }\n");
+}
+
+TEST(VelqPrint, EscapesAreDecoded) {
+  EXPECT_EQ(Printed(R"(["\u00e9\ud83c\udde6\t\"\/"])"),
+            "anyseq [ 0 : \"\u00e9\U0001F1E6\t\"/\" ]\n");
+}
+
+TEST(VelqPrint, ADocumentMayBeOnePlainValue) {
+  EXPECT_EQ(Printed("null"), "nil\n");
+  EXPECT_EQ(Printed(" true "), "true\n");
+  EXPECT_EQ(Printed("\xef\xbb\xbf\"after a byte order mark\""), "\"after a byte order mark\"\n");
+}
+
+TEST(VelqPrint, ReadsTheStandardInput) {
+  const TempFile file("in.json", "[7]");
+  const Outcome outcome = Velq({"print", "--step=-1", "-"}, "LC_ALL=C", '<' + Quoted(file.path()));
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, "anyseq [ 0 : 7 ]\n");
+}
+
+TEST(VelqPrint, WordsAfterTwoDashesAreNoOptions) {
+  const Outcome outcome = Velq({"print", "--", "--step"});
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.error, "velq: --step: No such file or directory\n");
+}
+
+TEST(VelqPrint, TextsKeepTheirBytesInEveryLocale) {
+  const std::string expected = Read(kData + "unicode.expected");
+  for (const char* locale :
+       {"C", "C.UTF-8", "de_DE.ISO-8859-1", "de_DE.UTF-8", "tr_TR.UTF-8", "xx_XX"}) {
+    const Outcome outcome =
+        Velq({"print", kData + "unicode.json"}, std::string("LC_ALL=") + locale);
+    EXPECT_EQ(outcome.status, 0) << locale;
+    EXPECT_EQ(outcome.out, expected) << locale;
+  }
+}
+
+TEST(VelqPrint, DepthDoesNotMatter) {
+  constexpr std::size_t kDepth = 1000000;
+  const TempFile file("deep.json", std::string(kDepth, '[') + std::string(kDepth, ']'));
+  const Outcome outcome =
+      Velq({"print", "--step", "-1", file.path()}, "ulimit -s 8192; LC_ALL=C.UTF-8");
+  EXPECT_EQ(outcome.status, 0) << outcome.error;
+  std::string expected;
+  for (std::size_t i = 1; i < kDepth; ++i) expected += "anyseq [ 0 : ";
+  expected += "anyseq [ ]";
+  for (std::size_t i = 1; i < kDepth; ++i) expected += " ]";
+  EXPECT_TRUE(outcome.out == expected + '\n') << outcome.out.size() << " bytes";
+}
+
+TEST(VelqPrint, DeepObjectsLoadToo) {
+  constexpr std::size_t kDepth = 100000;
+  std::string document;
+  std::string expected;
+  for (std::size_t i = 0; i < kDepth; ++i) document += "{\"a\":[";
+  for (std::size_t i = 0; i < kDepth; ++i) document += "]}";
+  for (std::size_t i = 0; i < kDepth; ++i) {
+    expected += i == 0 ? "anydict { \"a\" : anyseq [" : " 0 : anydict { \"a\" : anyseq [";
+  }
+  for (std::size_t i = 0; i < kDepth; ++i) expected += " ] }";
+  EXPECT_TRUE(Printed(document) == expected + '\n');
+}
+
+TEST(VelqPrint, DebiansCountriesAndLanguagesComeThroughWhole) {
+  for (const char* name : {"iso_3166-1.json", "iso_639-3.json"}) {
+    const std::string path = kIsoCodes + name;
+    if (access(path.c_str(), R_OK) != 0) GTEST_SKIP() << "iso-codes is not installed";
+    const std::multiset<std::string> expected = ExpectedTexts(Read(path));
+    ASSERT_GT(expected.size(), 1000u);
+    for (const char* locale : {"LC_ALL=C", "LC_ALL=C.UTF-8"}) {
+      const Outcome outcome = Velq({"print", path}, locale);
+      EXPECT_EQ(outcome.status, 0) << outcome.error;
+      std::multiset<std::string> texts;
+      for (const std::string& line : StrippedLines(outcome.out)) {
+        if (line.find("\" : \"") != std::string::npos) texts.insert(line);
+      }
+      EXPECT_TRUE(texts == expected) << name << ", " << locale;
+    }
+  }
+}
+
+// ---- print, what is refused ----------------------------------------------------
+
+TEST(VelqPrint, SyntaxErrorsTellLineAndColumn) {
+  EXPECT_EQ(Complaint("[1,\n  2 x]").substr(0, 5), "2:5: ");
+  EXPECT_EQ(Complaint("[\"\u00e9\u00e9\", x]").substr(0, 5), "1:8: ");  // in characters
+  EXPECT_EQ(Complaint("").substr(0, 5), "1:1: ");
+  EXPECT_EQ(Complaint("{\"a\": 1").substr(0, 5), "1:8: ");
+  EXPECT_EQ(Complaint("[1,]").substr(0, 5), "1:4: ");
+  EXPECT_EQ(Complaint("[1] 2").substr(0, 5), "1:5: ");
+  EXPECT_EQ(Complaint("\n\n[\"a\nb\"]").substr(0, 2), "3:");
+}
+
+TEST(VelqPrint, SyntaxErrorsTellWhatWasExpected) {
+  EXPECT_EQ(Complaint("[1,]"),
+            "1:4: syntax error while parsing value - unexpected ']'; expected '[', '{', or a "
+            "literal\n");
+}
+
+TEST(VelqPrint, RefusesBytesThatAreNoUtf8) {
+  EXPECT_THAT(Complaint("[\"\xff\"]"), ::testing::HasSubstr("ill-formed UTF-8"));
+}
+
+TEST(VelqPrint, RefusesNumbersThatNoRealHolds) {
+  EXPECT_EQ(Complaint("[1, 1e400]"), "1:9: number overflow parsing '1e400'\n");
+}
+
+TEST(VelqPrint, ATextWithAZeroCharacterIsRefusedWithItsPlace) {
+  EXPECT_EQ(Complaint(R"({"a": [1, {"b": 2, "c": "x\u0000y"}]})"),
+            " the text at $.a[1].c holds a zero character\n");
+  EXPECT_EQ(Complaint(R"(["\u0000"])"), " the text at $[0] holds a zero character\n");
+  EXPECT_EQ(Complaint(R"("\u0000")"), " the text at $ holds a zero character\n");
+  EXPECT_EQ(Complaint(R"([[], [0, {}, "\u0000"]])"),
+            " the text at $[1][2] holds a zero character\n");
+}
+
+TEST(VelqPrint, AKeyWithAZeroCharacterIsRefusedWithItsPlace) {
+  EXPECT_EQ(Complaint(R"({"a": [0, {"b\u0000": 1}]})"),
+            " a key of $.a[1] holds a zero character\n");
+  EXPECT_EQ(Complaint(R"({"\u0000": 1})"), " a key of $ holds a zero character\n");
+}
+
+TEST(VelqPrint, FilesThatCannotBeReadAreNamed) {
+  const Outcome missing = Velq({"print", "/nonexistent/file.json"});
+  EXPECT_EQ(missing.status, 2);
+  EXPECT_EQ(missing.error, "velq: /nonexistent/file.json: No such file or directory\n");
+  const Outcome folder = Velq({"print", kData});
+  EXPECT_EQ(folder.status, 2);
+  EXPECT_EQ(folder.error, "velq: " + kData + ": Is a directory\n");
+}
+
+TEST(VelqPrint, OutputThatCannotBeWrittenIsAnError) {
+  if (access("/dev/full", W_OK) != 0) GTEST_SKIP() << "there is no /dev/full";
+  const Outcome outcome = Velq({"print", kData + "values.json"}, "LC_ALL=C", ">/dev/full");
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.error, "velq: cannot write the output: No space left on device\n");
+}
+
+// ---- print --countries -----------------------------------------------------------
+
+TEST(VelqCountries, PrintAsObjectsOfTheirOwnType) {
+  for (const char* locale : {"LC_ALL=C", "LC_ALL=C.UTF-8"}) {
+    const Outcome outcome = Velq({"print", "--countries", kData + "countries.json"}, locale);
+    EXPECT_EQ(outcome.status, 0) << outcome.error;
+    EXPECT_EQ(outcome.out, Read(kData + "countries.expected")) << locale;
+  }
+}
+
+TEST(VelqCountries, EveryCountryOfDebiansListIsThere) {
+  const std::string path = kIsoCodes + "iso_3166-1.json";
+  if (access(path.c_str(), R_OK) != 0) GTEST_SKIP() << "iso-codes is not installed";
+  const Outcome outcome = Velq({"print", "--countries", path});
+  EXPECT_EQ(outcome.status, 0) << outcome.error;
+  const std::multiset<std::string> lines = StrippedLines(outcome.out);
+  std::size_t flags = 0;
+  for (const std::string& text : ExpectedTexts(Read(path))) {
+    if (text.compare(0, 6, "\"flag\"") != 0) continue;
+    ++flags;
+    EXPECT_EQ(lines.count("Flag" + text.substr(6)), 1u) << text;
+  }
+  EXPECT_GT(flags, 200u);
+}
+
+TEST(VelqCountries, DocumentsOfAnotherFormAreRefusedWithThePlace) {
+  const std::vector<std::string> option = {"--countries"};
+  EXPECT_EQ(Complaint("[]", option), " $.3166-1 is missing\n");
+  EXPECT_EQ(Complaint("null", option), " $.3166-1 is missing\n");
+  EXPECT_EQ(Complaint("{}", option), " $.3166-1 is missing\n");
+  EXPECT_EQ(Complaint(R"({"3166-1": null})", option), " $.3166-1 is no array\n");
+  EXPECT_EQ(Complaint(R"({"3166-1": [3]})", option), " $.3166-1[0] is no object\n");
+  EXPECT_EQ(Complaint(R"({"3166-1": [{}]})", option), " $.3166-1[0].name is missing\n");
+  EXPECT_EQ(Complaint(R"({"3166-1": [{"name": 5}]})", option), " $.3166-1[0].name is no text\n");
+  EXPECT_EQ(Complaint(R"({"3166-1": [{"name": "a", "official_name": null}]})", option),
+            " $.3166-1[0].official_name is no text\n");
+}
+
+// ---- types -------------------------------------------------------------------------
+
+// What stands in the listing for one type.
+std::string Paragraph(const std::string& listing, const std::string& head) {
+  const std::size_t start = ('\n' + listing).find('\n' + head + '\n');
+  if (start == std::string::npos) return "";
+  std::size_t end = listing.find('\n', start) + 1;
+  while (end < listing.size() && listing[end] == ' ') end = listing.find('\n', end) + 1;
+  return listing.substr(start, end - start);
+}
+
+TEST(VelqTypes, TellsKindParentsAndAttributes) {
+  const Outcome outcome = Velq({"types"});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(Paragraph(outcome.out, "basic int"), "basic int\n");
+  EXPECT_EQ(Paragraph(outcome.out, "object object"), "object object\n");
+  EXPECT_EQ(Paragraph(outcome.out, "sequence intseq of int"), "sequence intseq of int\n");
+  EXPECT_EQ(Paragraph(outcome.out, "dictionary anydict of any"), "dictionary anydict of any\n");
+  EXPECT_EQ(Paragraph(outcome.out, "structure vellib::XInvalidArrayIndex : vellib::XException"),
+            "structure vellib::XInvalidArrayIndex : vellib::XException\n"
+            "  VelObject : any, optional\n"
+            "  Index : int\n"
+            "  Dimension : int\n");
+  EXPECT_EQ(Paragraph(outcome.out, "sequence demo::CountrySeq of demo::Country"),
+            "sequence demo::CountrySeq of demo::Country\n");
+  EXPECT_EQ(Paragraph(outcome.out, "structure demo::Country"),
+            "structure demo::Country\n  Name : string\n  OfficialName : string\n"
+            "  CommonName : string\n  Alpha2 : string\n  Alpha3 : string\n  Numeric : string\n"
+            "  Flag : string\n");
+}
+
+TEST(VelqTypes, ListsEveryRegisteredTypeOnceInOrderOfTheNames) {
+  std::vector<std::string> expected = {"demo::Country", "demo::CountrySeq"};
+  velRttiForEach(
+      [](xrtti* type, void* names) {
+        const std::string name = type->getName().CastToCString();
+        if (name.compare(0, 9, "veltest::") != 0) {
+          static_cast<std::vector<std::string>*>(names)->push_back(name);
+        }
+        return true;
+      },
+      &expected);
+  std::sort(expected.begin(), expected.end());
+  std::vector<std::string> listed;
+  std::istringstream listing(Velq({"types"}).out);
+  for (std::string line; std::getline(listing, line);) {
+    if (line[0] == ' ') continue;
+    std::istringstream words(line);
+    std::string kind;
+    std::string name;
+    words >> kind >> name;
+    if (name.back() == ',') name.pop_back();
+    listed.push_back(name);
+  }
+  EXPECT_GT(listed.size(), 40u);
+  EXPECT_THAT(listed, ::testing::ElementsAreArray(expected));
+}
+
+// Kinds of which the library registers none: listed by the same code.
+TEST(VelqTypes, TellsThePartsOfEnumerationsUnionsAndArrays) {
+  static const char* const colours[] = {"red", "green"};
+  static xrttienum colour("veltest::Colour", 2, colours);
+  static xrttiobject plain;
+  plain.initializeRttiObject("veltest::Plain", 0, 0, nullptr);
+  static xrttiobject* const parents[] = {&plain, VelLogObject::getClassRtti()};
+  static xrttiattr which("which", &colour, 0, nullptr);
+  static xrttiattr number("number", velGetRtti_int(), 0, nullptr);
+  static xrttiattr text("text", velGetRtti_string(), 1, nullptr);
+  static const int labels[] = {0};
+  static xrttiattr* const branches[] = {&number};
+  static xrttiunion choice;
+  choice.initializeRttiUnion("veltest::Union", 1, 2, parents, &which, 1, labels, branches, &text);
+  static const int sizes[] = {2, 3};
+  static xrttiarray array;
+  array.initializeRttiArray("veltest::Array", 1, 2, sizes, velGetRtti_real(), 1, nullptr);
+  for (xrtti* type : std::initializer_list<xrtti*>{&colour, &plain, &choice, &array}) {
+    velRttiAddToMap(type);
+  }
+
+  std::ostringstream out;
+  Arguments none({});
+  EXPECT_EQ(runTypes(none, out), 0);
+  EXPECT_EQ(Paragraph(out.str(), "enumeration veltest::Colour"),
+            "enumeration veltest::Colour\n  red\n  green\n");
+  EXPECT_EQ(Paragraph(out.str(), "object veltest::Plain, not counted"),
+            "object veltest::Plain, not counted\n");
+  EXPECT_EQ(Paragraph(out.str(), "union veltest::Union : veltest::Plain, veltest::LogObject"),
+            "union veltest::Union : veltest::Plain, veltest::LogObject\n"
+            "  by which : veltest::Colour\n  0: number : int\n  else: text : string, optional\n");
+  EXPECT_EQ(Paragraph(out.str(), "array veltest::Array[2][3] of real, optional"),
+            "array veltest::Array[2][3] of real, optional\n");
+}
+
+// ---- the command line -----------------------------------------------------------------
+
+TEST(Velq, HelpNamesCommandsAndExitStatuses) {
+  const Outcome help = Velq({"--help"});
+  EXPECT_EQ(help.status, 0);
+  EXPECT_EQ(help.error, "");
+  for (const char* part : {"usage: velq", "print [--step N] [--countries] FILE", "\n  types",
+                           "exit status:\n  0  done\n  2  "}) {
+    EXPECT_THAT(help.out, ::testing::HasSubstr(part));
+  }
+  EXPECT_EQ(Velq({"-h"}).out, help.out);
+  EXPECT_EQ(Velq({"print", "--help"}).out, help.out);
+}
+
+TEST(Velq, WrongUsageEndsWithTwoAndTheHelp) {
+  const std::string help = Velq({"--help"}).out;
+  const std::string file = kData + "nested.json";
+  const struct {
+    std::vector<std::string> words;
+    const char* complaint;
+  } cases[] = {
+      {{}, "a command is missing"},
+      {{"paint"}, "unknown command paint"},
+      {{"print"}, "the file to print is missing"},
+      {{"print", "--colour", file}, "unknown option --colour"},
+      {{"print", file, file}, "one argument too many: "},
+      {{"types", "int"}, "one argument too many: int"},
+      {{"types", "--all"}, "unknown option --all"},
+      {{"print", file, "--step"}, "--step needs a number from -1 to 80"},
+      {{"print", "--step", "two", file}, "--step needs a number from -1 to 80"},
+      {{"print", "--step", "2x", file}, "--step needs a number from -1 to 80"},
+      {{"print", "--step", "-2", file}, "--step needs a number from -1 to 80"},
+      {{"print", "--step=81", file}, "--step needs a number from -1 to 80"},
+      {{"print", "--step=", file}, "--step needs a number from -1 to 80"},
+  };
+  for (const auto& one : cases) {
+    const Outcome outcome = Velq(one.words);
+    EXPECT_EQ(outcome.status, 2) << one.complaint;
+    EXPECT_EQ(outcome.out, "");
+    const std::string lead = std::string("velq: ") + one.complaint;
+    EXPECT_EQ(outcome.error.substr(0, lead.size()), lead);
+    EXPECT_THAT(outcome.error, ::testing::EndsWith("\n\n" + help));
+  }
+}
+
+}  // namespace

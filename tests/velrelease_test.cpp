@@ -1,0 +1,505 @@
+// Destruction: order, depth, and releases that wait.
+#include "velrelease.h"
+
+#include <pthread.h>
+
+#include <climits>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "veltest.h"
+
+namespace {
+
+// Plain recursion down to `level` for the life of a test.
+class FlattenAt {
+ public:
+  explicit FlattenAt(int level) : saved_(velReleaseScope::flattenLevel) {
+    velReleaseScope::flattenLevel = level;
+  }
+  ~FlattenAt() { velReleaseScope::flattenLevel = saved_; }
+  FlattenAt(const FlattenAt&) = delete;
+  FlattenAt& operator=(const FlattenAt&) = delete;
+
+ private:
+  int saved_;
+};
+
+// ---- random graphs ----
+
+// What a node does besides letting its children go.
+enum Habit {
+  kRefuses = 1,          // refuses deletion
+  kEarly = 2,            // gives up a child in onDelete
+  kBackwards = 4,        // gives up its children in its destructor, last first
+  kHoldsItself = 8,      // takes a handle on itself there, after the first of them
+  kVisits = 16,          // takes a handle on an object that others hold
+  kReassigns = 32,       // assigns a handle to one that holds another child
+  kMakes = 64,           // makes an object that dies again at once
+  kHoldsItselfOnDelete = 128
+};
+
+class Node : public virtual xobject {
+  VEL_OBJECT(Node)
+ public:
+  struct World {
+    std::string log;
+    Node* pinned = nullptr;
+    int alive = 0;
+    int nextId = 0;
+  };
+
+  explicit Node(World& w, int h = 0) : habits(h), world_(w), id_(w.nextId++) { ++world_.alive; }
+  ~Node() override {
+    note('d');
+    if (habits & kMakes) {
+      const xrchandle<Node> brief(new Node(world_));
+      brief->children = children;
+    }
+    if (habits & kBackwards) {
+      while (!children.empty()) {
+        children.pop_back();
+        if (habits & kHoldsItself) holdItself();
+        if (habits & kVisits) const xrchandle<Node> visited(world_.pinned);
+      }
+    }
+    if ((habits & kReassigns) && children.size() > 1) children[0] = children[1];
+    if (habits & kHoldsItself) holdItself();
+    sequence = 0;
+    if (habits & kHoldsItself) holdItself();
+    --world_.alive;
+  }
+  unsigned char isDeletable() override {
+    note('a');
+    return !(habits & kRefuses);
+  }
+  void onDelete() override {
+    note('o');
+    if (habits & kHoldsItselfOnDelete) holdItself();
+    if ((habits & kEarly) && !children.empty()) children.erase(children.begin());
+    if (habits & kHoldsItselfOnDelete) holdItself();
+  }
+
+  int habits;
+  std::vector<xrchandle<Node>> children;
+  xany value;
+  xrchandle<xanysequence> sequence;
+  xrchandle<xanydictionary> dictionary;
+
+ private:
+  void note(char what) { world_.log += what + std::to_string(id_) + ' '; }
+  void holdItself() {
+    const xrchandle<Node> self(this);
+    const xany again(self);
+  }
+
+  World& world_;
+  int id_;
+};
+VEL_OBJECT_RTTI(Node, xrttiobject, [](xrttiobject* rtti) {
+  rtti->initializeRttiObject("velrelease_test::Node", 1, 0, nullptr);
+})
+
+// Takes a reference and gives it back.
+void Drop(xobject* object) {
+  xrcattach(object);
+  xrcrelease(object);
+}
+
+// Builds the graph of `seed`, gives up what holds it in random order, and
+// returns all that the nodes wrote down.
+std::string LogOfGraph(unsigned seed) {
+  std::mt19937 random(seed);
+  const auto below = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+  Node::World world;
+  const int count = 2 + below(seed % 4 == 0 ? 400 : 60);
+  const int chain = below(100);  // in 100, how many are linked to the next
+  std::vector<xrchandle<Node>> held;
+  std::vector<Node*> refusing;
+  for (int i = 0; i < count; ++i) {
+    int habits = 0;
+    if (below(20) == 0) habits |= kRefuses;
+    for (int habit : {kEarly, kBackwards, kHoldsItself, kVisits, kReassigns, kMakes,
+                      kHoldsItselfOnDelete}) {
+      if (below(4) == 0) habits |= habit;
+    }
+    held.emplace_back(new Node(world, habits));
+    if (habits & kRefuses) refusing.push_back(held.back());
+  }
+  const xrchandle<Node> pinned(new Node(world));
+  world.pinned = pinned;
+  // Edges lead to higher numbers only, so that everything dies.
+  for (int i = 0; i + 1 < count; ++i) {
+    Node& node = *held[static_cast<std::size_t>(i)];
+    const auto someone = [&] { return held[static_cast<std::size_t>(i + 1 + below(count - i - 1))]; };
+    const auto next = below(100) < chain ? held[static_cast<std::size_t>(i + 1)] : someone();
+    switch (below(4)) {
+      case 0:
+        node.value = next;
+        break;
+      case 1:
+        node.sequence = xanysequence::create();
+        for (int n = below(4); n > 0; --n) node.sequence->append(someone());
+        node.sequence->append(next);
+        break;
+      case 2:
+        node.dictionary = xanydictionary::create();
+        for (int n = below(4); n > 0; --n) node.dictionary->set(std::to_string(n).c_str(), someone());
+        node.dictionary->set("next", next);
+        break;
+      default:
+        break;
+    }
+    for (int n = below(4); n > 0; --n) node.children.push_back(someone());
+    node.children.push_back(next);
+  }
+  while (!held.empty()) {
+    const auto at = held.begin() + below(static_cast<int>(held.size()));
+    std::swap(*at, held.back());
+    held.pop_back();
+  }
+  world.log += "| ";
+  // Those that refused live on, with what they hold.
+  for (Node* node : refusing) {
+    node->habits &= ~kRefuses;
+    if (xrcgetcount(node) == 0) Drop(node);
+  }
+  EXPECT_EQ(world.alive, 1) << seed;
+  EXPECT_EQ(xrcgetcount(pinned), 1) << seed;
+  return world.log;
+}
+
+TEST(VelRelease, OrderIsThatOfTheRecursionAtEveryLevel) {
+  std::size_t written = 0;
+  for (unsigned seed = 0; seed < 400; ++seed) {
+    std::string recursive;
+    {
+      const FlattenAt off(INT_MAX);
+      recursive = LogOfGraph(seed);
+    }
+    written += recursive.size();
+    for (int level : {0, 1, 2, 3, 8, 64}) {
+      const FlattenAt here(level);
+      ASSERT_EQ(LogOfGraph(seed), recursive) << "seed " << seed << ", level " << level;
+    }
+  }
+  EXPECT_GT(written, 100000u);
+}
+
+// Root to leaf, `length` nodes; the root first.
+std::vector<Node*> Chain(Node::World& world, int length) {
+  std::vector<Node*> nodes;
+  for (int i = 0; i < length; ++i) nodes.push_back(new Node(world));
+  for (std::size_t i = 0; i + 1 < nodes.size(); ++i) nodes[i]->children.emplace_back(nodes[i + 1]);
+  return nodes;
+}
+
+TEST(VelRelease, ChildrenComeBeforeLaterSiblings) {
+  for (int level : {0, 1, 2, INT_MAX}) {
+    const FlattenAt here(level);
+    Node::World world;
+    auto left = Chain(world, 3);   // 0 1 2
+    auto right = Chain(world, 2);  // 3 4
+    xrchandle<Node> root(new Node(world));
+    root->children.emplace_back(left[0]);
+    root->children.emplace_back(right[0]);
+    root = 0;
+    EXPECT_EQ(world.log,
+              "a5 o5 d5 a0 o0 d0 a1 o1 d1 a2 o2 d2 a3 o3 d3 a4 o4 d4 ")
+        << level;
+  }
+}
+
+TEST(VelRelease, SharedOneDiesWithItsLastHolder) {
+  for (int level : {0, 1, 2, INT_MAX}) {
+    const FlattenAt here(level);
+    Node::World world;
+    xrchandle<Node> root(new Node(world));    // 0
+    xrchandle<Node> shared(new Node(world));  // 1
+    root->children.emplace_back(new Node(world));
+    root->children.emplace_back(new Node(world));
+    for (auto& child : root->children) child->children.push_back(shared);
+    root->children.push_back(shared);
+    shared = 0;
+    root = 0;
+    EXPECT_EQ(world.log, "a0 o0 d0 a2 o2 d2 a3 o3 d3 a1 o1 d1 ") << level;
+  }
+}
+
+TEST(VelRelease, RefusingOneEndsTheChain) {
+  for (int level : {0, 1, INT_MAX}) {
+    const FlattenAt here(level);
+    Node::World world;
+    auto nodes = Chain(world, 5);
+    nodes[2]->habits = kRefuses;
+    Drop(nodes[0]);
+    EXPECT_EQ(world.log, "a0 o0 d0 a1 o1 d1 a2 ");
+    EXPECT_EQ(xrcgetcount(nodes[2]), 0);
+    EXPECT_EQ(world.alive, 3);
+    nodes[2]->habits = 0;
+    Drop(nodes[2]);
+    EXPECT_EQ(world.alive, 0);
+  }
+}
+
+// Looks, in its destructor, at the child that it has just given up.
+struct Looker : VelLogObject {
+  xrchandle<VelLogObject> child;
+  int* alive = nullptr;
+  ~Looker() override {
+    child = 0;
+    if (alive) *alive = VelLogObject::alive();
+  }
+};
+
+TEST(VelRelease, ChildGivenUpIsGoneAtOnceAboveTheLevelOnly) {
+  for (int level : {0, 1, 64}) {
+    const FlattenAt here(level);
+    int alive = 0;
+    {
+      const xrchandle<Looker> looker(new Looker);
+      looker->alive = &alive;
+      looker->child = new VelLogObject;
+    }
+    EXPECT_EQ(alive, level == 0 ? 2 : 1) << level;
+    EXPECT_EQ(VelLogObject::alive(), 0);
+  }
+}
+
+TEST(VelRelease, LevelIs64) { EXPECT_EQ(velReleaseScope::flattenLevel, 64); }
+
+// Each lies in the one before; writes down how deep destructors are nested.
+class Nest : public virtual xobject {
+  VEL_OBJECT(Nest)
+ public:
+  ~Nest() override {
+    if (++depth > deepest) deepest = depth;
+    inner = 0;
+    --depth;
+  }
+  xrchandle<Nest> inner;
+  static int depth;
+  static int deepest;
+};
+int Nest::depth = 0;
+int Nest::deepest = 0;
+VEL_OBJECT_RTTI(Nest, xrttiobject, [](xrttiobject* rtti) {
+  rtti->initializeRttiObject("velrelease_test::Nest", 1, 0, nullptr);
+})
+
+TEST(VelRelease, DestructorsNestAsFarAsTheLevel) {
+  for (int length : {63, 64, 65, 66, 1000}) {
+    Nest::deepest = 0;
+    xrchandle<Nest> outer;
+    for (int i = 0; i < length; ++i) {
+      xrchandle<Nest> wrapped(new Nest);
+      wrapped->inner = outer;
+      outer = wrapped;
+    }
+    outer = 0;
+    EXPECT_EQ(Nest::deepest, length < 65 ? length : 65) << length;
+  }
+}
+
+// ---- deep values on a small stack ----
+
+// Runs `step` on a thread with a stack of 8 MiB.
+template <class Step>
+void OnASmallStack(Step step) {
+  pthread_attr_t attributes;
+  ASSERT_EQ(pthread_attr_init(&attributes), 0);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, 8 << 20), 0);
+  pthread_t thread;
+  const auto run = [](void* s) -> void* {
+    (*static_cast<Step*>(s))();
+    return nullptr;
+  };
+  ASSERT_EQ(pthread_create(&thread, &attributes, run, &step), 0);
+  EXPECT_EQ(pthread_join(thread, nullptr), 0);
+  EXPECT_EQ(pthread_attr_destroy(&attributes), 0);
+}
+
+constexpr int kDeep = 1000000;
+
+// Tells when it dies.
+xrchandle<VelLogObject> Leaf(std::string* log) { return new VelLogObject(log, "leaf"); }
+
+constexpr char kLeafDied[] = "leaf asked\nleaf onDelete\nleaf destroyed\n";
+
+TEST(VelReleaseDeep, ChainOfObjectsDies) {
+  std::string log;
+  OnASmallStack([&] {
+    struct Link : VelLogObject {
+      explicit Link(xrchandle<VelLogObject> n) : next(std::move(n)) {}
+      xrchandle<VelLogObject> next;
+    };
+    xrchandle<VelLogObject> head = Leaf(&log);
+    for (int i = 0; i < kDeep; ++i) head = xrchandle<VelLogObject>(new Link(std::move(head)));
+    EXPECT_EQ(VelLogObject::alive(), kDeep + 1);
+    head = 0;
+    EXPECT_EQ(VelLogObject::alive(), 0);
+  });
+  EXPECT_EQ(log, kLeafDied);
+}
+
+TEST(VelReleaseDeep, ChainOfSequencesDies) {
+  std::string log;
+  OnASmallStack([&] {
+    xany value(Leaf(&log));
+    for (int i = 0; i < kDeep; ++i) {
+      auto sequence = xanysequence::create();
+      sequence->append(value);
+      value = sequence;
+    }
+    EXPECT_EQ(log, "");
+    value = nullptr;
+  });
+  EXPECT_EQ(log, kLeafDied);
+}
+
+TEST(VelReleaseDeep, ChainOfDictionariesDies) {
+  std::string log;
+  OnASmallStack([&] {
+    xany value(Leaf(&log));
+    for (int i = 0; i < kDeep / 10; ++i) {
+      auto dictionary = xanydictionary::create();
+      dictionary->set("k", value);
+      value = dictionary;
+    }
+    EXPECT_EQ(log, "");
+    value = nullptr;
+  });
+  EXPECT_EQ(log, kLeafDied);
+}
+
+TEST(VelReleaseDeep, ChainOfExceptionsDies) {
+  std::string log;
+  OnASmallStack([&] {
+    xrchandle<xthrowable> last =
+        velCaught([&] { velXTypeMismatch::Throw("x", xany(Leaf(&log))); });
+    for (int i = 0; i < kDeep / 10; ++i) {
+      last = velCaught([&] { velXTypeMismatch::Throw("x", xany(last)); });
+    }
+    EXPECT_EQ(log, "");
+    last = 0;
+  });
+  EXPECT_EQ(log, kLeafDied);
+}
+
+TEST(VelReleaseDeep, MixedChainDiesInsideACollection) {
+  std::string log;
+  OnASmallStack([&] {
+    auto outer = xanysequence::create();
+    outer->append(xany(Leaf(&log)));
+    for (int i = 0; i < kDeep / 10; ++i) {
+      auto dictionary = xanydictionary::create();
+      dictionary->set("k", outer->get(0));
+      auto sequence = xanysequence::create();
+      sequence->append(xany(dictionary));
+      sequence->append(xany(dictionary));
+      outer->set(0, xany(sequence));
+    }
+    EXPECT_EQ(log, "");
+    outer->clear();
+    EXPECT_EQ(log, kLeafDied);
+  });
+}
+
+// ---- scopes ----
+
+TEST(VelReleaseScope, CollectsLastReleases) {
+  std::string log;
+  auto* a = new VelLogObject(&log, "a");
+  auto* b = new VelLogObject(&log, "b");
+  xrcattach(a);
+  xrcattach(b);
+  {
+    const velReleaseScope scope;
+    xrcrelease(a);
+    xrcrelease(b);
+    EXPECT_EQ(log, "");
+    EXPECT_EQ(xrcgetcount(a), 1);
+  }
+  EXPECT_EQ(log, "a asked\na onDelete\na destroyed\nb asked\nb onDelete\nb destroyed\n");
+}
+
+TEST(VelReleaseScope, CollectsAllThatFollowOneThatWasCollected) {
+  std::string log;
+  auto* a = new VelLogObject(&log, "a");
+  auto* b = new VelLogObject(&log, "b");
+  const xrchandle<VelLogObject> held(b);
+  xrcattach(a);
+  xrcattach(b);
+  xrcattach(b);
+  {
+    const velReleaseScope scope;
+    xrcrelease(b);
+    EXPECT_EQ(xrcgetcount(b), 2);
+    xrcrelease(a);
+    xrcrelease(b);
+    EXPECT_EQ(xrcgetcount(b), 2);
+  }
+  EXPECT_EQ(xrcgetcount(b), 1);
+  EXPECT_EQ(log, "a asked\na onDelete\na destroyed\n");
+}
+
+TEST(VelReleaseScope, InnerOneHandsOverToTheOuter) {
+  std::string log;
+  auto* a = new VelLogObject(&log, "a");
+  xrcattach(a);
+  {
+    const velReleaseScope outer;
+    {
+      const velReleaseScope inner;
+      xrcrelease(a);
+    }
+    EXPECT_EQ(log, "");
+  }
+  EXPECT_EQ(log, "a asked\na onDelete\na destroyed\n");
+}
+
+TEST(VelReleaseScope, TakesAnyNumber) {
+  for (int count : {0, 1, 15, 16, 17, 32, 33, 1000}) {
+    std::string log;
+    std::string expected;
+    {
+      const velReleaseScope scope;
+      for (int i = 0; i < count; ++i) {
+        const std::string name = std::to_string(i);
+        xrchandle<VelLogObject>(new VelLogObject(&log, name));
+        expected += name + " asked\n" + name + " onDelete\n" + name + " destroyed\n";
+      }
+      EXPECT_EQ(log, "");
+    }
+    EXPECT_EQ(log, expected) << count;
+  }
+}
+
+TEST(VelReleaseScope, LeavesWhatIsNotCountedAlone) {
+  std::string log;
+  auto* plain = new VelPlainObject(&log);
+  xrcattach(plain);
+  {
+    const velReleaseScope scope;
+    xrchandle<VelLogObject>(new VelLogObject);  // something is collected
+    xrcrelease(plain);
+    xdelete(plain);
+    EXPECT_EQ(log, "onDelete\ndestroyed\n");
+  }
+  EXPECT_EQ(log, "onDelete\ndestroyed\n");
+}
+
+// Code that runs while a list is carried out finds releases working at once.
+TEST(VelReleaseScope, DestructorsRunOutsideOfIt) {
+  int alive = -1;
+  {
+    const velReleaseScope scope;
+    const xrchandle<Looker> looker(new Looker);
+    looker->alive = &alive;
+    looker->child = new VelLogObject;
+  }
+  EXPECT_EQ(alive, 1);
+}
+
+}  // namespace

@@ -1,0 +1,72 @@
+#include "command.h"
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+Arguments::Arguments(std::vector<std::string> given) : words(std::move(given)) {
+  const auto mark = std::find(words.begin(), words.end(), "--");
+  firstPlain = static_cast<std::size_t>(mark - words.begin());
+  if (mark != words.end()) words.erase(mark);
+}
+
+// A single dash is an operand: the standard input.
+bool Arguments::isOption(std::size_t position) const {
+  return position < firstPlain && words[position].size() > 1 && words[position][0] == '-';
+}
+
+void Arguments::refuseOptions() const {
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    if (isOption(i)) throw UsageError("unknown option " + words[i]);
+  }
+}
+
+bool Arguments::takeFlag(const std::string& name) {
+  const auto plain = words.begin() + static_cast<std::ptrdiff_t>(firstPlain);
+  const auto found = std::find(words.begin(), plain, name);
+  if (found == plain) return false;
+  words.erase(found);
+  --firstPlain;
+  return true;
+}
+
+int Arguments::takeNumber(const std::string& name, int low, int high, int otherwise) {
+  for (std::size_t i = 0; i < firstPlain; ++i) {
+    std::string text;
+    std::size_t taken = 1;
+    if (words[i].compare(0, name.size() + 1, name + '=') == 0) {
+      text = words[i].substr(name.size() + 1);
+    } else if (words[i] != name) {
+      continue;
+    } else if (i + 1 < firstPlain) {
+      text = words[i + 1];
+      taken = 2;
+    }
+    int number = 0;
+    const char* const textEnd = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), textEnd, number);
+    if (error != std::errc() || end != textEnd || number < low || number > high) {
+      throw UsageError(name + " needs a number from " + std::to_string(low) + " to " +
+                       std::to_string(high));
+    }
+    const auto at = words.begin() + static_cast<std::ptrdiff_t>(i);
+    words.erase(at, at + static_cast<std::ptrdiff_t>(taken));
+    firstPlain -= taken;
+    return number;
+  }
+  return otherwise;
+}
+
+std::string Arguments::takeOperand(const std::string& what) {
+  refuseOptions();
+  if (words.empty()) throw UsageError(what + " is missing");
+  std::string operand = std::move(words.front());
+  words.erase(words.begin());
+  if (firstPlain > 0) --firstPlain;
+  return operand;
+}
+
+void Arguments::end() {
+  refuseOptions();
+  if (!words.empty()) throw UsageError("one argument too many: " + words.front());
+}

@@ -1,0 +1,62 @@
+// command.h - what a command of velq is made of.
+//
+// A command is one function `int (Arguments&, std::ostream&)` in the table of
+// main.cpp: it takes its options and operands, writes its result to the stream,
+// and answers the exit status. It says what is wrong by throwing UsageError or
+// Failure.
+#ifndef VELSTD_TOOLS_VELQ_COMMAND_H
+#define VELSTD_TOOLS_VELQ_COMMAND_H
+
+#include <cstddef>
+#include <iosfwd>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+constexpr int kExitDone = 0;
+constexpr int kExitFailed = 2;
+
+/// The command line is wrong; the message is followed by a hint at the help.
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// What was asked for cannot be done.
+class Failure : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// The words after the command's name. Each call takes what it names out; what
+/// is left in the end is wrong.
+class Arguments {
+ public:
+  explicit Arguments(std::vector<std::string> words);
+
+  /// Whether `--name` is there.
+  bool takeFlag(const std::string& name);
+  /// The number of `--name N` or `--name=N`, else `otherwise`.
+  /// Throws UsageError for anything but a decimal number from `low` to `high`.
+  int takeNumber(const std::string& name, int low, int high, int otherwise);
+  /// The next word that is no option; `what` names it in the message.
+  /// Throws UsageError if there is none, or an option that nobody took.
+  std::string takeOperand(const std::string& what);
+  /// Throws UsageError if anything is left.
+  void end();
+
+ private:
+  bool isOption(std::size_t position) const;
+  void refuseOptions() const;
+
+  std::vector<std::string> words;
+  // Words from here on are no options: they came after "--".
+  std::size_t firstPlain;
+};
+
+/// velq print [--step N] [--countries] FILE
+int runPrint(Arguments& arguments, std::ostream& out);
+/// velq types
+int runTypes(Arguments& arguments, std::ostream& out);
+
+#endif  // VELSTD_TOOLS_VELQ_COMMAND_H

@@ -1,0 +1,116 @@
+// velq - looks at data through the framework's own values and types.
+#include <unistd.h>
+
+#include <clocale>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "command.h"
+#include "country.h"
+#include "output.h"
+#include "velstd.h"
+
+namespace {
+
+struct Command {
+  const char* name;
+  const char* usage;
+  const char* summary;
+  int (*run)(Arguments& arguments, std::ostream& out);
+};
+
+const Command kCommands[] = {
+    {"print", "print [--step N] [--countries] FILE",
+     "Loads a JSON document and prints its values.\n"
+     "      --step N      blanks a level is indented by, 0 to 80 (default 2);\n"
+     "                    -1 prints everything on one line\n"
+     "      --countries   reads FILE as the country list of iso-codes\n"
+     "                    (iso_3166-1.json) and prints it as objects of the\n"
+     "                    types demo::CountrySeq and demo::Country\n"
+     "      FILE          a path, or - for the standard input",
+     runPrint},
+    {"types", "types", "Lists every registered type with its kind, parents and parts.", runTypes},
+};
+
+std::string HelpText() {
+  std::string text = "usage: velq COMMAND [ARGUMENT...]\n       velq --help\n\ncommands:\n";
+  for (const Command& command : kCommands) {
+    text += std::string("  ") + command.usage + "\n      " + command.summary + '\n';
+  }
+  text +=
+      "\nvalues of a document: an object is an anydict, an array an anyseq, a text a\n"
+      "string, null is nil; a number is an int where one can hold it, else a real.\n"
+      "\nexit status:\n"
+      "  0  done\n"
+      "  2  wrong usage, a document that cannot be read or is no valid JSON, output\n"
+      "     that cannot be written\n";
+  return text;
+}
+
+int Fail(const std::string& message) {
+  std::fprintf(stderr, "velq: %s%s", message.c_str(), message.back() == '\n' ? "" : "\n");
+  return kExitFailed;
+}
+
+bool IsHelp(const char* word) {
+  return std::strcmp(word, "--help") == 0 || std::strcmp(word, "-h") == 0;
+}
+
+const Command* FindCommand(const char* name) {
+  for (const Command& command : kCommands) {
+    if (std::strcmp(command.name, name) == 0) return &command;
+  }
+  return nullptr;
+}
+
+int Dispatch(int argc, char** argv, std::ostream& out) {
+  if (argc < 2) throw UsageError("a command is missing");
+  Arguments arguments(std::vector<std::string>(argv + 2, argv + argc));
+  const Command* command = FindCommand(argv[1]);
+  if (IsHelp(argv[1]) || (command && (arguments.takeFlag("--help") || arguments.takeFlag("-h")))) {
+    out << HelpText();
+    return kExitDone;
+  }
+  if (!command) throw UsageError(std::string("unknown command ") + argv[1]);
+  return command->run(arguments, out);
+}
+
+// Runs the command; every way in which it can fail ends in a message.
+int Run(int argc, char** argv, std::ostream& out) {
+  try {
+    return Dispatch(argc, argv, out);
+  } catch (const UsageError& error) {
+    return Fail(std::string(error.what()) + "\n\n" + HelpText());
+  } catch (const Failure& error) {
+    return Fail(error.what());
+  } catch (const std::bad_alloc&) {
+    return Fail("out of memory");
+  } catch (xthrowable* caught) {
+    const xrchandle<xthrowable> held(caught);
+    xrcrelease(caught);
+    return Fail(xany(held).toString().CastToCString());
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // The terminal's own locale; without it the "C" locale, in which texts pass
+  // through unchanged as well.
+  std::setlocale(LC_ALL, "");
+  demo::registerCountryTypes();
+  OutputBuffer buffer(STDOUT_FILENO);
+  std::ostream out(&buffer);
+  // As many digits as a real surely keeps: 0.1 stays 0.1.
+  out.precision(std::numeric_limits<double>::digits10);
+  const int status = Run(argc, argv, out);
+  if (const int error = buffer.finish()) {
+    return Fail(std::string("cannot write the output: ") + std::strerror(error));
+  }
+  return status;
+}

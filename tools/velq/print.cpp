@@ -1,0 +1,22 @@
+// velq print: a document as text, through the printing visitor.
+#include <ostream>
+#include <string>
+
+#include "command.h"
+#include "country.h"
+#include "jsonload.h"
+#include "velstd.h"
+
+int runPrint(Arguments& arguments, std::ostream& out) {
+  const int step = arguments.takeNumber("--step", -1, 80, 2);
+  const bool countries = arguments.takeFlag("--countries");
+  const std::string path = arguments.takeOperand("the file to print");
+  arguments.end();
+
+  xany value = loadJsonFile(path);
+  if (countries) value = demo::countriesOf(path, value);
+  velPrintTraverser printer(out, step);
+  velTraverse(value, &printer);
+  out << '\n';
+  return kExitDone;
+}
