@@ -16,6 +16,12 @@ const __xany_c& Given(const __xany_c* value) {
   return *value;
 }
 
+void CheckKind(const __xany_c& value) {
+  if (value.kind < xanyUninit || value.kind > xanyObject) {
+    velXTypeMismatch::Throw("any", xany(static_cast<int>(value.kind)));
+  }
+}
+
 // A variant that converts to what type `expected` holds: one of that kind, or
 // nil or uninit.
 xany Checked(const __xany_c* value, bool (xany::*fits)() const, xrtti* (*expected)()) {
@@ -34,29 +40,40 @@ xrtti* Type() {
 // What C wrote into a record may be the address of any framework part of an
 // object, and a kind that is none.
 xany velFlatValue<xany>::in(const __xany_c& value) {
-  if (value.kind < xanyUninit || value.kind > xanyObject) {
-    velXTypeMismatch::Throw("any", xany(static_cast<int>(value.kind)));
+  CheckKind(value);
+  if (value.kind == xanyObject) return xany(velObjectAt(value.u.o));
+  if (value.kind == xanyEnum && value.u.e.rtti) {
+    __xany_c exact = value;
+    exact.u.e.rtti = velArgument<xrtti>(value.u.e.rtti);
+    return xany(exact);
   }
-  return value.kind == xanyObject ? xany(velObjectAt(value.u.o)) : xany(value);
-}
-
-template <class Make>
-static __xany_c Made(Make make) {
-  return velGuard(kUninit, [&] { return velFlatValue<xany>::out(make()); });
+  return xany(value);
 }
 
 __xany_c xanyuninit_c() { return kUninit; }
-__xany_c xanynil_c() { return Made([] { return xany(xanyNil); }); }
-__xany_c xanyint_c(int value) { return Made([=] { return xany(value); }); }
-__xany_c xanybool_c(unsigned char value) { return Made([=] { return xany(value); }); }
-__xany_c xanyreal_c(double value) { return Made([=] { return xany(value); }); }
-__xany_c xanystr_c(const char* text) { return Made([=] { return xany(text); }); }
-__xany_c xanyxstr_c(__xstring_c text) { return Made([&] { return xany(xstring(text, true)); }); }
+__xany_c xanynil_c() {
+  return velGuardVariant([] { return xany(xanyNil); });
+}
+__xany_c xanyint_c(int value) {
+  return velGuardVariant([=] { return xany(value); });
+}
+__xany_c xanybool_c(unsigned char value) {
+  return velGuardVariant([=] { return xany(value); });
+}
+__xany_c xanyreal_c(double value) {
+  return velGuardVariant([=] { return xany(value); });
+}
+__xany_c xanystr_c(const char* text) {
+  return velGuardVariant([=] { return xany(text); });
+}
+__xany_c xanyxstr_c(__xstring_c text) {
+  return velGuardVariant([&] { return xany(xstring(text, true)); });
+}
 __xany_c xanyenum_c(int value, xrttienum* type) {
-  return Made([=] { return xany(value, velArgument<xrttienum>(type)); });
+  return velGuardVariant([=] { return xany(value, velArgument<xrttienum>(type)); });
 }
 __xany_c xanyobj_c(xobject* object) {
-  return Made([=] { return xany(velObjectAt(object)); });
+  return velGuardVariant([=] { return xany(velObjectAt(object)); });
 }
 
 int xanytoint_c(const __xany_c* value) {
@@ -69,8 +86,8 @@ int xanytoint_c(const __xany_c* value) {
 
 unsigned char xanytobool_c(const __xany_c* value) {
   return velGuard(VEL_ERROR_BOOL, [&] {
-    return Checked(value, &xany::isbool, &Type<xrttibasic, velGetRtti_bool>)
-        .operator unsigned char();
+    const xany truth = Checked(value, &xany::isbool, &Type<xrttibasic, velGetRtti_bool>);
+    return truth.operator unsigned char();
   });
 }
 
@@ -84,8 +101,7 @@ __xstring_c xanytostr_c(const __xany_c* value) {
   xstring text;
   velGuard([&] {
     text = velFlatValue<xstring>::onError();
-    text = Checked(value, &xany::isstring, &Type<xrttibasic, velGetRtti_string>)
-               .operator xstring();
+    text = Checked(value, &xany::isstring, &Type<xrttibasic, velGetRtti_string>).operator xstring();
   });
   return text.getxstring_c();
 }
@@ -102,6 +118,7 @@ xobject* xanytoobj_c(const __xany_c* value) {
 int xanygetkind_c(const __xany_c* value) {
   return velGuard(VEL_ERROR_INT, [&] {
     const __xany_c& given = Given(value);
+    CheckKind(given);
     if (given.kind != xanyObject) return static_cast<int>(given.kind);
     if (!given.u.o) return static_cast<int>(xanyNil);
     return static_cast<int>(velIsUninit(given.u.o) ? xanyUninit : xanyObject);
@@ -109,7 +126,7 @@ int xanygetkind_c(const __xany_c* value) {
 }
 
 __xany_c xanycopy_c(const __xany_c* value) {
-  return Made([&] { return velFlatValue<xany>::in(Given(value)); });
+  return velGuardVariant([&] { return velFlatValue<xany>::in(Given(value)); });
 }
 
 void xanyunlock_c(__xany_c* value) {

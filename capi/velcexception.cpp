@@ -16,6 +16,9 @@ std::atomic<xthrowable*> pending{nullptr};
 // Kept from the first moment on: it must be there when nothing else can be.
 std::atomic<velXNativeException*> outOfMemory{nullptr};
 
+// Takes out what the record holds.
+xthrowable* TakeOut() { return pending.exchange(nullptr, std::memory_order_acq_rel); }
+
 // Ends what the record held. Throws velXNotInitialized for the uninitialised
 // address.
 void Dispose(xthrowable* held) {
@@ -45,12 +48,12 @@ void velPrepareOutOfMemory() {
   }
 }
 
-void velClearPending() { Dispose(pending.exchange(nullptr, std::memory_order_acq_rel)); }
+void velClearPending() { Dispose(TakeOut()); }
 
 void velPark(xthrowable* caught) noexcept {
   // The reference that came with the throw becomes the record's.
   xthrowable* old = pending.exchange(caught, std::memory_order_acq_rel);
-  if (!velIsUninit(old)) Dispose(old);
+  if (!velIsUninit(old)) velGuard([=] { Dispose(old); });
 }
 
 void velParkOutOfMemory() noexcept {
@@ -67,25 +70,36 @@ void velParkNative(const char* text) noexcept {
   }
 }
 
-// These two let the complaint about a record that held the uninitialised
-// address out.
-
-void xsetexc_c(xthrowable* exception) {
-  xrcunihandle<xthrowable> held;
-  if (exception && !velIsUninit(exception)) {
-    held = velGuard<xthrowable*>(nullptr, [&] { return velArgument<xthrowable>(exception); });
-    if (held.isnull()) return;  // no exception: a complaint is pending instead
-  }
-  velClearPending();
-  velPark(velIsUninit(exception) ? exception : Retained(held));
+// The two functions that let a complaint out do it first of all, with the record
+// empty and nothing else touched.
+static void RefuseUninit() {
+  xthrowable* uninit = static_cast<xthrowable*>(static_cast<void*>(xuninitobject));
+  if (pending.compare_exchange_strong(uninit, nullptr)) velhThrowNotInitialized();
 }
 
-void xcleanupexc_c() { velClearPending(); }
+void xsetexc_c(xthrowable* exception) {
+  RefuseUninit();
+  xthrowable* retained = exception;
+  if (exception && !velIsUninit(exception)) {
+    retained = velGuard<xthrowable*>(nullptr,
+                                     [=] { return Retained(velArgument<xthrowable>(exception)); });
+    if (!retained) return;  // no exception: a complaint is pending instead
+  }
+  // The old reference goes after the new one came: they may be to the same.
+  velGuard(velClearPending);
+  if (retained) velPark(retained);
+}
+
+void xcleanupexc_c() {
+  RefuseUninit();
+  velGuard(velClearPending);
+}
 
 xthrowable* xgetexc_c() {
-  return Retained(pending.load(std::memory_order_acquire));
+  return velGuard<xthrowable*>(nullptr,
+                               [] { return Retained(pending.load(std::memory_order_acquire)); });
 }
 
 unsigned char xisexc_c() { return pending.load(std::memory_order_acquire) != nullptr; }
 
-xthrowable* xextractexc_c() { return pending.exchange(nullptr, std::memory_order_acq_rel); }
+xthrowable* xextractexc_c() { return TakeOut(); }

@@ -1,7 +1,6 @@
 // velcobject.cpp - objects from C.
 #include "velargument.h"
 #include "velguard.h"
-#include "velobjectaccess.h"
 #include "velstd_c.h"
 #include "xrtti.h"
 #include "xstring.h"
@@ -10,6 +9,21 @@ namespace {
 
 bool IsObject(const void* address) { return address && !velIsUninit(address); }
 
+/// Holds an object for the time of a question; not one that nobody holds, which
+/// would not survive it.
+class Held {
+ public:
+  explicit Held(xobject* p) : object(xrcgetcount(p) != 0 && p->isRefCountable() ? p : nullptr) {
+    xrcattach(object);
+  }
+  ~Held() { xrcrelease(object); }
+  Held(const Held&) = delete;
+  Held& operator=(const Held&) = delete;
+
+ private:
+  xobject* object;
+};
+
 /// Asks an object that is held for the time of the question; `onError` for
 /// null, the uninitialised address, and with an exception parked.
 template <class R, class Ask>
@@ -17,7 +31,7 @@ R AskObject(xobject* address, R onError, Ask ask) {
   if (!IsObject(address)) return onError;
   return velGuard(onError, [&] {
     xobject* object = velObjectAt(address);
-    const velBorrow borrow(object);
+    const Held held(object);
     return ask(object);
   });
 }
@@ -35,8 +49,7 @@ unsigned char MatchType(xobject* address, xrttiobject* type, Test test) {
 }  // namespace
 
 unsigned char xisrcobj_c(xobject* obj) {
-  return AskObject<unsigned char>(obj, 0,
-                                  [](xobject* object) { return object->isRefCountable(); });
+  return AskObject<unsigned char>(obj, 0, [](xobject* object) { return object->isRefCountable(); });
 }
 
 void xrcattach_c(xobject* obj) {
@@ -54,7 +67,6 @@ void xdelete_c(xobject* obj) {
     if (object->isRefCountable()) {
       xrcrelease(object);
     } else {
-      xrcattach(object);
       xdelete(object);
     }
   });

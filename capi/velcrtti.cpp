@@ -2,6 +2,7 @@
 #include "velargument.h"
 #include "velflatvalue.h"
 #include "velguard.h"
+#include "velobjectaccess.h"
 #include "velrtti.h"
 #include "velstd_c.h"
 #include "xany.h"
@@ -122,7 +123,8 @@ int xrttigetdimention_c(xrtti* type, int index) {
 }
 
 xrttiattr* xrttigetdiscr_c(xrtti* type) {
-  return AskType<xrttiunion, xrttiattr*>(type, nullptr, [](xrttiunion* t) { return t->getDiscr(); });
+  return AskType<xrttiunion, xrttiattr*>(type, nullptr,
+                                         [](xrttiunion* t) { return t->getDiscr(); });
 }
 int xrttigetnlabels_c(xrtti* type) {
   return AskType<xrttiunion>(type, VEL_ERROR_INT, [](xrttiunion* t) { return t->getNLabels(); });
@@ -150,9 +152,10 @@ unsigned char xrttiattrisoptional_c(xrttiattr* attr) {
   return AskType<xrttiattr>(attr, VEL_ERROR_BOOL, [](xrttiattr* a) { return a->getIsOptional(); });
 }
 __xany_c xrttiattrgetvalue_c(xrttiattr* attr, xobject* owner) {
-  xany value;
-  velGuard([&] {
-    value = velArgument<xrttiattr>(attr)->getValue(velArgument<xobject>(owner));
+  return velGuardVariant([=] {
+    auto* attribute = velArgument<xrttiattr>(attr);
+    xobject* object = velArgument<xobject>(owner);
+    const velBorrow borrow(object);
+    return attribute->getValue(object);
   });
-  return velFlatValue<xany>::out(value);
 }

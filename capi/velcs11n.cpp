@@ -11,16 +11,14 @@ xobject* xobjcreate_c(const char* typeName) {
 }
 
 __xany_c xobjgetattr_c(xobject* object, const char* attribute) {
-  xany value;
-  velGuard([&] {
+  return velGuardVariant([=] {
     xobject* owner = velArgument<xobject>(object);
     const velBorrow borrow(owner);
     auto* type = dynamic_cast<xrttistruct*>(owner->getRtti());
     xrttiattr* attr = type ? type->findAttr(attribute, 1) : nullptr;
     if (!attr) velhThrowInvalidDictKey(owner, attribute);
-    value = attr->getValue(owner);
+    return attr->getValue(owner);
   });
-  return velFlatValue<xany>::out(value);
 }
 
 unsigned char xobjsetattr_c(xobject* object, const char* attribute, const __xany_c* value) {

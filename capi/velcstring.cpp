@@ -40,11 +40,13 @@ const wchar_t* xstrgetwc_c(__xstring_c* text) {
 }
 
 void xstrlock_c(__xstring_c* text) {
-  if (text && text->buffer) text->buffer->Attach(&text->narrow, &text->wide);
+  if (!text || !text->buffer) return;
+  velGuard([=] { text->buffer->Attach(&text->narrow, &text->wide); });
 }
 
 void xstrunlock_c(__xstring_c* text) {
   if (!text) return;
-  const xstring released(*text, false);
+  const __xstring_c old = *text;
   *text = xstring().getxstring_c_unattached();
+  velGuard([&] { const xstring released(old, false); });
 }

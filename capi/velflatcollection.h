@@ -65,16 +65,21 @@ struct velFlatSequence : velFlatCollection<C> {
     return velOnCollection<C>(seq, VEL_ERROR_INT, [](C& s) { return s.getarraysize(); });
   }
   static Flat get(const void* seq, int index) {
+    const bool cleared = velGuard(false, [] {
+      velClearPending();
+      return true;
+    });
     Element result{};
     velGuard([&] {
-      velClearPending();
       // The error value is there before the sequence is touched.
       result = Value::onError();
+      if (!cleared) return;
       C* sequence = velArgument<C>(seq);
       const velBorrow borrow(sequence);
       result = sequence->get(index);
     });
-    return Value::out(result);
+    // Handing an object out attaches it, which may throw.
+    return velGuard(Flat{}, [&] { return Value::out(result); });
   }
   static void set(const void* seq, int index, const Flat& value) {
     velFlatSequence::run(seq, [&](C& s) { s.set(index, Value::in(value)); });
@@ -106,7 +111,7 @@ struct velFlatDictionary : velFlatCollection<C> {
     return velOnCollection<C>(dict, VEL_ERROR_INT, [](C& d) { return d.getcount(); });
   }
   static unsigned char find(const void* dict, const char* key, Flat* value) {
-    return lookUp<T>(dict, value, [&](C& d, T* found) { return d.find(key, found); });
+    return lookUp<T>(dict, value, [=](C& d, T* found) { return d.find(key, found); });
   }
   static void set(const void* dict, const char* key, const Flat& value) {
     velFlatDictionary::run(dict, [&](C& d) { d.set(key, Value::in(value)); });
@@ -115,11 +120,11 @@ struct velFlatDictionary : velFlatCollection<C> {
     velFlatDictionary::run(dict, [&](C& d) { d.remove(key); });
   }
   static unsigned char getbyindex(const void* dict, int index, Flat* value) {
-    return lookUp<T>(dict, value, [&](C& d, T* found) { return d.getbyindex(index, found); });
+    return lookUp<T>(dict, value, [=](C& d, T* found) { return d.getbyindex(index, found); });
   }
   static unsigned char getkeybyindex(const void* dict, int index, __xstring_c* key) {
     return lookUp<xstring>(dict, key,
-                           [&](C& d, xstring* found) { return d.getkeybyindex(index, found); });
+                           [=](C& d, xstring* found) { return d.getkeybyindex(index, found); });
   }
   static void setbyindex(const void* dict, int index, const Flat& value) {
     velFlatDictionary::run(dict, [&](C& d) { d.setbyindex(index, Value::in(value)); });
@@ -131,11 +136,13 @@ struct velFlatDictionary : velFlatCollection<C> {
  private:
   template <class Found, class Ask>
   static unsigned char lookUp(const void* dict, typename velFlatValue<Found>::Flat* to, Ask ask) {
-    Found found{};
-    const unsigned char answer = velOnCollection<C>(
-        dict, VEL_ERROR_BOOL, [&](C& d) -> unsigned char { return ask(d, to ? &found : nullptr); });
-    velFlatValue<Found>::store(to, answer == 1, found);
-    return answer;
+    velFlatValue<Found>::clear(to);
+    return velOnCollection<C>(dict, VEL_ERROR_BOOL, [=](C& d) -> unsigned char {
+      Found found{};
+      if (!ask(d, to ? &found : nullptr)) return 0;
+      if (to) *to = velFlatValue<Found>::out(found);
+      return 1;
+    });
   }
 };
 

@@ -5,6 +5,9 @@
 #ifndef VELSTD_CAPI_VELFLATVALUE_H
 #define VELSTD_CAPI_VELFLATVALUE_H
 
+#include <cstdint>
+
+#include "velguard.h"
 #include "velstd_c.h"
 #include "xany.h"
 #include "xstring.h"
@@ -14,10 +17,8 @@ struct velFlatScalar {
   using Flat = T;
   static T in(T value) { return value; }
   static T out(T value) { return value; }
-  /// What was not found leaves the caller's variable alone.
-  static void store(T* to, bool found, T value) {
-    if (to && found) *to = value;
-  }
+  /// What is not found leaves the caller's variable alone.
+  static void clear(T*) {}
 };
 
 template <class T>
@@ -40,9 +41,9 @@ struct velFlatValue<xstring> {
   using Flat = __xstring_c;
   static xstring in(const __xstring_c& text) { return xstring(text, true); }
   static __xstring_c out(const xstring& text) { return text.getxstring_c(); }
-  /// Always written, so that the caller may always give it back.
-  static void store(__xstring_c* to, bool found, const xstring& text) {
-    if (to) *to = out(found ? text : xstring());
+  /// Written first of all, so that the caller may always give it back.
+  static void clear(__xstring_c* to) {
+    if (to) *to = out(xstring());
   }
   /// The uninit marker of narrow text, as text.
   static xstring onError() { return xstring(reinterpret_cast<const char*>(std::uintptr_t{2})); }
@@ -52,10 +53,17 @@ struct velFlatValue<xany> {
   using Flat = __xany_c;
   static xany in(const __xany_c& value);
   static __xany_c out(const xany& value) { return value.getxany_c(); }
-  static void store(__xany_c* to, bool found, const xany& value) {
-    if (to) *to = out(found ? value : xany());
+  static void clear(__xany_c* to) {
+    if (to) *to = out(xany());
   }
   static xany onError() { return xany(); }
 };
+
+/// What `make` gives as a record that the caller owns. Handing an object out
+/// attaches it, which may throw like all the rest.
+template <class Make>
+__xany_c velGuardVariant(Make make) {
+  return velGuard(__xany_c{xanyUninit, {0}}, [&] { return velFlatValue<xany>::out(make()); });
+}
 
 #endif  // VELSTD_CAPI_VELFLATVALUE_H

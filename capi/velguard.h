@@ -13,8 +13,8 @@
 
 #include "velexceptions.h"
 
-/// Parks `caught` and gives back the reference that came with the throw. Never
-/// throws: an exception that clearing the record raises takes its place.
+/// Parks `caught`, with the reference that came with the throw. Never throws: an
+/// exception that ending the old one raises takes its place.
 void velPark(xthrowable* caught) noexcept;
 /// Parks the "Out of memory" exception, which needs no memory.
 void velParkOutOfMemory() noexcept;

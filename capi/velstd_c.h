@@ -84,8 +84,9 @@ typedef xobject xrttiattr;
 
 /* ---- objects ---------------------------------------------------------------
  *
- * An object that nobody holds (count 0) is left at 0 by everything but
- * xrcattach_c. */
+ * An object that nobody holds (count 0) is left at 0 by everything here but
+ * xrcattach_c, and by functions on collections. A variant made of one holds it,
+ * and destroys it when it lets go. */
 
 /** @return 1 if the object's class is counted; 0 for null and the
  *  uninitialised address, and with an exception pending */
@@ -172,7 +173,7 @@ VELSTD_API __xstring_c xanytostr_c(const __xany_c *value);
 VELSTD_API xobject *xanytoobj_c(const __xany_c *value);
 
 /** @return the kind as a value reads (0 to 7); VEL_ERROR_INT with velXNull
- *  pending for null */
+ *  pending for null, with velXTypeMismatch for a record of no such kind */
 VELSTD_API int xanygetkind_c(const __xany_c *value);
 
 /** @return (owned) another reference on the same content */
@@ -240,7 +241,7 @@ enum xrttikind {
 /** @return the type registered under `name`; null for none */
 VELSTD_API xrtti *xrttifind_c(const char *name);
 /** Calls `visit(type, data)` for every registered type in the order of the
- *  names until it returns 0. */
+ *  names until it returns 0. A null `visit`: nothing. */
 VELSTD_API void xrttiforeach_c(int (*visit)(xrtti *type, void *data), void *data);
 /** @return (owned) the name */
 VELSTD_API __xstring_c xrttigetname_c(xrtti *type);

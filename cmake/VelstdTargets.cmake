@@ -26,10 +26,22 @@ function(velstd_ctest name)
   endif()
 endfunction()
 
+# The ctest entry `name`: runs the program `target` and compares what it writes to standard output
+# with the file `expected`, byte by byte.
+function(velstd_output_test name target expected)
+  add_test(NAME ${name}
+    COMMAND "${CMAKE_COMMAND}"
+      "-DPROGRAM=$<TARGET_FILE:${target}>"
+      "-DEXPECTED=${expected}"
+      "-DACTUAL=${CMAKE_CURRENT_BINARY_DIR}/${name}.actual"
+      -P "${PROJECT_SOURCE_DIR}/cmake/CompareOutput.cmake")
+endfunction()
+
 # One test program, and one ctest entry of the same name, from the files of the current folder
 # that exist:
 #   <stem>_test.cpp    GoogleTest suites
 #   <stem>_test.c      C99: part of that program, or without the .cpp a program with its own main
+#   <stem>_test.expected  what the program must write to standard output, byte by byte
 #   <stem>_plugin.cpp  a shared library <stem>_plugin that the program is linked with
 # The program knows VELSTD_SOURCE_DIR, the root of the checkout, VELSTD_BINARY_DIR, a folder it may
 # write to, and VELSTD_LIBRARY_FILE, the library under test.
@@ -57,7 +69,11 @@ function(velstd_test stem)
     velstd_program(${stem}_plugin)
     target_link_libraries(${target} PRIVATE ${stem}_plugin)
   endif()
-  add_test(NAME ${stem} COMMAND ${target})
+  if(EXISTS "${dir}/${stem}_test.expected")
+    velstd_output_test(${stem} ${target} "${dir}/${stem}_test.expected")
+  else()
+    add_test(NAME ${stem} COMMAND ${target})
+  endif()
   velstd_ctest(${stem})
 endfunction()
 
@@ -77,12 +93,7 @@ function(velstd_example stem)
   endif()
   add_executable(example_${stem} "${source}")
   velstd_program(example_${stem})
-  add_test(NAME example_${stem}
-    COMMAND "${CMAKE_COMMAND}"
-      "-DPROGRAM=$<TARGET_FILE:example_${stem}>"
-      "-DEXPECTED=${CMAKE_CURRENT_SOURCE_DIR}/${stem}.expected"
-      "-DACTUAL=${CMAKE_CURRENT_BINARY_DIR}/${stem}.actual"
-      -P "${PROJECT_SOURCE_DIR}/cmake/CompareOutput.cmake")
+  velstd_output_test(example_${stem} example_${stem} "${CMAKE_CURRENT_SOURCE_DIR}/${stem}.expected")
   velstd_ctest(example_${stem})
 endfunction()
 

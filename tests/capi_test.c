@@ -458,6 +458,25 @@ static void test_exceptions(void) {
   QUIET();
 }
 
+/* A record whose kind is none is refused before its content is looked at. */
+static void test_wrong_kinds(void) {
+  __xany_c wrong, copy;
+  memset(&wrong, 0x5a, sizeof wrong);
+  CHECK(xanygetkind_c(&wrong) == VEL_ERROR_INT);
+  PARKED(XTYPE);
+  copy = xanycopy_c(&wrong);
+  CHECK(copy.kind == xanyUninit);
+  PARKED(XTYPE);
+  CHECK(xanytoobj_c(&wrong) == NULL);
+  PARKED(XTYPE);
+  wrong.kind = xanyEnum; /* a type that is none */
+  wrong.u.e.rtti = (xrtti *)XUNINITOBJECT;
+  CHECK(reads(xprintstr_c(&wrong, -1), "uninit"));
+  PARKED(XUNINIT);
+  xanyunlock_c(&wrong);
+  CHECK(wrong.kind == xanyUninit);
+}
+
 /* ---- types ---- */
 
 static int countTypes(xrtti *type, void *data) {
@@ -643,6 +662,7 @@ int main(void) {
   test_strings();
   test_variants();
   test_exceptions();
+  test_wrong_kinds();
   test_types();
   test_by_name();
   test_print();

@@ -333,6 +333,147 @@ TEST(VelqCountries, DocumentsOfAnotherFormAreRefusedWithThePlace) {
             " $.3166-1[0].official_name is no text\n");
 }
 
+// ---- compare ---------------------------------------------------------------------
+
+// What velq says of two files, and how it ends.
+std::string Compared(const std::string& first, const std::string& second) {
+  const Outcome outcome = Velq({"compare", first, second});
+  EXPECT_EQ(outcome.error, "");
+  return outcome.out + std::to_string(outcome.status);
+}
+
+const char* const kEqual = "equal\n0";
+const char* const kDifferent = "different\n1";
+
+// What velq says of two documents, in whichever order.
+std::string ComparedTexts(const std::string& first, const std::string& second) {
+  const TempFile a("a.json", first);
+  const TempFile b("b.json", second);
+  const std::string result = Compared(a.path(), b.path());
+  EXPECT_EQ(Compared(b.path(), a.path()), result) << first << " and " << second;
+  return result;
+}
+
+TEST(VelqCompare, DocumentsAreEqualToThemselves) {
+  for (const char* name :
+       {"values.json", "values_reordered.json", "nested.json", "unicode.json", "countries.json"}) {
+    EXPECT_EQ(Compared(kData + name, kData + name), kEqual) << name;
+  }
+}
+
+TEST(VelqCompare, OrderOfEntriesAndLayoutDoNotCount) {
+  EXPECT_EQ(Compared(kData + "values.json", kData + "values_reordered.json"), kEqual);
+  EXPECT_EQ(Compared(kData + "values_reordered.json", kData + "values.json"), kEqual);
+}
+
+TEST(VelqCompare, DocumentsOfOtherContentAreDifferent) {
+  EXPECT_EQ(Compared(kData + "values.json", kData + "unicode.json"), kDifferent);
+  EXPECT_EQ(Compared(kData + "nested.json", kData + "countries.json"), kDifferent);
+}
+
+TEST(VelqCompare, OneDifferenceIsEnough) {
+  const struct {
+    const char* first;
+    const char* second;
+  } cases[] = {
+      {R"({"a": 1})", R"({"a": 2})"},
+      {R"({"a": 1})", R"({"b": 1})"},
+      {R"({"a": 1})", R"({"a": 1, "b": 2})"},  // seen from both sides
+      {R"({"a": null})", "{}"},
+      {R"([{"a": {}}])", R"([{"a": {"b": null}}])"},
+      {"[1, 2]", "[2, 1]"},
+      {"[1, 2]", "[1, 2, 3]"},
+      {"[]", "{}"},
+      {"[]", "null"},
+      {"[[]]", "[]"},
+      {"[null]", "[false]"},
+      {"[0]", "[false]"},
+      {"[1]", R"(["1"])"},
+      {"[1]", "[1.0]"},
+      {R"(["a"])", R"(["A"])"},
+      {R"(["\u00e9"])", R"(["e\u0301"])"},
+      {"[-2147483648]", "[null]"},
+      {"[1e126]", "[null]"},
+      {"[9e125]", "[1e126]"},
+  };
+  for (const auto& one : cases) {
+    EXPECT_EQ(ComparedTexts(one.first, one.second), kDifferent)
+        << one.first << " and " << one.second;
+  }
+}
+
+TEST(VelqCompare, DifferentSpellingsOfAValueAreEqual) {
+  EXPECT_EQ(ComparedTexts("[0.1, 2147483648, 1e126]", "[1e-1, 2147483648.0, 10e125]"), kEqual);
+  EXPECT_EQ(ComparedTexts(R"(["\u00e9\/"])", "[\"\u00e9/\"]"), kEqual);
+  EXPECT_EQ(ComparedTexts(R"({"a": 1, "a": 2})", R"({"a": 2})"), kEqual);
+}
+
+TEST(VelqCompare, ADocumentMayBeASingleValue) {
+  for (const char* value : {"1", "0.5", "\"text\"", "\"\"", "true", "null", "[]", "{}"}) {
+    EXPECT_EQ(ComparedTexts(value, value), kEqual) << value;
+  }
+  EXPECT_EQ(ComparedTexts("1", "2"), kDifferent);
+  EXPECT_EQ(ComparedTexts("null", "0"), kDifferent);
+  EXPECT_EQ(ComparedTexts("1", "[1]"), kDifferent);
+}
+
+TEST(VelqCompare, DepthDoesNotMatter) {
+  constexpr std::size_t kDepth = 200000;
+  const auto nested = [](const char* inner) {
+    return std::string(kDepth, '[') + inner + std::string(kDepth, ']');
+  };
+  const TempFile one("one.json", nested("1"));
+  const TempFile two("two.json", nested("2"));
+  EXPECT_EQ(Compared(one.path(), one.path()), kEqual);
+  EXPECT_EQ(Compared(one.path(), two.path()), kDifferent);
+}
+
+TEST(VelqCompare, DebiansCountriesAndLanguagesAreEqualToThemselvesOnly) {
+  const std::string countries = kIsoCodes + "iso_3166-1.json";
+  const std::string languages = kIsoCodes + "iso_639-3.json";
+  for (const std::string& path : {countries, languages}) {
+    if (access(path.c_str(), R_OK) != 0) GTEST_SKIP() << "iso-codes is not installed";
+    EXPECT_EQ(Compared(path, path), kEqual) << path;
+  }
+  EXPECT_EQ(Compared(countries, languages), kDifferent);
+  EXPECT_EQ(Compared(languages, countries), kDifferent);
+}
+
+TEST(VelqCompare, OneChangedByteOfALargeDocumentIsFound) {
+  const std::string path = kIsoCodes + "iso_639-3.json";
+  if (access(path.c_str(), R_OK) != 0) GTEST_SKIP() << "iso-codes is not installed";
+  std::string changed = Read(path);
+  const std::size_t last = changed.rfind("\"name\": \"");
+  ASSERT_NE(last, std::string::npos);
+  changed[last + 9] = '?';
+  const TempFile copy("changed.json", changed);
+  EXPECT_EQ(Compared(path, copy.path()), kDifferent);
+}
+
+TEST(VelqCompare, OneDocumentMayBeTheStandardInput) {
+  const std::string file = kData + "values.json";
+  for (const std::vector<std::string>& words :
+       {std::vector<std::string>{"compare", "-", file}, {"compare", file, "-"}}) {
+    const Outcome outcome = Velq(words, "LC_ALL=C", '<' + Quoted(file));
+    EXPECT_EQ(outcome.out, "equal\n");
+    EXPECT_EQ(outcome.status, 0);
+  }
+}
+
+TEST(VelqCompare, DocumentsThatCannotBeLoadedEndWithTwo) {
+  const std::string good = kData + "nested.json";
+  const TempFile bad("bad.json", "[1,]");
+  for (const std::string& path : {std::string("/nonexistent/file.json"), bad.path()}) {
+    for (const std::vector<std::string>& words :
+         {std::vector<std::string>{"compare", path, good}, {"compare", good, path}}) {
+      const Outcome outcome = Velq(words);
+      EXPECT_EQ(outcome.status, 2);
+      EXPECT_EQ(outcome.out, "");
+      EXPECT_EQ(outcome.error.rfind("velq: " + path + ":", 0), 0u) << outcome.error;
+    }
+  }
+}
+
 // ---- types -------------------------------------------------------------------------
 
 // What stands in the listing for one type.
@@ -432,8 +573,9 @@ TEST(Velq, HelpNamesCommandsAndExitStatuses) {
   const Outcome help = Velq({"--help"});
   EXPECT_EQ(help.status, 0);
   EXPECT_EQ(help.error, "");
-  for (const char* part : {"usage: velq", "print [--step N] [--countries] FILE", "\n  types",
-                           "exit status:\n  0  done\n  2  "}) {
+  for (const char* part :
+       {"usage: velq", "print [--step N] [--countries] FILE", "\n  types", "compare FILE FILE",
+        "exit status:\n  0  done", "\n  1  compare: ", "\n  2  "}) {
     EXPECT_THAT(help.out, ::testing::HasSubstr(part));
   }
   EXPECT_EQ(Velq({"-h"}).out, help.out);
@@ -452,6 +594,11 @@ TEST(Velq, WrongUsageEndsWithTwoAndTheHelp) {
       {{"print"}, "the file to print is missing"},
       {{"print", "--colour", file}, "unknown option --colour"},
       {{"print", file, file}, "one argument too many: "},
+      {{"compare"}, "the first file to compare is missing"},
+      {{"compare", file}, "the second file to compare is missing"},
+      {{"compare", file, file, file}, "one argument too many: "},
+      {{"compare", "--step", file, file}, "unknown option --step"},
+      {{"compare", "-", "-"}, "only one of the files can be the standard input"},
       {{"types", "int"}, "one argument too many: int"},
       {{"types", "--all"}, "unknown option --all"},
       {{"print", file, "--step"}, "--step needs a number from -1 to 80"},

@@ -14,6 +14,7 @@
 #include <vector>
 
 constexpr int kExitDone = 0;
+constexpr int kExitDifferent = 1;
 constexpr int kExitFailed = 2;
 
 /// The command line is wrong; the message is followed by a hint at the help.
@@ -56,6 +57,8 @@ class Arguments {
 
 /// velq print [--step N] [--countries] FILE
 int runPrint(Arguments& arguments, std::ostream& out);
+/// velq compare FILE FILE
+int runCompare(Arguments& arguments, std::ostream& out);
 /// velq types
 int runTypes(Arguments& arguments, std::ostream& out);
 

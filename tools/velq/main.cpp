@@ -34,6 +34,12 @@ const Command kCommands[] = {
      "                    types demo::CountrySeq and demo::Country\n"
      "      FILE          a path, or - for the standard input",
      runPrint},
+    {"compare", "compare FILE FILE",
+     "Tells whether two JSON documents have the same content: \"equal\" or\n"
+     "      \"different\". The order of an object's entries does not count; a number\n"
+     "      counts as the value it is loaded as, so 1 and 1.0 are different.\n"
+     "      FILE          a path; one of them may be - for the standard input",
+     runCompare},
     {"types", "types", "Lists every registered type with its kind, parents and parts.", runTypes},
 };
 
@@ -46,7 +52,8 @@ std::string HelpText() {
       "\nvalues of a document: an object is an anydict, an array an anyseq, a text a\n"
       "string, null is nil; a number is an int where one can hold it, else a real.\n"
       "\nexit status:\n"
-      "  0  done\n"
+      "  0  done; compare: the documents are equal\n"
+      "  1  compare: the documents are different\n"
       "  2  wrong usage, a document that cannot be read or is no valid JSON, output\n"
       "     that cannot be written\n";
   return text;

@@ -59,6 +59,7 @@ struct VELSTD_API velAttributeType<int> {
   static constexpr bool kOptional = false;
   static xrtti* type() { return velGetRtti_int(); }
   static xany read(int value) { return xany(value); }
+  /// Nil and uninit give their markers.
   static int write(const xany& value);
 };
 template <>

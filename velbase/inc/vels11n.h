@@ -81,7 +81,10 @@ VELSTD_API xobject* velS11nCreate(const char* typeName, velS11nContext* context)
 /// the first of its parents depth first, keeps for that name. The attribute
 /// "_s11n_deprecated" adds to the object's deprecation list, if it has one.
 /// @return true if it was set; false for an unknown attribute that the object's
-///         own deprecation list names
+///         own deprecation list names (one that was never set names every one)
+/// An int takes nil and uninit as their markers, a string as the null string, an
+/// object as null; nothing is converted.
+/// Threads: reads user data of the descriptors (see xrtti::addUserData).
 /// Throws velXInvalidDictKey for any other unknown attribute, velXTypeMismatch
 /// for a value of the wrong kind, velXNull for null arguments,
 /// velXNotInitialized for xuninitobject.

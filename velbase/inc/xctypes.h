@@ -31,7 +31,7 @@ typedef struct __xstring_c {
 #ifdef __cplusplus
 enum __xanykind : int {
 #else
-enum {
+enum __xanykind {
 #endif
   xanyUninit = 0, /**< never given a value */
   xanyNil = 1,    /**< deliberately without a value */

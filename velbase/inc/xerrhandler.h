@@ -45,7 +45,8 @@ class VELSTD_API xerrhandler {
   static void addlistener(xerrlistener* listener);
   /// Removes `listener` if it is there.
   static void removelistener(xerrlistener* listener);
-  /// Offers an error to the listeners, each with references of its own.
+  /// Offers an error to the listeners, each with references of its own; its own
+  /// are given back when it returns.
   /// @return the first status that is not 0, unchanged; 0 if nobody claims it
   /// Throws what a listener throws.
   static xerhstatus dispatch(const char* context, xrcunihandle<xthrowable> exception,

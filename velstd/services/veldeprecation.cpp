@@ -1,5 +1,9 @@
 #include "veldeprecation.h"
 
+#include <cstring>
+#include <string>
+
+#include "korstring.h"
 #include "velexceptions.h"
 
 void velDeprecationSupport::_s11n_set_s11n_deprecated(xstring names) {
@@ -22,7 +26,13 @@ bool velDeprecationSupport::isDeprecatedAttribute(xstring name) {
 
 void velParseDeprecatedAttrList(xstring list, xrchandle<xbooldictionary> dict) {
   if (dict.isnull()) velhThrowNull();
-  for (int i = 0, n = list.GetNWords(";"); i < n; ++i) dict->set(list.GetWord(i, ";"), 0);
+  if (list.IsNull()) return;
+  // From word to word; GetWord would start from the front for each.
+  const char* rest = list;
+  const char* const end = rest + std::strlen(rest);
+  for (const char* word = nullptr; korStringGetNextWord(rest, end, ";", &word, &rest);) {
+    dict->set(std::string(word, rest).c_str(), 0);
+  }
 }
 
 xrchandle<xbooldictionary> velParseDeprecatedAttrList(xstring list) {

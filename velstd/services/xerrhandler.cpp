@@ -9,6 +9,7 @@ dsScalarSet<xerrlistener*>* listeners = nullptr;
 
 // The listener with the smallest address above `last`; null for none.
 xerrlistener* Next(xerrlistener* last) {
+  if (!listeners) return nullptr;
   int position = 0;
   if (listeners->FindIndex(last, &position)) ++position;
   return listeners->GetAt(position);
@@ -29,11 +30,13 @@ void xerrhandler::removelistener(xerrlistener* listener) {
 xerhstatus xerrhandler::dispatch(const char* context, xrcunihandle<xthrowable> exception,
                                  xrcunihandle<xobject> object,
                                  xrcunihandle<xobject> contextObject) {
-  if (!listeners) return xerhNotHandled;
+  xerhstatus status = xerhNotHandled;
   // By address, not by place: listeners come and go while they are called.
-  for (xerrlistener* next = Next(nullptr); next; next = Next(next)) {
-    const xerhstatus status = next->notify(context, exception, object, contextObject);
-    if (status != xerhNotHandled) return status;
+  for (xerrlistener* next = Next(nullptr); next && status == xerhNotHandled; next = Next(next)) {
+    status = next->notify(context, exception, object, contextObject);
   }
-  return xerhNotHandled;
+  // Here, not with the arguments: those live until the caller's expression ends.
+  exception = xrcunihandle<xthrowable>();
+  object = contextObject = xrcunihandle<xobject>();
+  return status;
 }

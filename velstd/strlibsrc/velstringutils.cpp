@@ -15,6 +15,10 @@ xstring Bytes(const char* text, std::size_t bytes) {
   return xstring(std::string(text, bytes).c_str());
 }
 
+// Texts grow as std::string, which has room to spare: an xstring is measured and
+// moved at every piece.
+xstring Finished(const std::string& text) { return xstring(text.c_str()); }
+
 xstring FirstCharacter(const xstring& text) { return xstring(text.CastToCString(), 1); }
 
 // Bytes of `word` without its last character.
@@ -41,18 +45,18 @@ xstring velStringUtils::ConsumeNextWord(const char** cursor, const char* end,
     *cursor = end + 1;
     return xstring("");
   }
-  const char* wordStart;
-  const char* wordEnd;
-  if (korStringGetNextWord(at, end, separators, &wordStart, &wordEnd) && wordStart == at) {
-    const auto bytes = static_cast<std::size_t>(wordEnd - wordStart);
-    const xstring word = Bytes(wordStart, bytes);
-    if (*wordEnd) *delimiter = Bytes(wordEnd, 1);
-    *cursor = wordEnd + 1;
-    return word;
+  // The first byte is asked for alone: from a separator, the way to the next
+  // word may be the whole rest of the text.
+  if (!korStringGetNextWord(at, at + 1, separators, nullptr, nullptr)) {
+    *delimiter = Bytes(at, 1);
+    *cursor = at + 1;
+    return xstring("");
   }
-  if (*at) *delimiter = Bytes(at, 1);
-  *cursor = at + 1;
-  return xstring("");
+  const char* wordEnd = end;
+  korStringGetNextWord(at, end, separators, nullptr, &wordEnd);
+  if (wordEnd < end) *delimiter = Bytes(wordEnd, 1);
+  *cursor = wordEnd + 1;
+  return Bytes(at, static_cast<std::size_t>(wordEnd - at));
 }
 
 xstring velStringUtils::makeEscapedString(xstring text, xstring separators, xstring escape) {
@@ -62,16 +66,15 @@ xstring velStringUtils::makeEscapedString(xstring text, xstring separators, xstr
   if (all.Pos(escapeCharacter.CastToCString()) == -1) all += escapeCharacter.CastToCString();
   const char* cursor = text;
   const char* const end = cursor + Strlen(cursor);
-  xstring result;
+  std::string result;
   for (;;) {
     xstring delimiter;
-    const xstring word = ConsumeNextWord(&cursor, end, all, &delimiter);
-    result += word.CastToCString();
+    result += ConsumeNextWord(&cursor, end, all, &delimiter).CastToCString();
     if (!delimiter.IsNull()) {
       result += escapeCharacter.CastToCString();
       result += delimiter.CastToCString();
     }
-    if (cursor > end || delimiter.IsNull()) return result;
+    if (cursor > end || delimiter.IsNull()) return Finished(result);
   }
 }
 
@@ -86,10 +89,9 @@ xrchandle<xstringsequence> velStringUtils::parseEscapedandFormattedString(xstrin
     return result;
   }
   const xstring escapeCharacter = escapes ? FirstCharacter(escape) : xstring();
-  const bool escapeSeparates =
-      escapes && separators.Pos(escapeCharacter.CastToCString()) != -1;
+  const bool escapeSeparates = escapes && separators.Pos(escapeCharacter.CastToCString()) != -1;
 
-  xstring element("");
+  std::string element;
   bool pending = false;  // an escape character was met and nothing after it
   const char* cursor = text;
   const char* const end = cursor + Strlen(cursor);
@@ -103,16 +105,16 @@ xrchandle<xstringsequence> velStringUtils::parseEscapedandFormattedString(xstrin
         element += escapeCharacter.CastToCString();
         pending = false;
       } else if (pending) {
-        result->append(element);
+        result->append(Finished(element));
         result->append(delimiter);
-        element = word;
+        element = word.CastToCString();
       } else {
         element += word.CastToCString();
         pending = true;
       }
     } else if (escapes && !escapeSeparates && hasWord && EndsIn(word, escapeCharacter)) {
       pending = false;
-      element += Bytes(word, BytesBeforeLast(word)).CastToCString();
+      element.append(word.CastToCString(), BytesBeforeLast(word));
       if (hasDelimiter) element += delimiter.CastToCString();
     } else if (pending && !hasWord && hasDelimiter) {
       // An escaped separator.
@@ -120,15 +122,15 @@ xrchandle<xstringsequence> velStringUtils::parseEscapedandFormattedString(xstrin
       pending = false;
     } else {
       if (pending) {
-        result->append(element);
+        result->append(Finished(element));
         result->append(escapeCharacter);
-        element = xstring("");
+        element.clear();
         pending = false;
       }
       element += word.CastToCString();
-      result->append(element);
+      result->append(Finished(element));
       if (hasDelimiter) result->append(delimiter);
-      element = xstring("");
+      element.clear();
     }
     if (cursor > end || !hasDelimiter) return result;
   }

@@ -16,13 +16,19 @@ class VELSTD_API velStringUtils {
   /// `text` with the escape character before every separator and before every
   /// escape character: with "," and the backslash, `a,b\c` becomes `a\,b\\c`.
   /// Without text or escape, `text` itself.
+  /// An escape character of several bytes goes before each of its bytes and
+  /// tears them apart; use one of a single byte.
   static xstring makeEscapedString(xstring text, xstring separators, xstring escape);
 
   /// The words of `text` and, between them, each unescaped separator as an
-  /// element of its own; escaped separators are part of their word. An escape
-  /// character that is doubled stands for itself only when it is one of
-  /// `separators`: pass it there for texts that makeEscapedString made. A last
-  /// word that ends in an escape character is dropped.
+  /// element of its own; escaped separators are part of their word. Between two
+  /// separators, and before or after one at an end, there is an empty word.
+  /// An escape character that is doubled stands for itself only when it is one
+  /// of `separators`: pass it there for texts that makeEscapedString made, and
+  /// the text is the only element again. There, one that escapes no separator is
+  /// an element of its own, like a separator. When it is no separator, it counts
+  /// only at the end of a word: before a separator it goes away, at the end of
+  /// the text it takes the whole element with it.
   /// Null and empty texts have no elements; without separators and escape the
   /// text is the only one.
   static xrchandle<xstringsequence> parseEscapedandFormattedString(xstring text, xstring separators,
