@@ -236,7 +236,7 @@ TEST(VelExceptions, TransportGettersGiveWhatWasThrown) {
 }
 
 TEST(VelExceptions, NullTextsGiveNullStrings) {
-  for (const std::uintptr_t address : {0, 1}) {
+  for (const std::uintptr_t address : {0U, 1U}) {
     const char* null = reinterpret_cast<const char*>(address);
     EXPECT_TRUE(caughtAs<velXNativeException>([=] {
                   velXNativeException::Throw(null);

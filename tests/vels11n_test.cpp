@@ -28,7 +28,7 @@ TEST(VelS11nContext, TheShortFormsUseTheEmptyName) {
 
 TEST(VelS11nContext, NullNamesRaiseNull) {
   velS11nContext context;
-  for (const std::uintptr_t address : {0, 1}) {
+  for (const std::uintptr_t address : {0U, 1U}) {
     const char* null = reinterpret_cast<const char*>(address);
     EXPECT_VEL_THROW(context.setUserData(null, 1), velXNull);
     EXPECT_VEL_THROW(context.getUserData(null), velXNull);
