@@ -26,7 +26,7 @@ void velParkNative(const char* text) noexcept;
 /// A thread that ends inside `step` goes on ending. (The reference that its
 /// handler binds is not to an object, which a sanitizer would complain of.)
 template <class R, class F>
-__attribute__((no_sanitize("null"))) R velGuard(R onError, F&& step) {
+__attribute__((noinline, no_sanitize("null"))) R velGuard(R onError, F&& step) {
   try {
     return step();
   } catch (xthrowable* caught) {

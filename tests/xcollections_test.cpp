@@ -22,10 +22,11 @@ void* operator new(std::size_t bytes) {
   throw std::bad_alloc();
 }
 void* operator new[](std::size_t bytes) { return operator new(bytes); }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-void operator delete[](void* block) noexcept { std::free(block); }
-void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
+// Not inlined: the compiler would take new and free for a mismatched pair.
+__attribute__((noinline)) void operator delete(void* block) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
+void operator delete[](void* block) noexcept { operator delete(block); }
+void operator delete[](void* block, std::size_t) noexcept { operator delete(block); }
 
 namespace {
 

@@ -153,7 +153,7 @@ class Walk {
   // Runs a read out of an object; false when it threw and was reported.
   // The end of a thread arrives as a null reference, which is not looked at.
   template <class Read>
-  __attribute__((no_sanitize("null"))) bool guarded(Read read) {
+  __attribute__((noinline, no_sanitize("null"))) bool guarded(Read read) {
     const char* text = "Unknown exception";
     xrcunihandle<xthrowable> exception;
     try {
