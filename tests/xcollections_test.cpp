@@ -15,18 +15,21 @@ constexpr int kNever = -1;
 int allocationsLeft = kNever;  // then they fail
 }  // namespace
 
-void* operator new(std::size_t bytes) {
+// None is inlined: the compiler would take malloc and delete, or new and free,
+// for a mismatched pair.
+#define VEL_OPERATOR __attribute__((noinline))
+VEL_OPERATOR void* operator new(std::size_t bytes) {
   if (allocationsLeft == 0) throw std::bad_alloc();
   if (allocationsLeft > 0) --allocationsLeft;
   if (void* block = std::malloc(bytes ? bytes : 1)) return block;
   throw std::bad_alloc();
 }
-void* operator new[](std::size_t bytes) { return operator new(bytes); }
-// Not inlined: the compiler would take new and free for a mismatched pair.
-__attribute__((noinline)) void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
-void operator delete[](void* block) noexcept { operator delete(block); }
-void operator delete[](void* block, std::size_t) noexcept { operator delete(block); }
+VEL_OPERATOR void* operator new[](std::size_t bytes) { return operator new(bytes); }
+VEL_OPERATOR void operator delete(void* block) noexcept { std::free(block); }
+VEL_OPERATOR void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+VEL_OPERATOR void operator delete[](void* block) noexcept { std::free(block); }
+VEL_OPERATOR void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
+#undef VEL_OPERATOR
 
 namespace {
 
