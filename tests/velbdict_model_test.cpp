@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "veltest.h"
+#include "veltest_long.h"
 #include "xcollections.h"
 
 namespace {
@@ -330,6 +331,33 @@ const std::vector<std::string>& Words() {
   return chosen;
 }
 
+// Keys that all have the same main hash, and few different steps: two letters a
+// block, either of which adds the same to the hash.
+std::vector<std::string> CollidingKeys(int blocks) {
+  std::vector<std::string> keys = {""};
+  for (int block = 0; block < blocks; ++block) {
+    std::vector<std::string> longer;
+    for (const std::string& key : keys) {
+      longer.push_back(key + "Aa");
+      longer.push_back(key + "BB");
+    }
+    keys = std::move(longer);
+  }
+  return keys;
+}
+
+// What a duel is fought with, and how many entries it keeps.
+struct Regime {
+  std::vector<std::string> keys;
+  std::vector<Number> targets;
+  bool level;  // has room from the start and fills each gap at once: few tombstones
+};
+
+const Regime& OrdinaryRegime() {
+  static const Regime regime = {Words(), {12, 30, 60, 500, 1200, 2500}, false};
+  return regime;
+}
+
 // ---- the comparison ----
 
 template <class T>
@@ -338,11 +366,13 @@ class Duel {
   using Value = typename T::Value;
   using Entry = xdictentry<Value>;
 
-  explicit Duel(unsigned seed) : random(seed), dict(T::New()), model(T::Thresholds()) {}
+  explicit Duel(unsigned seed, const Regime& keys = OrdinaryRegime())
+      : random(seed), regime(keys), dict(T::New()), model(T::Thresholds()) {}
 
   void Run(int operations) {
+    if (regime.level) Allocate(static_cast<unsigned>(regime.targets.back()));
     for (int i = 0; i < operations; ++i) {
-      if (i % 5000 == 0) target = Targets()[Below(6)];
+      if (i % 5000 == 0) target = regime.targets[Below(regime.targets.size())];
       Step();
       const bool everything = i % 1000 == 0 || i + 1 == operations;
       if (!Compare(everything) || ::testing::Test::HasFailure()) {
@@ -351,6 +381,9 @@ class Duel {
     }
     EXPECT_GE(largest, 1024) << "tables of many sizes were met";
   }
+
+  // After how many operations the dictionary had its private index.
+  int IndexedOperations() const { return indexed; }
 
   // How many live slots hold the value of `n`.
   int CountOf(int n) const {
@@ -361,12 +394,8 @@ class Duel {
   }
 
  private:
-  static const Number* Targets() {
-    static const Number targets[] = {12, 30, 60, 500, 1200, 2500};
-    return targets;
-  }
   unsigned Below(std::size_t bound) { return static_cast<unsigned>(random() % bound); }
-  const std::string& AnyWord() { return Words()[Below(Words().size())]; }
+  const std::string& AnyWord() { return regime.keys[Below(regime.keys.size())]; }
   std::string LiveOrAnyWord() {
     if (model.Count() == 0 || Below(4) == 0) return AnyWord();
     Number at = Below(static_cast<std::size_t>(model.Size()));
@@ -380,7 +409,8 @@ class Duel {
     if (kind < 2) return Rare();
     if (kind < 100) return Look();
     if (kind < 150 && model.Size()) return ByIndex();
-    const bool inserts = Below(100) < (model.Count() < target ? 75U : 25U);
+    const unsigned sure = regime.level ? 100 : 75;
+    const bool inserts = Below(100) < (model.Count() < target ? sure : 100 - sure);
     if (inserts) {
       const std::string key = Below(8) == 0 ? LiveOrAnyWord() : AnyWord();
       const int value = static_cast<int>(Below(1000000));
@@ -420,15 +450,12 @@ class Duel {
 
   void Rare() {
     const unsigned kind = Below(20);
-    if (kind == 0) {
+    if (kind == 0 && !regime.level) {
       what = "clear";
       dict->clearall();
       model.Clear();
-    } else if (kind == 1) {
-      const unsigned n = Below(300);
-      what = "allocate " + std::to_string(n);
-      dict->BaseAllocate(n, T::Dict::kSlotBytes);
-      model.Allocate(n);
+    } else if (kind == 1 && !regime.level) {
+      Allocate(Below(300));
     } else {
       // Goes on with the copy: it must not differ in anything.
       what = "clone";
@@ -437,6 +464,12 @@ class Duel {
       clone->BaseClone(dict->AsCore(), T::Dict::kSlotBytes, T::Dict::kValueOffset);
       dict = std::move(clone);
     }
+  }
+
+  void Allocate(unsigned n) {
+    what = "allocate " + std::to_string(n);
+    dict->BaseAllocate(n, T::Dict::kSlotBytes);
+    model.Allocate(n);
   }
 
   // Slots are compared where the dictionary's bytes or the model changed, and
@@ -449,6 +482,7 @@ class Duel {
       return false;
     }
     largest = std::max(largest, model.Size());
+    indexed += HasIndex();
     const auto* block = static_cast<const char*>(dict->GetDataPtr());
     const std::size_t bytes = static_cast<std::size_t>(model.Size()) * sizeof(Entry);
     bool equal = true;
@@ -502,11 +536,26 @@ class Duel {
     return true;
   }
 
+  // The pointer to it follows the table, two counts and two thresholds.
+  bool HasIndex() const {
+    struct Fields {
+      void* functions;
+      void* table;
+      unsigned numbers[4];
+      void* index;
+    } fields;
+    static_assert(sizeof fields <= sizeof(xbasedictionary), "the index comes fourth");
+    std::memcpy(&fields, static_cast<const void*>(dict->AsCore()), sizeof fields);
+    return fields.index != nullptr;
+  }
+
   std::mt19937 random;
+  const Regime& regime;
   typename T::Handle dict;
   Model model;
   Number target = 0;
   Number largest = 0;
+  int indexed = 0;
   std::string what;
   std::vector<char> seen;
   const char* seenAt = nullptr;
@@ -545,6 +594,46 @@ TEST(VelbdictModelCore, SlotsAreEqualWithOtherThresholds) {
     Core::policy = policy;
     Duel<Core>(static_cast<unsigned>(policy.shrink + policy.grow)).Run(20000);
     if (HasFailure()) FAIL() << "thresholds " << policy.shrink << ", " << policy.grow;
+  }
+}
+
+// ---- tables that have become slow ----
+
+// Runs a duel of that many operations and reports how many had the index.
+template <class T>
+void DuelWithIndex(const char* what, const Regime& regime, int atLeast) {
+  const int operations = velShortOrLong(60000, 1000000);
+  Duel<T> duel(47, regime);
+  duel.Run(operations);
+  EXPECT_GE(duel.IndexedOperations(), operations / 100 * atLeast) << "percent";
+  velFigure("dictionary", what, operations, "operations, every slot equal");
+}
+
+TEST(VelbdictModelCrowded, SlotsAreEqualWithKeysThatCollide) {
+  DuelWithIndex<Ints>("keys that collide", {CollidingKeys(12), {700, 1200, 1800}, false}, 80);
+}
+
+TEST(VelbdictModelCrowded, SlotsAreEqualWhenTombstonesHaveTakenTheTable) {
+  DuelWithIndex<Ints>("steady load", {Words(), {600, 900, 1700}, false}, 20);
+}
+
+TEST(VelbdictModelCrowded, SlotsAreEqualWithCollidingAmongOrdinaryKeys) {
+  Regime regime = {CollidingKeys(10), {1100, 1500, 1700}, false};
+  regime.keys.insert(regime.keys.end(), Words().begin(), Words().begin() + 2000);
+  DuelWithIndex<Strings>("floods among words", regime, 40);
+}
+
+TEST(VelbdictModelCrowded, SlotsAreEqualWithFewTombstonesAmongCollidingKeys) {
+  DuelWithIndex<Ints>("few gaps", {CollidingKeys(12), {700, 1500, 3600}, true}, 80);
+}
+
+TEST(VelbdictModelCrowded, SlotsAreEqualInAlmostFullTables) {
+  for (const Number grow : {95, 98}) {
+    Core::policy = {0, grow};
+    const Number most = 1024 * grow / 100;
+    DuelWithIndex<Core>("almost full", {Words(), {most - 10, most}, true}, 20);
+    DuelWithIndex<Core>("almost full of colliding keys",
+                        {CollidingKeys(12), {most - 10, most}, true}, 20);
   }
 }
 

@@ -6,6 +6,7 @@
 
 #include "korabort.h"
 #include "korstring.h"
+#include "velbdictindex.h"
 #include "velexceptions.h"
 #include "xstring.h"
 
@@ -18,6 +19,11 @@ constexpr std::uint64_t kMostSlots = std::uint64_t{1} << 30;
 const char* const kTombstone = reinterpret_cast<const char*>(std::uintptr_t{1});
 
 std::uint32_t SignedByte(char c) { return static_cast<std::uint32_t>(static_cast<signed char>(c)); }
+
+// The step of a key's path from its start on.
+std::uint32_t StepOf(const char* key, unsigned length) {
+  return length ? xbdictHashCollision(key, length) : 1;
+}
 
 }  // namespace
 
@@ -64,15 +70,32 @@ bool xbasedictionary::LoadAbove(std::uint64_t entries, std::uint64_t slots,
 void* xbasedictionary::AllocateBlock(std::size_t bytes) { return new char[bytes]; }
 void xbasedictionary::ReleaseBlock(void* block) { delete[] static_cast<char*>(block); }
 
-// FindIndex without its end: a full table gives kNoIndex.
-bool xbasedictionary::Locate(const char* key, unsigned& index, unsigned slotSize) const {
+xbasedictionary::~xbasedictionary() { velDictIndex::destroy(shortcut); }
+
+void xbasedictionary::DropShortcut() {
+  velDictIndex::destroy(shortcut);
+  shortcut = nullptr;
+  wastedProbes = 0;
+}
+
+// Whether `key` is there; if so, `index` gets its slot, else, without a shortcut,
+// the slot to fill, or kNoIndex when all are taken. `probes` gets the number of
+// slots looked at.
+bool xbasedictionary::IsPresent(const char* key, unsigned& index, unsigned slotSize,
+                                unsigned& probes) const {
   index = kNoIndex;
+  probes = 0;
   if (slotCount == 0 || xdictentryIsVacant(key)) return false;
+  if (shortcut) {
+    index = shortcut->find(key);
+    return index != kNoIndex;
+  }
   unsigned length;
   std::uint32_t h = xbdictHashMain(key, &length);
   std::uint32_t step = 0;
-  for (unsigned probe = 0; probe < slotCount; ++probe) {
-    if (probe == 1) step = length ? xbdictHashCollision(key, length) : 1;
+  while (probes < slotCount) {
+    if (probes == 1) step = StepOf(key, length);
+    ++probes;
     h += step;
     const unsigned at = h & (slotCount - 1);
     const char* found = KeyAt(at, slotSize);
@@ -92,18 +115,68 @@ bool xbasedictionary::Locate(const char* key, unsigned& index, unsigned slotSize
   return false;
 }
 
-bool xbasedictionary::FindIndex(const char* key, unsigned& index, unsigned slotSize) const {
-  if (Locate(key, index, slotSize)) return true;
-  if (index == kNoIndex && slotCount != 0 && !xdictentryIsVacant(key)) {
+// Ends the process where an absent key has no slot to go to.
+void xbasedictionary::CheckRoom(const char* key) const {
+  if (slotCount != 0 && liveCount == slotCount && !xdictentryIsVacant(key)) {
     _korAbort("Hash table overflow.", "velstd/services/velbdict", 228);
   }
+}
+
+// What FindIndex does; `probes` as for IsPresent.
+bool xbasedictionary::Seek(const char* key, unsigned& index, unsigned slotSize,
+                           unsigned& probes) const {
+  if (IsPresent(key, index, slotSize, probes)) return true;
+  CheckRoom(key);
+  if (shortcut && !xdictentryIsVacant(key)) {
+    unsigned length;
+    const std::uint32_t start = xbdictHashMain(key, &length);
+    index = shortcut->slotToFill(start, StepOf(key, length));
+  }
   return false;
+}
+
+bool xbasedictionary::FindIndex(const char* key, unsigned& index, unsigned slotSize) const {
+  unsigned probes;
+  return Seek(key, index, slotSize, probes);
+}
+
+// A table whose probes have added up to its size gets its shortcut. Only changes
+// count, so that lookups alone write nothing.
+void xbasedictionary::CountProbes(unsigned probes, unsigned slotSize) {
+  if (probes <= velDictIndex::kFreeProbes) return;
+  wastedProbes += probes - velDictIndex::kFreeProbes;
+  if (wastedProbes < slotCount) return;
+  wastedProbes = 0;
+  shortcut = velDictIndex::create({table, slotSize, slotCount});
+}
+
+// The slot for a key that is not there, in a table without tombstones.
+unsigned xbasedictionary::EmptySlotFor(const char* key, unsigned slotSize) {
+  unsigned length;
+  std::uint32_t h = xbdictHashMain(key, &length);
+  const std::uint32_t step = StepOf(key, length);
+  if (shortcut) return shortcut->slotToFill(h, step);
+  unsigned probes = 1;
+  for (; KeyAt(h & (slotCount - 1), slotSize); h += step) ++probes;
+  CountProbes(probes, slotSize);
+  return h & (slotCount - 1);
+}
+
+// Puts a key into the slot found for it.
+void xbasedictionary::Occupy(unsigned index, const char* key, unsigned slotSize) {
+  if (shortcut) shortcut->adding(index, key);
+  KeyOf(table, index, slotSize) = key;
+  ++liveCount;
 }
 
 bool xbasedictionary::BaseFind(const char* key, void* value, unsigned slotSize,
                                unsigned valueOffset) {
   unsigned index;
-  if (!FindIndex(key, index, slotSize)) return false;
+  unsigned probes;
+  if (!IsPresent(key, index, slotSize, probes)) {
+    CheckRoom(key);
+    return false;
+  }
   if (value) OnCopyEntry(value, ValueAt(index, slotSize, valueOffset));
   return true;
 }
@@ -121,25 +194,27 @@ void xbasedictionary::BaseSet(const char* key, const void* value, unsigned slotS
   // What a new entry needs is there before anything changes.
   unsigned index;
   const bool resizes = wanted != slotCount;
-  const bool present = resizes ? Locate(key, index, slotSize) : FindIndex(key, index, slotSize);
+  unsigned probes;
+  const bool present =
+      resizes ? IsPresent(key, index, slotSize, probes) : Seek(key, index, slotSize, probes);
   std::unique_ptr<char[]> copy(present ? nullptr : Strnew(key));
   if (resizes) {
     AdjustTableSize(static_cast<unsigned>(wanted), slotSize, valueOffset);
-    FindIndex(key, index, slotSize);
+    Seek(key, index, slotSize, probes);
   }
+  CountProbes(probes, slotSize);
   if (present) {
     OnCopyEntry(ValueAt(index, slotSize, valueOffset), value);
     return;
   }
-  const char*& slotKey = KeyOf(table, index, slotSize);
-  const char* const vacant = slotKey;
-  ++liveCount;
-  slotKey = copy.get();
+  const char* const vacant = KeyAt(index, slotSize);
+  Occupy(index, copy.get(), slotSize);
   try {
     OnCopyEntry(ValueAt(index, slotSize, valueOffset), value);
   } catch (...) {
     // No entry without its value.
-    slotKey = vacant;
+    DropShortcut();
+    KeyOf(table, index, slotSize) = vacant;
     --liveCount;
     throw;
   }
@@ -148,6 +223,7 @@ void xbasedictionary::BaseSet(const char* key, const void* value, unsigned slotS
 
 void xbasedictionary::RemoveAt(unsigned index, unsigned slotSize, unsigned valueOffset) {
   const char*& key = KeyOf(table, index, slotSize);
+  if (shortcut) shortcut->removing(index);
   delete[] key;
   key = kTombstone;
   OnRemoveEntry(ValueAt(index, slotSize, valueOffset));
@@ -166,7 +242,13 @@ void xbasedictionary::RemoveAt(unsigned index, unsigned slotSize, unsigned value
 
 bool xbasedictionary::BaseRemove(const char* key, unsigned slotSize, unsigned valueOffset) {
   unsigned index;
-  if (!FindIndex(key, index, slotSize)) return false;
+  unsigned probes;
+  const bool present = IsPresent(key, index, slotSize, probes);
+  CountProbes(probes, slotSize);
+  if (!present) {
+    CheckRoom(key);
+    return false;
+  }
   RemoveAt(index, slotSize, valueOffset);
   return true;
 }
@@ -204,7 +286,10 @@ void xbasedictionary::FreeKeys(void* block, unsigned slots, unsigned slotSize) c
   }
 }
 
-void xbasedictionary::BaseFreeAllKeys(unsigned slotSize) { FreeKeys(table, slotCount, slotSize); }
+void xbasedictionary::BaseFreeAllKeys(unsigned slotSize) {
+  DropShortcut();
+  FreeKeys(table, slotCount, slotSize);
+}
 
 void xbasedictionary::BaseClearAll(unsigned slotSize) {
   void* const block = table;
@@ -212,6 +297,7 @@ void xbasedictionary::BaseClearAll(unsigned slotSize) {
   // Whoever is called while the block goes finds an empty dictionary.
   table = nullptr;
   slotCount = liveCount = 0;
+  DropShortcut();
   if (!block) return;
   FreeKeys(block, slots, slotSize);
   OnDestroy(block, slots);
@@ -235,18 +321,19 @@ void xbasedictionary::AdjustTableSize(unsigned newSize, unsigned slotSize, unsig
   void* const oldTable = table;
   const unsigned oldSize = slotCount;
   const unsigned oldCount = liveCount;
+  velDictIndex* const oldShortcut = shortcut;
   Allocate(newSize, slotSize);
   liveCount = 0;
+  shortcut = nullptr;
+  wastedProbes = 0;
   try {
     for (unsigned i = 0; i < oldSize; ++i) {
       const char* key = KeyOf(oldTable, i, slotSize);
       if (xdictentryIsVacant(key)) continue;
-      unsigned index;
-      FindIndex(key, index, slotSize);
-      ++liveCount;
       // The copy of the key moves over; the old block is only tested for
       // vacancy from here on.
-      KeyOf(table, index, slotSize) = key;
+      const unsigned index = EmptySlotFor(key, slotSize);
+      Occupy(index, key, slotSize);
       OnCopyEntry(ValueAt(index, slotSize, valueOffset),
                   static_cast<char*>(oldTable) + std::size_t{i} * slotSize + valueOffset);
     }
@@ -256,9 +343,12 @@ void xbasedictionary::AdjustTableSize(unsigned newSize, unsigned slotSize, unsig
     table = oldTable;
     slotCount = oldSize;
     liveCount = oldCount;
+    DropShortcut();
+    shortcut = oldShortcut;
     OnDestroy(newTable, newSize);
     throw;
   }
+  velDictIndex::destroy(oldShortcut);
   OnDestroy(oldTable, oldSize);
 }
 
@@ -284,4 +374,6 @@ void xbasedictionary::BaseClone(const xbasedictionary* other, unsigned slotSize,
     BaseClearAll(slotSize);
     throw;
   }
+  // The copy is as crowded as the original.
+  if (other->shortcut) shortcut = velDictIndex::create({table, slotSize, slotCount});
 }

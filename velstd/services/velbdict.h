@@ -12,7 +12,10 @@
 // limit exceeded" before anything is touched.
 // Keys are narrow texts, compared byte by byte; null and 1 are no keys and are
 // never found.
-// Threads: no locks.
+// A table that many collisions or tombstones have slowed down is searched through
+// a private index from then on (velbdictindex.h), with the same slots as result.
+// Threads: no locks; BaseFind and the reading by index write nothing, so that
+// several threads may read a dictionary that none changes.
 #ifndef VELSTD_SERVICES_VELBDICT_H
 #define VELSTD_SERVICES_VELBDICT_H
 
@@ -21,6 +24,7 @@
 
 #include "korapi.h"
 
+class velDictIndex;
 class xstring;
 
 /// Load policy of a dictionary, in percent.
@@ -115,7 +119,7 @@ class VELSTD_API xbasedictionary {
   unsigned GetCount() const { return liveCount; }
 
  protected:
-  ~xbasedictionary() = default;
+  ~xbasedictionary();
 
   /// Raw memory for a block; released as an array of char.
   static void* AllocateBlock(std::size_t bytes);
@@ -128,7 +132,13 @@ class VELSTD_API xbasedictionary {
   }
   void* ValueAt(unsigned index, unsigned slotSize, unsigned valueOffset) const;
   bool IsLive(unsigned index, unsigned slotSize) const;
-  bool Locate(const char* key, unsigned& index, unsigned slotSize) const;
+  bool IsPresent(const char* key, unsigned& index, unsigned slotSize, unsigned& probes) const;
+  void CheckRoom(const char* key) const;
+  bool Seek(const char* key, unsigned& index, unsigned slotSize, unsigned& probes) const;
+  unsigned EmptySlotFor(const char* key, unsigned slotSize);
+  void Occupy(unsigned index, const char* key, unsigned slotSize);
+  void CountProbes(unsigned probes, unsigned slotSize);
+  void DropShortcut();
   bool LoadAbove(std::uint64_t entries, std::uint64_t slots, unsigned percent) const;
   void Allocate(unsigned slots, unsigned slotSize);
   void AdjustTableSize(unsigned newSize, unsigned slotSize, unsigned valueOffset);
@@ -139,6 +149,8 @@ class VELSTD_API xbasedictionary {
   unsigned slotCount = 0;
   unsigned liveCount = 0;
   xdictcontrol policy;
+  velDictIndex* shortcut = nullptr;  // made when probing gets slow; see velbdictindex.h
+  std::uint64_t wastedProbes = 0;
 };
 
 #endif  // VELSTD_SERVICES_VELBDICT_H

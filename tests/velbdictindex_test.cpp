@@ -1,0 +1,132 @@
+// The private index of dictionaries against plain probing, on tables of any
+// filling. The class is not exported: its source is part of this program.
+#include "velbdictindex.h"
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include "velbdict.h"
+#include "veltest.h"
+
+namespace {
+
+using Entry = xdictentry<int>;
+const char* const kTombstone = reinterpret_cast<const char*>(std::uintptr_t{1});
+
+// Slots whose keys lie wherever the test wants them.
+struct Table {
+  Table(unsigned size, unsigned livePercent, unsigned vacatedPercent, unsigned seed)
+      : random(seed), entries(size), texts(size) {
+    for (unsigned slot = 0; slot < size; ++slot) {
+      texts[slot] = std::to_string(slot);
+      const unsigned chance = static_cast<unsigned>(random() % 100);
+      if (chance < livePercent) {
+        entries[slot].key = texts[slot].c_str();
+      } else {
+        entries[slot].key = chance < livePercent + vacatedPercent ? kTombstone : nullptr;
+      }
+    }
+    index = velDictIndex::create({entries.data(), sizeof(Entry), size});
+  }
+  ~Table() { velDictIndex::destroy(index); }
+  Table(const Table&) = delete;
+  Table& operator=(const Table&) = delete;
+
+  unsigned Size() const { return static_cast<unsigned>(entries.size()); }
+
+  // The rule itself.
+  unsigned Probe(std::uint32_t start, std::uint32_t step) const {
+    unsigned found = velDictIndex::kNone;
+    for (unsigned n = 0; n < Size(); ++n, start += step) {
+      const unsigned slot = start & (Size() - 1);
+      if (!entries[slot].key) return found == velDictIndex::kNone ? slot : found;
+      if (entries[slot].key == kTombstone) found = slot;
+    }
+    return found;
+  }
+
+  // Another state for one slot.
+  void Change() {
+    const auto slot = static_cast<unsigned>(random() % Size());
+    if (xdictentryIsVacant(entries[slot].key)) {
+      index->adding(slot, texts[slot].c_str());
+      entries[slot].key = texts[slot].c_str();
+    } else {
+      index->removing(slot);
+      entries[slot].key = kTombstone;
+    }
+  }
+
+  bool FindsAll() const {
+    for (unsigned slot = 0; slot < Size(); ++slot) {
+      const bool live = !xdictentryIsVacant(entries[slot].key);
+      if (index->find(texts[slot].c_str()) != (live ? slot : velDictIndex::kNone)) return false;
+    }
+    return index->find("absent") == velDictIndex::kNone;
+  }
+
+  std::mt19937 random;
+  std::vector<Entry> entries;
+  std::vector<std::string> texts;
+  velDictIndex* index;
+};
+
+struct Filling {
+  unsigned size, live, vacated;
+};
+
+class VelDictIndexFilling : public testing::TestWithParam<Filling> {};
+
+TEST_P(VelDictIndexFilling, FindsTheSlotsThatProbingFinds) {
+  const Filling filling = GetParam();
+  Table table(filling.size, filling.live, filling.vacated, filling.size + filling.live);
+  ASSERT_NE(table.index, nullptr);
+  // Few steps, so that each gets its sets; starts all over the table.
+  const std::uint32_t steps[] = {1, 3, 0xFFFFFF03U, 0xCB, 0xFFFFFFFFU};
+  for (int round = 0; round < 30000; ++round) {
+    const auto start = static_cast<std::uint32_t>(table.random());
+    const std::uint32_t step = steps[table.random() % 5];
+    ASSERT_EQ(table.index->slotToFill(start, step), table.Probe(start, step))
+        << "round " << round << ", start " << start << ", step " << step;
+    if (round % 4 == 0) table.Change();
+    if (round % 5000 == 0) {
+      ASSERT_TRUE(table.FindsAll());
+    }
+  }
+  EXPECT_TRUE(table.FindsAll());
+}
+
+INSTANTIATE_TEST_SUITE_P(, VelDictIndexFilling,
+                         testing::Values(Filling{128, 90, 5}, Filling{128, 95, 4},
+                                         Filling{1024, 60, 39}, Filling{1024, 98, 1},
+                                         Filling{1024, 97, 0}, Filling{4096, 99, 1},
+                                         Filling{4096, 100, 0}, Filling{8192, 50, 50},
+                                         Filling{8192, 0, 0}, Filling{8192, 99, 0}),
+                         [](const auto& each) {
+                           const Filling f = each.param;
+                           return std::to_string(f.size) + "_" + std::to_string(f.live) + "_" +
+                                  std::to_string(f.vacated);
+                         });
+
+// Live slots in a row but for the given ones.
+TEST(VelDictIndex, LooksBehindEachBoundaryOfItsSets) {
+  for (unsigned empty = 0; empty < 4096; empty += 7) {
+    Table table(4096, 100, 0, 1);
+    table.entries[empty].key = nullptr;
+    velDictIndex::destroy(table.index);
+    table.index = velDictIndex::create({table.entries.data(), sizeof(Entry), 4096});
+    for (int i = 0; i < 6; ++i) table.index->slotToFill(empty + 1, 1);  // makes the set
+    for (unsigned start : {0U, empty, empty + 1, 63U, 64U, 65U, 4031U, 4032U, 4095U}) {
+      ASSERT_EQ(table.index->slotToFill(start, 1), empty) << start;
+    }
+  }
+}
+
+TEST(VelDictIndex, TakenTablesHaveNoSlotToFill) {
+  Table table(256, 100, 0, 1);
+  for (int i = 0; i < 100; ++i) EXPECT_EQ(table.index->slotToFill(7, 5), velDictIndex::kNone);
+  EXPECT_TRUE(table.FindsAll());
+}
+
+}  // namespace

@@ -1,0 +1,377 @@
+#include "velbdictindex.h"
+
+#include <sys/random.h>
+
+#include <cstring>
+#include <ctime>
+#include <new>
+
+#include "koralloc.h"
+
+namespace {
+
+const char* const kTombstone = reinterpret_cast<const char*>(std::uintptr_t{1});
+
+// The number with step x inverse = 1 modulo 2^32, by Newton's iteration: each
+// turn doubles the number of right bits, of which `step` itself has three.
+std::uint32_t Inverse(std::uint32_t step) {
+  std::uint32_t inverse = step;
+  for (int i = 0; i < 4; ++i) inverse *= 2 - step * inverse;
+  return inverse;
+}
+
+std::uint64_t Rotated(std::uint64_t n, int by) { return n << by | n >> (64 - by); }
+
+// SipHash with one round a word and three at the end (Aumasson, Bernstein:
+// "SipHash: a fast short-input PRF", 2012): who does not know the seed cannot
+// choose keys that collide.
+struct SipState {
+  std::uint64_t a, b, c, d;
+
+  explicit SipState(const std::uint64_t (&seed)[2])
+      : a(seed[0] ^ 0x736f6d6570736575U),
+        b(seed[1] ^ 0x646f72616e646f6dU),
+        c(seed[0] ^ 0x6c7967656e657261U),
+        d(seed[1] ^ 0x7465646279746573U) {}
+
+  void round() {
+    a += b;
+    c += d;
+    b = Rotated(b, 13) ^ a;
+    d = Rotated(d, 16) ^ c;
+    a = Rotated(a, 32);
+    c += b;
+    a += d;
+    b = Rotated(b, 17) ^ c;
+    d = Rotated(d, 21) ^ a;
+    c = Rotated(c, 32);
+  }
+  void word(std::uint64_t w) {
+    d ^= w;
+    round();
+    a ^= w;
+  }
+};
+
+}  // namespace
+
+// ---- sets of places ----
+
+// One bit a number, and above each row of words a row that tells which of them
+// hold any bit, up to a row of one word.
+class velDictIndex::PlaceSet {
+ public:
+  static PlaceSet* create(unsigned bound) noexcept {
+    std::size_t words = 0;
+    for (std::size_t row = bound; row > 1;) words += row = (row + 63) / 64;
+    void* block = korAlloc(sizeof(PlaceSet) + words * sizeof(std::uint64_t));
+    return block ? new (block) PlaceSet(bound, words) : nullptr;
+  }
+
+  void add(unsigned n) {
+    for (const Row* row = rows; row <= last; ++row, n /= 64) row->words[n / 64] |= Bit(n);
+  }
+  void remove(unsigned n) {
+    for (const Row* row = rows; row <= last; ++row, n /= 64) {
+      if (row->words[n / 64] &= ~Bit(n)) return;
+    }
+  }
+
+  /// The smallest member from `n` on, or kNone.
+  unsigned atOrAfter(unsigned n) const {
+    if (n >= bound) return kNone;
+    const Row* row = rows;
+    std::uint64_t bits = row->words[n / 64] & (~std::uint64_t{0} << (n % 64));
+    while (!bits) {
+      if (row == last) return kNone;
+      n /= 64;
+      ++row;
+      bits = n % 64 == 63 ? 0 : row->words[n / 64] & (~std::uint64_t{0} << (n % 64 + 1));
+    }
+    n = n / 64 * 64 + static_cast<unsigned>(__builtin_ctzll(bits));
+    while (row != rows) {
+      --row;
+      n = n * 64 + static_cast<unsigned>(__builtin_ctzll(row->words[n]));
+    }
+    return n;
+  }
+
+  /// The largest member up to `n`, which is below the bound; or kNone.
+  unsigned atOrBefore(unsigned n) const {
+    const Row* row = rows;
+    std::uint64_t bits = row->words[n / 64] & (~std::uint64_t{0} >> (63 - n % 64));
+    while (!bits) {
+      if (row == last) return kNone;
+      n /= 64;
+      ++row;
+      bits = row->words[n / 64] & (Bit(n) - 1);
+    }
+    n = n / 64 * 64 + 63 - static_cast<unsigned>(__builtin_clzll(bits));
+    while (row != rows) {
+      --row;
+      n = n * 64 + 63 - static_cast<unsigned>(__builtin_clzll(row->words[n]));
+    }
+    return n;
+  }
+
+ private:
+  struct Row {
+    std::uint64_t* words;
+  };
+
+  PlaceSet(unsigned n, std::size_t words) : bound(n) {
+    auto* at = reinterpret_cast<std::uint64_t*>(this + 1);
+    std::memset(at, 0, words * sizeof(std::uint64_t));
+    last = rows;
+    for (std::size_t row = (std::size_t{n} + 63) / 64;; row = (row + 63) / 64) {
+      last->words = at;
+      at += row;
+      if (row == 1) break;
+      ++last;
+    }
+  }
+  static std::uint64_t Bit(unsigned n) { return std::uint64_t{1} << (n % 64); }
+
+  unsigned bound;
+  Row* last;    // the row of one word
+  Row rows[6];  // 64^6 is beyond any table
+};
+
+// The paths of one step.
+struct velDictIndex::Circle {
+  std::uint32_t step;
+  std::uint32_t inverse;
+  PlaceSet* empty;     // null: not worth it so far
+  PlaceSet* vacated;   // null: likewise
+  std::size_t forward;   // probes too many in search of an empty slot
+  std::size_t backward;  // and of a tombstone
+  Circle* next;
+
+  unsigned placeOf(unsigned slot, unsigned mask) const { return (slot * inverse) & mask; }
+  unsigned slotOf(unsigned place, unsigned mask) const { return (place * step) & mask; }
+};
+
+// ---- the index ----
+
+velDictIndex* velDictIndex::create(const velDictSlots& slots) noexcept {
+  void* memory = korAlloc(sizeof(velDictIndex));
+  if (!memory) return nullptr;
+  auto* index = new (memory) velDictIndex;
+  index->slots = slots;
+  if (getrandom(index->seed, sizeof(index->seed), GRND_NONBLOCK) != sizeof(index->seed)) {
+    // Early in the life of a machine: the clock and an address are hard to guess.
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    index->seed[0] = static_cast<std::uint64_t>(now.tv_nsec);
+    index->seed[1] = reinterpret_cast<std::uintptr_t>(memory);
+  }
+  const std::size_t room = std::size_t{slots.count} * 2;
+  index->entryMask = static_cast<unsigned>(room - 1);
+  index->entries = static_cast<Entry*>(korAlloc(room * sizeof(Entry)));
+  if (!index->entries) {
+    destroy(index);
+    return nullptr;
+  }
+  std::memset(index->entries, 0xFF, room * sizeof(Entry));
+  for (unsigned slot = 0; slot < slots.count; ++slot) {
+    const char* key = slots.keyAt(slot);
+    if (!key) {
+      ++index->empties;
+    } else if (key == kTombstone) {
+      ++index->tombstones;
+    } else {
+      index->enter(slot, key);
+    }
+  }
+  return index;
+}
+
+void velDictIndex::destroy(velDictIndex* index) noexcept {
+  if (!index) return;
+  index->~velDictIndex();
+  korFree(index);
+}
+
+velDictIndex::~velDictIndex() {
+  while (first) {
+    Circle* const circle = first;
+    first = circle->next;
+    korFree(circle->empty);
+    korFree(circle->vacated);
+    korFree(circle);
+  }
+  korFree(entries);
+}
+
+std::uint32_t velDictIndex::keyedHash(const char* key) const noexcept {
+  SipState state(seed);
+  const std::size_t length = std::strlen(key);
+  std::size_t at = 0;
+  for (; at + 8 <= length; at += 8) {
+    std::uint64_t word;
+    std::memcpy(&word, key + at, 8);
+    state.word(word);
+  }
+  std::uint64_t rest = std::uint64_t{length} << 56;
+  std::memcpy(&rest, key + at, length - at);
+  state.word(rest);
+  state.c ^= 0xFF;
+  for (int i = 0; i < 3; ++i) state.round();
+  const std::uint64_t hash = state.a ^ state.b ^ state.c ^ state.d;
+  return static_cast<std::uint32_t>(hash ^ hash >> 32);
+}
+
+void velDictIndex::enter(unsigned slot, const char* key) noexcept {
+  const std::uint32_t hash = keyedHash(key);
+  unsigned at = hash & entryMask;
+  while (entries[at].slot != kNone) at = (at + 1) & entryMask;
+  entries[at] = {hash, slot};
+}
+
+unsigned velDictIndex::find(const char* key) const noexcept {
+  const std::uint32_t hash = keyedHash(key);
+  for (unsigned at = hash & entryMask; entries[at].slot != kNone; at = (at + 1) & entryMask) {
+    const Entry& entry = entries[at];
+    if (entry.hash == hash && std::strcmp(slots.keyAt(entry.slot), key) == 0) return entry.slot;
+  }
+  return kNone;
+}
+
+void velDictIndex::adding(unsigned slot, const char* key) noexcept {
+  if (slots.keyAt(slot)) {
+    --tombstones;
+    for (Circle* c = first; c; c = c->next) {
+      if (c->vacated) c->vacated->remove(c->placeOf(slot, mask()));
+    }
+  } else {
+    --empties;
+    for (Circle* c = first; c; c = c->next) {
+      if (c->empty) c->empty->remove(c->placeOf(slot, mask()));
+    }
+  }
+  enter(slot, key);
+}
+
+void velDictIndex::removing(unsigned slot) noexcept {
+  ++tombstones;
+  for (Circle* c = first; c; c = c->next) {
+    if (c->vacated) c->vacated->add(c->placeOf(slot, mask()));
+  }
+  unsigned hole = keyedHash(slots.keyAt(slot)) & entryMask;
+  while (entries[hole].slot != slot) hole = (hole + 1) & entryMask;
+  // What follows without a gap moves up, unless it would come before its start
+  // (Knuth, "The Art of Computer Programming", volume 3, 6.4, algorithm R).
+  for (unsigned at = (hole + 1) & entryMask; entries[at].slot != kNone; at = (at + 1) & entryMask) {
+    const unsigned fromStart = (at - entries[at].hash) & entryMask;
+    const unsigned fromHole = (at - hole) & entryMask;
+    if (fromStart < fromHole) continue;
+    entries[hole] = entries[at];
+    hole = at;
+  }
+  entries[hole].slot = kNone;
+}
+
+// Null without memory.
+velDictIndex::Circle* velDictIndex::circleOf(std::uint32_t step) noexcept {
+  Circle*& circle = circles[step / 2 % 256];
+  if (!circle) {
+    void* memory = korAlloc(sizeof(Circle));
+    if (!memory) return nullptr;
+    circle = new (memory) Circle{step, Inverse(step), nullptr, nullptr, 0, 0, first};
+    first = circle;
+  }
+  return circle;
+}
+
+// The places of the slots whose key field is `key`; null without memory.
+velDictIndex::PlaceSet* velDictIndex::collect(const Circle& circle,
+                                              const char* key) const noexcept {
+  PlaceSet* set = PlaceSet::create(slots.count);
+  if (!set) return nullptr;
+  for (unsigned slot = 0; slot < slots.count; ++slot) {
+    if (slots.keyAt(slot) == key) set->add(circle.placeOf(slot, mask()));
+  }
+  return set;
+}
+
+unsigned velDictIndex::slotToFill(std::uint32_t start, std::uint32_t step) noexcept {
+  Circle* const circle = circleOf(step);
+  unsigned firstEmpty = kNone;
+  if (empties != 0) {
+    if (!circle || !circle->empty) return probe(circle, start, step);
+    // From the start to the end of the circle, then from its beginning.
+    const unsigned begin = circle->placeOf(start & mask(), mask());
+    unsigned place = circle->empty->atOrAfter(begin);
+    if (place == kNone) place = circle->empty->atOrAfter(0);
+    firstEmpty = circle->slotOf(place, mask());
+  }
+  const unsigned tombstone =
+      tombstones != 0 ? lastTombstone(circle, start, step, firstEmpty) : kNone;
+  return tombstone != kNone ? tombstone : firstEmpty;
+}
+
+// The plain way, up to the first empty slot, of which there is one.
+unsigned velDictIndex::probe(Circle* circle, std::uint32_t start, std::uint32_t step) noexcept {
+  unsigned found = kNone;
+  std::size_t probes = 0;
+  for (std::uint32_t h = start;; h += step) {
+    const unsigned slot = h & mask();
+    const char* key = slots.keyAt(slot);
+    ++probes;
+    if (!key) {
+      if (found == kNone) found = slot;
+      break;
+    }
+    if (key == kTombstone) found = slot;
+  }
+  if (circle && probes > kFreeProbes) {
+    circle->forward += probes - kFreeProbes;
+    if (circle->forward >= slots.count) {
+      circle->forward = 0;
+      circle->empty = collect(*circle, nullptr);
+    }
+  }
+  return found;
+}
+
+// The last tombstone on the path before slot `firstEmpty` (kNone: before the
+// path's end); kNone for none. Where many are left the next one is near.
+unsigned velDictIndex::lastTombstone(Circle* circle, std::uint32_t start, std::uint32_t step,
+                                     unsigned firstEmpty) noexcept {
+  const std::uint32_t inverse = circle ? circle->inverse : Inverse(step);
+  const unsigned length =
+      firstEmpty == kNone ? slots.count : ((firstEmpty - start) * inverse) & mask();
+  if (length == 0) return kNone;
+  if (circle && circle->vacated) {
+    const unsigned begin = circle->placeOf(start & mask(), mask());
+    const unsigned end = (begin + length - 1) & mask();  // inclusive
+    unsigned place = circle->vacated->atOrBefore(end);
+    if (end >= begin) {
+      if (place != kNone && place < begin) place = kNone;
+    } else if (place == kNone) {
+      // The range goes round the end of the circle.
+      place = circle->vacated->atOrBefore(mask());
+      if (place != kNone && place < begin) place = kNone;
+    }
+    return place == kNone ? kNone : circle->slotOf(place, mask());
+  }
+  unsigned found = kNone;
+  unsigned rank = length;
+  while (rank > 0) {
+    --rank;
+    const unsigned slot = (start + rank * step) & mask();
+    if (slots.keyAt(slot) == kTombstone) {
+      found = slot;
+      break;
+    }
+  }
+  const std::size_t probes = length - rank;
+  if (circle && probes > kFreeProbes) {
+    circle->backward += probes - kFreeProbes;
+    if (circle->backward >= slots.count) {
+      circle->backward = 0;
+      circle->vacated = collect(*circle, kTombstone);
+    }
+  }
+  return found;
+}
