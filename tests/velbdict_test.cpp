@@ -893,12 +893,19 @@ class HugeTable : public ::testing::Test {
   void Pretend(unsigned size, unsigned count) {
     dict.BaseAllocate(1, kSlot);
     real = ReadFields(dict);
+    Resize(size, count);
+    dict.failAllocate = true;
+  }
+  void Resize(unsigned size, unsigned count) {
     Fields fields = real;
     fields.size = size;
     fields.count = count;
     WriteFields(dict, fields);
-    dict.failAllocate = true;
     dict.Log();
+  }
+  void Restore() {
+    WriteFields(dict, real);
+    dict.failAllocate = false;
   }
   void TearDown() override { WriteFields(dict, real); }
 
@@ -935,6 +942,78 @@ TEST_F(HugeTable, LoadDoesNotWrapOnRemoval) {
   EXPECT_TRUE(dict.BaseRemove("a", 0, kValue));
   EXPECT_EQ(dict.Log(), "remove") << "5000000000 / 67108864 = 74, not below 70";
   EXPECT_EQ(dict.GetCount(), 50000000U);
+}
+
+// The last count that stays and the first that grows, 90 and 91 percent, in the
+// tables around the count whose hundredfold no longer fits 32 bits.
+TEST_F(HugeTable, GrowsAtTheSameLoadAtAnySize) {
+  const struct {
+    unsigned size;
+    unsigned count;
+    bool grows;
+  } rows[] = {
+      {1U << 25, 30534533, false},  {1U << 25, 30534534, true},   {1U << 26, 42949672, false},
+      {1U << 26, 42949673, false},  {1U << 26, 61069066, false},  {1U << 26, 61069067, true},
+      {1U << 27, 85899345, false},  {1U << 27, 85899346, false},  {1U << 27, 122138132, false},
+      {1U << 27, 122138133, true},  {1U << 28, 244276264, false}, {1U << 28, 244276265, true},
+      {1U << 29, 488552529, false}, {1U << 29, 488552530, true},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::to_string(row.count) + " in " + std::to_string(row.size));
+    Pretend(row.size, row.count);
+    if (row.grows) {
+      EXPECT_THROW(dict.BaseSet("a", &value, 0, kValue), std::bad_alloc);
+      EXPECT_EQ(dict.Log(), "allocate " + std::to_string(row.size * 2));
+      EXPECT_EQ(dict.GetCount(), row.count);
+    } else {
+      dict.BaseSet("a", &value, 0, kValue);
+      EXPECT_EQ(dict.Log(), "copy");
+      EXPECT_EQ(dict.GetCount(), row.count + 1);
+    }
+    EXPECT_EQ(dict.GetTableSize(), row.size);
+    Restore();
+  }
+}
+
+TEST_F(HugeTable, TheLargestTableFillsUpToNinetyPercent) {
+  Pretend(1U << 30, 977105059);
+  dict.BaseSet("a", &value, 0, kValue);
+  EXPECT_EQ(dict.GetCount(), 977105060U);
+  EXPECT_VEL_NATIVE(dict.BaseSet("b", &value, 0, kValue), "Size limit exceeded");
+  // The size is decided before the look-up.
+  EXPECT_VEL_NATIVE(dict.BaseSet("a", &value, 0, kValue), "Size limit exceeded");
+  EXPECT_EQ(dict.GetCount(), 977105060U);
+  EXPECT_EQ(dict.Log(), "copy");
+}
+
+// A removal halves where the load is below 70 percent and stays below 90 in half
+// the table; `count` is what is left.
+TEST_F(HugeTable, ShrinksAtTheSameLoadAtAnySize) {
+  const struct {
+    unsigned size;
+    unsigned count;
+    bool shrinks;
+  } rows[] = {
+      {1U << 25, 15099494, true},   {1U << 25, 15099495, false},  {1U << 26, 30198988, true},
+      {1U << 26, 30198989, false},  {1U << 26, 42949672, false},  {1U << 26, 42949673, false},
+      {1U << 26, 46976204, false},  {1U << 26, 46976205, false},  {1U << 27, 42949672, true},
+      {1U << 27, 42949673, true},   {1U << 27, 60397977, true},   {1U << 27, 60397978, false},
+      {1U << 28, 85899346, true},   {1U << 28, 120795955, true},  {1U << 28, 120795956, false},
+      {1U << 29, 241591910, true},  {1U << 29, 241591911, false}, {1U << 30, 483183820, true},
+      {1U << 30, 483183821, false}, {1U << 30, 977105059, false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::to_string(row.count) + " in " + std::to_string(row.size));
+    Pretend(32, 0);
+    dict.BaseSet("a", &value, 0, kValue);
+    Resize(row.size, row.count + 1);
+    EXPECT_TRUE(dict.BaseRemove("a", 0, kValue));
+    const std::string halved = ", allocate " + std::to_string(row.size / 2);
+    EXPECT_EQ(dict.Log(), row.shrinks ? "remove" + halved : "remove");
+    EXPECT_EQ(dict.GetCount(), row.count);
+    EXPECT_EQ(dict.GetTableSize(), row.size) << "without memory the table stays";
+    Restore();
+  }
 }
 
 // ---- BaseClearAll, BaseFreeAllKeys ----

@@ -82,17 +82,18 @@ struct WidthName {
 
 inline const char* const kSharedEmpty = "shared narrow '' wide ''";
 
-/// A narrow text of `length` times 'a' that takes addresses, but hardly any
-/// memory: a small block mapped again and again.
-class HugeText {
+/// A text of `length` times one character, 'a' if not told otherwise, that takes
+/// addresses, but hardly any memory: a small block mapped again and again.
+template <class Ch>
+class HugeTextOf {
  public:
-  explicit HugeText(std::size_t length) {
-    const std::size_t blocks = length / kBlock + 1;
+  explicit HugeTextOf(std::size_t length, Ch character = 'a') {
+    const std::size_t blocks = length * sizeof(Ch) / kBlock + 1;
     size = blocks * kBlock;
     void* range =
         mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     const int file = memfd_create("huge_text", 0);
-    const std::string block(kBlock, 'a');
+    const std::vector<Ch> block(kBlock / sizeof(Ch), character);
     if (range == MAP_FAILED || file < 0 ||
         write(file, block.data(), kBlock) != static_cast<ssize_t>(kBlock)) {
       return;
@@ -104,16 +105,16 @@ class HugeText {
                             MAP_PRIVATE | MAP_FIXED | MAP_NORESERVE, file, 0) != MAP_FAILED;
     }
     close(file);
-    if (valid) start[length] = 0;
+    if (valid) Get()[length] = 0;
   }
-  ~HugeText() {
+  ~HugeTextOf() {
     if (start) munmap(start, size);
   }
-  HugeText(const HugeText&) = delete;
-  HugeText& operator=(const HugeText&) = delete;
+  HugeTextOf(const HugeTextOf&) = delete;
+  HugeTextOf& operator=(const HugeTextOf&) = delete;
 
   bool IsValid() const { return valid; }
-  char* Get() const { return start; }
+  Ch* Get() const { return reinterpret_cast<Ch*>(start); }
 
  private:
   static constexpr std::size_t kBlock = std::size_t{16} << 20;
@@ -122,5 +123,7 @@ class HugeText {
   std::size_t size = 0;
   bool valid = false;
 };
+
+using HugeText = HugeTextOf<char>;
 
 #endif  // VELSTD_TESTS_VELTEST_STRING_H

@@ -389,6 +389,13 @@ TEST(XString, AFullFixedStreamIsReadUpToItsEnd) {
   EXPECT_EQ(stream.pcount(), 3);
 }
 
+TEST(XString, TextAppendedToABufferComesWithWhatWasThere) {
+  char room[16] = "abc";
+  std::strstream stream(room, sizeof room, std::ios_base::out | std::ios_base::app);
+  stream << "de";
+  EXPECT_STREQ(xstring(stream), "abcde");
+}
+
 // --- the two forms ---
 
 TEST(XString, TheMissingFormIsProducedOnceAndKept) {

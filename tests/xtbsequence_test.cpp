@@ -1099,6 +1099,71 @@ void ExpectLimits(unsigned largest, int most) {
   EXPECT_EQ(beyond->calls, 0);
 }
 
+// Sums of two sizes on both sides of the limit; `other` below 0 stands for the
+// sequence itself.
+template <class T>
+void ExpectSums(int most) {
+  const int half = most / 2;
+  const struct {
+    int size;
+    int index;
+    int other;
+    int result;  // below 0: refused
+  } rows[] = {
+      {most - 1, 0, 1, most},
+      {most - 1, most - 1, 1, most},
+      {most - 1, most, 1, -1},
+      {half, 0, most - half, most},
+      {half, 0, most - half + 1, -1},
+      {half, half, half, 2 * half},
+      {half, half, -1, 2 * half},
+      {half + 1, 0, -1, -1},
+      {1, most - 2, 2, most},
+      {1, most - 1, 2, -1},
+      {most, 0, 0, most},
+      {most, most, 0, most},
+      {most, 0, most, -1},
+      {0, most, 0, most},
+      {0, 0, most, most},
+      {0, 1, most, -1},
+      {0, 0, -1, 0},
+      {most, most, -1, -1},
+      {1, INT_MAX, -1, -1},
+      {half, INT_MAX, half, -1},
+  };
+  const auto make = [](int size) {
+    xrchandle<Hollow<T>> seq(new Hollow<T>);
+    if (size > 0) seq->set(size - 1, T());
+    return seq;
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::to_string(row.size) + '[' + std::to_string(row.index) + "] + " +
+                 std::to_string(row.other));
+    const xrchandle<Hollow<T>> seq = make(row.size);
+    const xrchandle<Hollow<T>> other = row.other < 0 ? seq : make(row.other);
+    const unsigned capacity = seq->capacity();
+    seq->calls = 0;
+    if (row.result >= 0) {
+      seq->insertseq(row.index, *other);
+      EXPECT_EQ(seq->getarraysize(), row.result);
+      continue;
+    }
+    EXPECT_VEL_NATIVE(seq->insertseq(row.index, *other), "Size limit exceeded");
+    EXPECT_EQ(seq->getarraysize(), row.size);
+    EXPECT_EQ(seq->capacity(), capacity);
+    EXPECT_EQ(seq->calls, 0);
+  }
+}
+
+TEST(XTbSequenceLimits, InsertedSequencesAddUpToTheLimit) {
+  ExpectSums<unsigned char>(2147483647);
+  ExpectSums<int>(536870912);
+  ExpectSums<double>(268435456);
+  ExpectSums<xrttiattr*>(268435456);
+  ExpectSums<xstring>(92274688);
+  ExpectSums<xany>(67108864);
+}
+
 TEST(XTbSequenceLimits, Booleans) { ExpectLimits<unsigned char>(2147483648U, 2147483647); }
 TEST(XTbSequenceLimits, Ints) { ExpectLimits<int>(2147483648U, 536870912); }
 TEST(XTbSequenceLimits, Reals) { ExpectLimits<double>(2147483648U, 268435456); }

@@ -527,8 +527,9 @@ class Walk {
   void openArray(Frame& frame) {
     frame.count = frame.part().array->getNDimentions();
     if (frame.count < 1) return closePart(frame);
+    // The sequence refuses what is too much before the positions take memory.
+    frame.indices = xintsequence::createCapacity(static_cast<unsigned>(frame.count));
     frame.positions.assign(static_cast<std::size_t>(frame.count), 0);
-    frame.indices = xintsequence::create();
     frame.move = Move::cell;
   }
 

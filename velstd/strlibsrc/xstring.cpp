@@ -247,11 +247,12 @@ void xstring::CreateFromStream(std::strstream& stream) {
     const char* text;
   };
   stream.put('\0');
-  const Frozen frozen(stream);
   // A full buffer of fixed size refuses the terminator: never read beyond what
-  // was written.
-  const int written = stream.pcount();
+  // was written. The stream's own count of it is an int, its position is not.
+  const std::streamoff written =
+      stream.rdbuf()->pubseekoff(0, std::ios_base::cur, std::ios_base::out);
   const std::size_t most = written > 0 ? static_cast<std::size_t>(written) : 0;
+  const Frozen frozen(stream);
   CreateFrom(frozen.text, frozen.text ? strnlen(frozen.text, most) : 0);
 }
 

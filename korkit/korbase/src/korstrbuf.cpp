@@ -103,12 +103,12 @@ korStrBuf* korStrBuf::Resize(std::size_t size, Ch** text, int keep) {
     *text = old;
     return this;
   }
-  // A text that outgrows its buffer is being built up: doubling keeps a long
-  // row of appends linear.
+  // A text that outgrows its buffer is being built up: doubling, up to the
+  // longest text, keeps a long row of appends linear.
+  constexpr std::size_t kMaxSize = (kMaxLength + 1) * sizeof(Ch);
   std::size_t wanted = size;
-  if (!shared && IsInline(old) && wanted < 2 * room) {
-    wanted = 2 * room;
-    if (wanted / sizeof(Ch) > kMaxLength + 1) wanted = size;
+  if (!shared && IsInline(old) && size <= kMaxSize && size < 2 * room) {
+    wanted = 2 * room < kMaxSize ? 2 * room : kMaxSize;
   }
   Ch* fresh;
   korStrBuf* buffer = Alloc(wanted, &fresh);
