@@ -879,18 +879,4 @@ TEST(DsScalarSet, HoldsNumbersToo) {
   EXPECT_EQ(set.GetCount(), 3);
 }
 
-// ---- dsDataMap ----
-
-TEST(DsDataMapDeathTest, ItsOwnOperationsAbort) {
-  dsDataMap<xerrlistener*, unsigned int> map;
-  unsigned int value = 0;
-  EXPECT_EQ(map.GetCount(), 0);
-  EXPECT_DEATH(map.Add(nullptr, 1),
-               "dsDataMap::Add \\(\\) \\(korkit/korbase/inc/dsdatcol, line 297\\)");
-  EXPECT_DEATH(map.Remove(nullptr),
-               "dsDataMap::Remove \\(\\) \\(korkit/korbase/inc/dsdatcol, line 301\\)");
-  EXPECT_DEATH(map.Find(nullptr, &value),
-               "dsDataMap::Find \\(\\) \\(korkit/korbase/inc/dsdatcol, line 305\\)");
-}
-
 }  // namespace

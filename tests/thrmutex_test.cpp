@@ -39,14 +39,6 @@ void Elsewhere(Step step) {
   thread.join();
 }
 
-class ThrMutexDeathTest : public testing::Test {
- protected:
-  void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-};
-
-constexpr const char* kMessage =
-    "Illegal mutex operation\\. \\(korkit/korbase/src/thrmutex, line 64\\)";
-
 TEST(ThrMutex, TypesHaveFixedValues) {
   EXPECT_EQ(static_cast<int>(thrMutexNonRecursive), 0);
   EXPECT_EQ(static_cast<int>(thrMutexRecursive), 1);
@@ -146,47 +138,6 @@ TEST(ThrMutex, KeepsExcludingWhenThreadingGoesOffLater) {
   mutex.Unlock();
   Threading off(false);
   EXPECT_EQ(CountTogether(mutex, 2), 160000);
-}
-
-TEST_F(ThrMutexDeathTest, UnlockOfAFreeMutexAborts) {
-  EXPECT_DEATH(
-      {
-        thrMutex mutex(thrMutexRecursive);
-        mutex.Unlock();
-      },
-      kMessage);
-  EXPECT_DEATH(
-      {
-        thrMutex mutex(thrMutexRecursive);
-        mutex.Lock();
-        mutex.Unlock();
-        mutex.Unlock();
-      },
-      kMessage);
-}
-
-TEST_F(ThrMutexDeathTest, UnlockByAnotherThreadAborts) {
-  EXPECT_DEATH(
-      {
-        thrMutex mutex(thrMutexRecursive);
-        mutex.Lock();
-        Elsewhere([&] { mutex.Unlock(); });
-      },
-      kMessage);
-}
-
-TEST_F(ThrMutexDeathTest, SecondLockOfANonRecursiveMutexAborts) {
-  EXPECT_DEATH(
-      {
-        thrMutex mutex(thrMutexNonRecursive);
-        mutex.Lock();
-        mutex.Lock();
-      },
-      kMessage);
-}
-
-TEST_F(ThrMutexDeathTest, AbortMsgIsOneFixedLine) {
-  EXPECT_DEATH(thrMutex::AbortMsgIllegalMutexOp(), kMessage);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
@@ -61,6 +62,18 @@ class Line {
   std::size_t used = 0;
 };
 
+// A standard error that takes no more (a pipe without a reader, a file at its
+// limit, a terminal that is someone else's) fails the write instead of ending or
+// stopping the process in another way. For good: the process ends.
+void HoldSignalsOfWriting() {
+  sigset_t held;
+  sigemptyset(&held);
+  sigaddset(&held, SIGPIPE);
+  sigaddset(&held, SIGXFSZ);
+  sigaddset(&held, SIGTTOU);
+  pthread_sigmask(SIG_BLOCK, &held, nullptr);
+}
+
 }  // namespace
 
 void _korAbort(const char* message, const char* source, int line) {
@@ -76,6 +89,7 @@ void _korAbort(const char* message, const char* source, int line) {
   text.Add(", line ", 0);
   text.Add(line);
   text.Add(")\n", 0);
+  HoldSignalsOfWriting();
   text.WriteTo(STDERR_FILENO);
 #ifdef VELSTD_COVERAGE
   __gcov_dump();
