@@ -21,11 +21,12 @@ struct velObjectAccess {
   static void finishRelease(xobject* p) { p->xobject::xrelease(); }
 };
 
-/// Holds an object for the time of a call without ever being the one that
-/// destroys it: a count of 0 is 0 again afterwards.
+/// Holds an object for the time of a call. One that nobody held survives it, with
+/// a count of 0 again; one whose holders all let go meanwhile dies here.
 class velBorrow {
  public:
-  explicit velBorrow(xobject* p) : object(velIsUninit(p) ? nullptr : p) {
+  explicit velBorrow(xobject* p)
+      : object(velIsUninit(p) ? nullptr : p), unheld(object && xrcgetcount(object) == 0) {
     if (object) velObjectAccess::attach(object);
   }
   ~velBorrow();
@@ -34,6 +35,7 @@ class velBorrow {
 
  private:
   xobject* object;
+  bool unheld;
 };
 
 #endif  // VELSTD_SERVICES_VELOBJECTACCESS_H

@@ -133,9 +133,10 @@ void velReassign(xobject* p) {
 
 velBorrow::~velBorrow() {
   if (!object) return;
-  // The only reference is ours: put it back without asking for destruction.
+  // The only reference is ours, as in the beginning: put it back without asking
+  // for destruction.
   std::int32_t one = 1;
-  if (velObjectAccess::count(object).compare_exchange_strong(one, 0)) return;
+  if (unheld && velObjectAccess::count(object).compare_exchange_strong(one, 0)) return;
   velObjectAccess::release(object);
 }
 
