@@ -107,7 +107,10 @@ class VELSTD_API xany {
   template <class T, class = IfOtherInt<T>, class = void>
   xany(T value) : xany(velToInt(value)) {}
 
-  ~xany() { Release(); }
+  /// Gives up again what the end of its object assigns to it meanwhile.
+  ~xany() {
+    while (kind != xanyUninit) Release();
+  }
 
   // Assignment: like construction, but for null text (see there). The new
   // content is in place before the old is released; self-assignment is safe.

@@ -69,7 +69,9 @@ class VELSTD_API xrchandle : public xrcbasehandle<T> {
   xrchandle(const xrchandle<U>& other) {
     attach(velHeldAs<T>(other.operator->()));
   }
-  ~xrchandle() { release(); }
+  ~xrchandle() {
+    while (this->ptr) release();
+  }
 
   xrchandle& operator=(T* p) {
     set(p);
@@ -97,7 +99,8 @@ class VELSTD_API xrchandle : public xrcbasehandle<T> {
     xrcattach(velAsObject(p));
   }
   // The field is null before the object goes: a destructor that looks at this
-  // handle sees nothing dangling.
+  // handle sees nothing dangling. One that assigns to it is overruled by the
+  // assignment under way; what it put here goes when the new object is in place.
   void release() {
     T* old = this->ptr;
     this->ptr = nullptr;
@@ -108,6 +111,7 @@ class VELSTD_API xrchandle : public xrcbasehandle<T> {
       velReassign(velAsObject(p));
     } else {
       release();
+      const xrchandle meanwhile(static_cast<xrchandle&&>(*this));
       attach(p);
     }
   }
@@ -120,6 +124,7 @@ class VELSTD_API xrchandle : public xrcbasehandle<T> {
   void moveFrom(xrchandle& other) noexcept {
     xrchandle taken(static_cast<xrchandle&&>(other));
     release();
+    const xrchandle meanwhile(static_cast<xrchandle&&>(*this));
     take(taken);
   }
 };
@@ -147,7 +152,9 @@ class VELSTD_API xrcunihandle : public xrcbasehandle<T> {
   xrcunihandle(const xrcunihandle<U>& other) : counted(false) {
     attach(velHeldAs<T>(other.operator->()));
   }
-  ~xrcunihandle() { release(); }
+  ~xrcunihandle() {
+    while (this->ptr) release();
+  }
 
   xrcunihandle& operator=(const xrcunihandle& other) {
     set(other.ptr);
@@ -186,6 +193,7 @@ class VELSTD_API xrcunihandle : public xrcbasehandle<T> {
       if (counted) velReassign(velAsObject(p));
     } else {
       release();
+      const xrcunihandle meanwhile(static_cast<xrcunihandle&&>(*this));
       attach(p);
     }
   }
@@ -197,6 +205,7 @@ class VELSTD_API xrcunihandle : public xrcbasehandle<T> {
   void moveFrom(xrcunihandle& other) noexcept {
     xrcunihandle taken(static_cast<xrcunihandle&&>(other));
     release();
+    const xrcunihandle meanwhile(static_cast<xrcunihandle&&>(*this));
     // Null leaves `counted` alone, as in set().
     if (!taken.isnull()) take(taken);
   }
