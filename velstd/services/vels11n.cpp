@@ -12,7 +12,11 @@
 
 velS11nContext::velS11nContext() : userData(xanydictionary::create()) {}
 
-velS11nContext::~velS11nContext() = default;
+// While all members are there: what goes with the context may still ask it.
+velS11nContext::~velS11nContext() {
+  userData->clearall();
+  root = xrcunihandle<xobject>();
+}
 
 void velS11nContext::setRootObject(xrcunihandle<xobject> newRoot) { root = newRoot; }
 
