@@ -8,10 +8,12 @@
 #include "korstring.h"
 #include "velbdictindex.h"
 #include "velexceptions.h"
+#include "velupdate.h"
 #include "xstring.h"
 
 namespace {
 
+constexpr char kSource[] = "velstd/services/velbdict";
 constexpr unsigned kNoIndex = 0xFFFFFFFF;
 constexpr unsigned kFirstSize = 32;
 constexpr std::uint64_t kMostSlots = std::uint64_t{1} << 30;
@@ -118,7 +120,7 @@ bool xbasedictionary::IsPresent(const char* key, unsigned& index, unsigned slotS
 // Ends the process where an absent key has no slot to go to.
 void xbasedictionary::CheckRoom(const char* key) const {
   if (slotCount != 0 && liveCount == slotCount && !xdictentryIsVacant(key)) {
-    _korAbort("Hash table overflow.", "velstd/services/velbdict", 228);
+    _korAbort("Hash table overflow.", kSource, 228);
   }
 }
 
@@ -181,8 +183,15 @@ bool xbasedictionary::BaseFind(const char* key, void* value, unsigned slotSize,
   return true;
 }
 
+// The value of an entry, under a mark: its own code runs.
+void xbasedictionary::Assign(void* slotValue, const void* value) {
+  const velUpdate update(this);
+  OnCopyEntry(slotValue, value);
+}
+
 void xbasedictionary::BaseSet(const char* key, const void* value, unsigned slotSize,
                               unsigned valueOffset) {
+  velUpdate::refuse(this, kSource, 300);
   velhAssertNotNullKey(key);
   std::uint64_t wanted = slotCount;
   if (slotCount == 0) {
@@ -204,13 +213,13 @@ void xbasedictionary::BaseSet(const char* key, const void* value, unsigned slotS
   }
   CountProbes(probes, slotSize);
   if (present) {
-    OnCopyEntry(ValueAt(index, slotSize, valueOffset), value);
+    Assign(ValueAt(index, slotSize, valueOffset), value);
     return;
   }
   const char* const vacant = KeyAt(index, slotSize);
   Occupy(index, copy.get(), slotSize);
   try {
-    OnCopyEntry(ValueAt(index, slotSize, valueOffset), value);
+    Assign(ValueAt(index, slotSize, valueOffset), value);
   } catch (...) {
     // No entry without its value.
     DropShortcut();
@@ -222,11 +231,15 @@ void xbasedictionary::BaseSet(const char* key, const void* value, unsigned slotS
 }
 
 void xbasedictionary::RemoveAt(unsigned index, unsigned slotSize, unsigned valueOffset) {
+  velUpdate::refuse(this, kSource, 330);
   const char*& key = KeyOf(table, index, slotSize);
   if (shortcut) shortcut->removing(index);
   delete[] key;
   key = kTombstone;
-  OnRemoveEntry(ValueAt(index, slotSize, valueOffset));
+  {
+    const velUpdate update(this);
+    OnRemoveEntry(ValueAt(index, slotSize, valueOffset));
+  }
   --liveCount;
   const unsigned half = slotCount / 2;
   const bool shrinks = policy.shrinkPercent != 0 && slotCount > kFirstSize &&
@@ -275,7 +288,8 @@ bool xbasedictionary::BaseGetKeyByIndex(unsigned index, xstring* key, unsigned s
 bool xbasedictionary::BaseSetByIndex(unsigned index, const void* value, unsigned slotSize,
                                      unsigned valueOffset) {
   if (!IsLive(index, slotSize)) return false;
-  OnCopyEntry(ValueAt(index, slotSize, valueOffset), value);
+  velUpdate::refuse(this, kSource, 380);
+  Assign(ValueAt(index, slotSize, valueOffset), value);
   return true;
 }
 
@@ -292,6 +306,7 @@ void xbasedictionary::BaseFreeAllKeys(unsigned slotSize) {
 }
 
 void xbasedictionary::BaseClearAll(unsigned slotSize) {
+  velUpdate::refuse(this, kSource, 400);
   void* const block = table;
   const unsigned slots = slotCount;
   // Whoever is called while the block goes finds an empty dictionary.
@@ -303,7 +318,15 @@ void xbasedictionary::BaseClearAll(unsigned slotSize) {
   OnDestroy(block, slots);
 }
 
+// The same for what values put in as they go, until there is nothing.
+void xbasedictionary::Empty(unsigned slotSize) {
+  do {
+    BaseClearAll(slotSize);
+  } while (table);
+}
+
 void xbasedictionary::Allocate(unsigned slots, unsigned slotSize) {
+  const velUpdate update(this);
   table = OnAllocate(slots);
   slotCount = slots;
   for (unsigned i = 0; i < slots; ++i) KeyOf(table, i, slotSize) = nullptr;
@@ -313,7 +336,7 @@ void xbasedictionary::BaseAllocate(unsigned n, unsigned slotSize) {
   std::uint64_t slots = kFirstSize;
   while (n && LoadAbove(n, slots, policy.growPercent)) slots *= 2;
   if (slots > kMostSlots) velThrowSizeLimit();
-  BaseClearAll(slotSize);
+  Empty(slotSize);
   if (n) Allocate(static_cast<unsigned>(slots), slotSize);
 }
 
@@ -322,6 +345,7 @@ void xbasedictionary::AdjustTableSize(unsigned newSize, unsigned slotSize, unsig
   const unsigned oldSize = slotCount;
   const unsigned oldCount = liveCount;
   velDictIndex* const oldShortcut = shortcut;
+  const velUpdate update(this);
   Allocate(newSize, slotSize);
   liveCount = 0;
   shortcut = nullptr;
@@ -355,10 +379,12 @@ void xbasedictionary::AdjustTableSize(unsigned newSize, unsigned slotSize, unsig
 void xbasedictionary::BaseClone(const xbasedictionary* other, unsigned slotSize,
                                 unsigned valueOffset) {
   if (other == this) return;
-  BaseClearAll(slotSize);
+  Empty(slotSize);
   if (!other || !other->table) return;
   Allocate(other->slotCount, slotSize);
   try {
+    const velUpdate update(this);
+    const velUpdate reading(other);
     for (unsigned i = 0; i < slotCount; ++i) {
       const char* key = other->KeyAt(i, slotSize);
       const char*& own = KeyOf(table, i, slotSize);

@@ -10,6 +10,10 @@
 // tombstones and resizing are fixed to the last step. Tables have 32 x 2^k
 // slots, at most 2^30; what would need more throws velXNativeException "Size
 // limit exceeded" before anything is touched.
+// Hooks, and whatever they run, must not change the dictionary that calls them,
+// but for OnDestroy in BaseClearAll, which finds it empty. Checked builds abort
+// with "Re-entry into a container during its update."; others come out with
+// contents of their own making, or use a block that is gone.
 // Keys are narrow texts, compared byte by byte; null and 1 are no keys and are
 // never found.
 // A table that many collisions or tombstones have slowed down is searched through
@@ -140,6 +144,8 @@ class VELSTD_API xbasedictionary {
   void CountProbes(unsigned probes, unsigned slotSize);
   void DropShortcut();
   bool LoadAbove(std::uint64_t entries, std::uint64_t slots, unsigned percent) const;
+  void Assign(void* slotValue, const void* value);
+  void Empty(unsigned slotSize);
   void Allocate(unsigned slots, unsigned slotSize);
   void AdjustTableSize(unsigned newSize, unsigned slotSize, unsigned valueOffset);
   void FreeKeys(void* block, unsigned slots, unsigned slotSize) const;

@@ -4,7 +4,11 @@
 #include <functional>
 #include <new>
 
+#include "velupdate.h"
+
 namespace {
+
+constexpr char kSource[] = "velstd/services/xbasesequence";
 
 constexpr std::uint64_t kCapacityEnd = std::uint64_t{1} << 32;
 
@@ -28,9 +32,23 @@ std::uint64_t xbasesequence::GrownFor(std::uint64_t bytes) const {
   return grown;
 }
 
+// The hooks that run an element's own code, each under a mark.
+
 void xbasesequence::Reallocate(unsigned newCapacity) {
+  const velUpdate update(this);
   storage = OnResize(newCapacity);
   capacityBytes = newCapacity;
+}
+
+void xbasesequence::Vacate(char* at, unsigned bytes) {
+  const velUpdate update(this);
+  OnDestroy(at, bytes);
+  OnAllocate(at, bytes);
+}
+
+void xbasesequence::Copy(char* dst, const void* src, unsigned bytes) {
+  const velUpdate update(this);
+  OnCopy(dst, src, bytes);
 }
 
 void xbasesequence::Resize(unsigned bytes) {
@@ -50,13 +68,11 @@ void xbasesequence::Resize(unsigned bytes) {
       if (bytes > usedBytes) throw;
     }
   }
-  if (bytes < usedBytes) {
-    OnDestroy(At(bytes), usedBytes - bytes);
-    OnAllocate(At(bytes), usedBytes - bytes);
-  }
+  if (bytes < usedBytes) Vacate(At(bytes), usedBytes - bytes);
 }
 
 void xbasesequence::BaseAllocate(unsigned bytes) {
+  velUpdate::refuse(this, kSource, 70);
   GrownFor(bytes);  // refuses what is too much before anything is removed
   if (storage) BaseRemove(0, usedBytes);
   Resize(bytes);
@@ -69,6 +85,7 @@ void xbasesequence::BaseAppend(unsigned count, const void* src) {
 void xbasesequence::BaseClear() { BaseRemove(0, usedBytes); }
 
 void xbasesequence::BaseCopy(unsigned pos, unsigned count, const void* src) {
+  velUpdate::refuse(this, kSource, 90);
   const std::uint64_t end = std::uint64_t{pos} + count;
   if (end > usedBytes) {
     const std::uint64_t wanted = end > capacityBytes ? GrownFor(end) : capacityBytes;
@@ -79,30 +96,31 @@ void xbasesequence::BaseCopy(unsigned pos, unsigned count, const void* src) {
     }
     usedBytes = static_cast<unsigned>(end);
   }
-  OnCopy(At(pos), src, count);
+  Copy(At(pos), src, count);
 }
 
 void xbasesequence::BaseInsert(unsigned pos, unsigned count, const void* src) {
   const std::int64_t found = OffsetIn(storage, usedBytes, src);
   BaseInsertEmpty(pos, count);
-  if (found < 0) return OnCopy(At(pos), src, count);
+  if (found < 0) return Copy(At(pos), src, count);
   // The source was part of the sequence: what of it lay at or behind `pos` has
   // moved up by `count`.
   const auto own = static_cast<std::uint64_t>(found);
-  if (own + count <= pos) return OnCopy(At(pos), At(own), count);
-  if (own >= pos) return OnCopy(At(pos), At(own + count), count);
+  if (own + count <= pos) return Copy(At(pos), At(own), count);
+  if (own >= pos) return Copy(At(pos), At(own + count), count);
   const auto stayed = static_cast<unsigned>(pos - own);
-  OnCopy(At(pos), At(own), stayed);
-  OnCopy(At(std::uint64_t{pos} + stayed), At(std::uint64_t{pos} + count), count - stayed);
+  Copy(At(pos), At(own), stayed);
+  Copy(At(std::uint64_t{pos} + stayed), At(std::uint64_t{pos} + count), count - stayed);
 }
 
 void xbasesequence::BaseInsertEmpty(unsigned pos, unsigned count) {
+  velUpdate::refuse(this, kSource, 125);
   const unsigned oldSize = usedBytes;
   const unsigned gap = pos > oldSize ? pos - oldSize : 0;
   const std::uint64_t newSize = std::uint64_t{oldSize} + gap + count;
   if (newSize >= kCapacityEnd) velThrowSizeLimit();
   Resize(static_cast<unsigned>(newSize));
-  if (pos < oldSize) OnCopy(At(std::uint64_t{pos} + count), At(pos), oldSize - pos);
+  if (pos < oldSize) Copy(At(std::uint64_t{pos} + count), At(pos), oldSize - pos);
   usedBytes = static_cast<unsigned>(newSize);
 }
 
@@ -110,8 +128,9 @@ void xbasesequence::BaseRemove(unsigned a, unsigned b) {
   const unsigned lo = std::min(a, b);
   const unsigned hi = std::min(std::max(a, b), usedBytes);
   if (lo >= usedBytes) return;
+  velUpdate::refuse(this, kSource, 140);
   const unsigned newSize = usedBytes - (hi - lo);
-  if (hi < usedBytes) OnCopy(At(lo), At(hi), usedBytes - hi);
+  if (hi < usedBytes) Copy(At(lo), At(hi), usedBytes - hi);
   Resize(newSize);
   usedBytes = newSize;
 }

@@ -9,6 +9,10 @@
 // Limits: a capacity stays below 2^32 bytes; what would need more throws
 // velXNativeException "Size limit exceeded" before anything is touched.
 // Sources inside the sequence's own contents act as if copied first.
+// Hooks, and whatever they run, must not change the sequence that calls them:
+// size and storage are settled only when the operation is. Checked builds abort
+// with "Re-entry into a container during its update."; others come out with
+// contents of their own making, or use storage that is gone.
 // Threads: no locks.
 #ifndef VELSTD_SERVICES_XBASESEQUENCE_H
 #define VELSTD_SERVICES_XBASESEQUENCE_H
@@ -84,6 +88,8 @@ class VELSTD_API xbasesequence {
   void Resize(unsigned bytes);
   std::uint64_t GrownFor(std::uint64_t bytes) const;
   void Reallocate(unsigned newCapacity);
+  void Vacate(char* at, unsigned bytes);
+  void Copy(char* dst, const void* src, unsigned bytes);
   char* At(std::uint64_t pos) const { return static_cast<char*>(storage) + pos; }
 
   void* storage = nullptr;

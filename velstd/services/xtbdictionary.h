@@ -8,8 +8,10 @@
 //
 // Limits: 2^30 slots; what would need more throws velXNativeException "Size
 // limit exceeded". std::bad_alloc leaves the dictionary as it was.
-// Class values that an operation gives up are released when the table is
-// settled: code that runs then may use the same dictionary.
+// Objects that an operation gives up, also those that a found value replaces,
+// are released when the table is settled: code that runs then may use the same
+// dictionary. Code that cannot wait (the assignment of a class of your own, an
+// override of xattach or xrelease) must not change it, see velbdict.h.
 // Threads: no locks; share it only under a lock of your own.
 // Ownership: the dictionary owns copies of its keys, and its values.
 // Dictionaries are counted and live on the heap, in a handle.
@@ -39,6 +41,7 @@ class VELSTD_API xtbdictionary : public virtual xobject, protected xbasedictiona
   /// True when `key` is present; its value is stored in `value` (nullable),
   /// which stays untouched otherwise. Throws velXNull for a null key.
   virtual bool find(const char* key, T* value) {
+    const SettleRead settle;
     velhAssertNotNullKey(key);
     return BaseFind(key, value, kSlot, kValue);
   }
@@ -57,6 +60,7 @@ class VELSTD_API xtbdictionary : public virtual xobject, protected xbasedictiona
     return BaseGetKeyByIndex(static_cast<unsigned>(index), key, kSlot);
   }
   virtual bool getbyindex(int index, T* value) {
+    const SettleRead settle;
     velhAssertNonNegativeIndex(index);
     return BaseGetByIndex(static_cast<unsigned>(index), value, kSlot, kValue);
   }
@@ -99,6 +103,7 @@ class VELSTD_API xtbdictionary : public virtual xobject, protected xbasedictiona
 
   /// Makes a table for `entries`; none below 1.
   void Reserve(int entries) {
+    const Settle settle;
     if (entries >= 1) BaseAllocate(static_cast<unsigned>(entries), kSlot);
   }
 
@@ -120,6 +125,11 @@ class VELSTD_API xtbdictionary : public virtual xobject, protected xbasedictiona
   };
   /// Lets the releases of an operation wait for its end; scalars have none.
   using Settle = std::conditional_t<std::is_class<T>::value, velReleaseScope, Nothing>;
+  /// The same for what a found value replaces, which the standard values give up
+  /// only when they are through with the table.
+  using SettleRead =
+      std::conditional_t<std::is_same<T, xstring>::value || std::is_same<T, xany>::value, Nothing,
+                         Settle>;
 
   unsigned Slot(int index) {
     velhAssertNonNegativeIndex(index);

@@ -7,8 +7,11 @@
 // Limits: at most 2^31 - 1 elements, and below 2^32 bytes of storage; a size
 // beyond throws velXNativeException "Size limit exceeded" and changes nothing.
 // std::bad_alloc leaves the sequence as it was.
-// Class elements that an operation gives up are released when size and storage
-// are final: code that runs then may use the same sequence.
+// Objects that an operation gives up are released when size and storage are
+// final: code that runs then may use the same sequence. Code that cannot wait
+// (assignment and end of a class element of your own, an override of xattach or
+// xrelease) must not change it, see xbasesequence.h, and finds the elements that
+// are on their way out already ended.
 // Threads: no locks; share it only under a lock of your own.
 // Ownership: the sequence owns its elements. get() copies; the reference from
 // operator[] lasts until the next call that may grow the storage. Sequences are
@@ -48,7 +51,9 @@ class VELSTD_API xtbsequence : public virtual xobject, protected xbasesequence {
     BaseCopy(Bytes(index, 1), sizeof(T), &value);
   }
 
-  /// The element at `index` itself; errors as get().
+  /// The element at `index` itself; errors as get(). Objects that assigning to it
+  /// gives up go at once: what they run may change the sequence if the assignment
+  /// ends with that, as that of a variant does; otherwise use set().
   T& operator[](int index) { return Checked(index); }
 
   void append(T value) {
@@ -94,6 +99,7 @@ class VELSTD_API xtbsequence : public virtual xobject, protected xbasesequence {
 
   /// Makes room for `elements`, which is taken as signed: below 1, for none.
   void Reserve(unsigned elements) {
+    const Settle settle;
     if (static_cast<int>(elements) >= 1) BaseAllocate(Bytes(static_cast<int>(elements), 0));
   }
 

@@ -12,7 +12,12 @@ class VELSTD_API xtcdictionary : public xtbdictionary<T> {
  public:
   /// Empty, with a table for `capacity` entries (below 1: none).
   explicit xtcdictionary(int capacity) { this->Reserve(capacity); }
-  ~xtcdictionary() override { this->BaseClearAll(this->kSlot); }
+  ~xtcdictionary() override {
+    // Again for what the end of a value puts in.
+    do {
+      this->BaseClearAll(this->kSlot);
+    } while (this->GetDataPtr());
+  }
 
   void Destroy(void* block, unsigned slots) override {
     auto* entry = static_cast<typename xtbdictionary<T>::Entry*>(block);
