@@ -37,6 +37,8 @@ __xstring_c xprintstr_c(const __xany_c* value, int step) {
   velGuard([&] {
     text = velFlatValue<xstring>::onError();
     std::ostringstream out;
+    // A stream that found no memory would go on and leave the rest of the text out.
+    out.exceptions(std::ios_base::badbit);
     velPrint(Given(value), out, step);
     text = out.str().c_str();
   });

@@ -282,6 +282,8 @@ void xany::validate(xrtti* type, unsigned char nilAllowed) const {
 
 xstring xany::toString() const {
   std::ostringstream out;
+  // A stream that found no memory would go on and leave the rest of the text out.
+  out.exceptions(std::ios_base::badbit);
   out.imbue(std::locale::classic());
   velPrint(*this, out, 2);
   return xstring(out.str().c_str());
