@@ -210,10 +210,8 @@ void FillDescriptors(Table& table) {
                      xrttiattrseq list;
                      t.state([&] { return Show(list.getarraysize()); });
                      t.run([&] {
-                       list.append(nullptr);
-                       if (list.getarraysize() != 1) std::abort();
                        const std::unique_ptr<xobject> other(xrttiattrseq::create());
-                       list.removerange(0, 1);
+                       list.append(nullptr);
                      });
                    }});
   Step0(table, "xtbsequence<xrttiattr*>::get|xtbsequence<xrttiattr*>::operator[]|"
@@ -465,7 +463,7 @@ void FillExceptions(Table& table) {
          [](Seq s, Exc) { velThrowValueMismatch(velGetRtti_int(), s); });
   Throws(table, "velAttributeType<int>::write",
          [](Seq s, Exc) { velAttributeType<int>::write(s); });
-  Throws(table, "velAttributeType<xstring>::write",
+  Throws(table, "velAttributeType<xstring>::write|velAttributeType<xstring>::read",
          [](Seq s, Exc) { velAttributeType<xstring>::write(s); });
   Throws(table, "velThrowTypeMismatch", [](Seq s, Exc) { velView<xintdictionary>(s.operator->()); });
   // Re-targeting what was caught.
@@ -662,10 +660,12 @@ void FillWalks(Table& table) {
                               Show(object);
                      });
                      const xany value("text");
-                     t.run([&] { context.setUserData("name", value); });
-                     context.setUserData(value);
-                     context.setRootObject(object);
-                     context.getRootObject();
+                     t.run([&] {
+                       context.setRootObject(object);
+                       context.getRootObject();
+                       context.setRootObject(xrcunihandle<xobject>());
+                       context.setUserData("name", value);
+                     });
                    }});
   table.push_back({"velS11nContext::setUserData - unnamed", [](Trial& t) {
                      velS11nContext context;

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "korstring.h"
 #include "velexceptions.h"
@@ -30,8 +31,18 @@ void velParseDeprecatedAttrList(xstring list, xrchandle<xbooldictionary> dict) {
   // From word to word; GetWord would start from the front for each.
   const char* rest = list;
   const char* const end = rest + std::strlen(rest);
-  for (const char* word = nullptr; korStringGetNextWord(rest, end, ";", &word, &rest);) {
-    dict->set(std::string(word, rest).c_str(), 0);
+  std::vector<std::string> added;
+  try {
+    for (const char* word = nullptr; korStringGetNextWord(rest, end, ";", &word, &rest);) {
+      std::string key(word, rest);
+      const char* const text = key.c_str();
+      if (!dict->find(text, nullptr)) added.push_back(key);
+      dict->set(text, 0);
+    }
+  } catch (...) {
+    // All words or none: what was added goes again, which needs no memory.
+    for (const std::string& key : added) dict->remove(key.c_str());
+    throw;
   }
 }
 
