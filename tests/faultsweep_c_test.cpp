@@ -107,7 +107,7 @@ void FillPending(Table& table) {
     xcleanupexc_c();
   });
   Calls(table, "xsetexc_c (not an exception)", [](Scene& s) {
-    xsetexc_c(reinterpret_cast<xthrowable*>(s.sequence.object));
+    xsetexc_c(static_cast<xthrowable*>(static_cast<void*>(s.sequence.object)));
   });
 }
 
