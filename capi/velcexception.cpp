@@ -37,6 +37,13 @@ xthrowable* Retained(xthrowable* exception) {
   return exception;
 }
 
+// Puts back what was taken out; ends it where something else is pending by now.
+void PutBack(xthrowable* held) noexcept {
+  xthrowable* none = nullptr;
+  if (pending.compare_exchange_strong(none, held, std::memory_order_acq_rel)) return;
+  if (!velIsUninit(held)) velGuard([=] { Dispose(held); });
+}
+
 }  // namespace
 
 void velPrepareOutOfMemory() {
@@ -96,8 +103,13 @@ void xcleanupexc_c() {
 }
 
 xthrowable* xgetexc_c() {
-  return velGuard<xthrowable*>(nullptr,
-                               [] { return Retained(pending.load(std::memory_order_acquire)); });
+  // Taken out while it gets its reference: another thread that clears the
+  // record meanwhile must not destroy it.
+  xthrowable* held = TakeOut();
+  if (!held) return nullptr;
+  xthrowable* retained = velGuard<xthrowable*>(nullptr, [=] { return Retained(held); });
+  PutBack(held);
+  return retained;
 }
 
 unsigned char xisexc_c() { return pending.load(std::memory_order_acquire) != nullptr; }

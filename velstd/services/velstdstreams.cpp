@@ -1,7 +1,10 @@
 #include "velstdstreams.h"
 
+#include <atomic>
 #include <ios>
 #include <ostream>
+
+#include "velobjectmutex.h"
 
 // As <iostream> declares them.
 namespace std {
@@ -11,10 +14,18 @@ extern ostream cerr;
 
 namespace {
 
+std::atomic<bool> isSetUp{false};
+
 // The first object of this class in the process sets the streams up, and they
 // stay so until its end. The last one that goes flushes them: one that were
-// kept would take that from a program whose output is buffered.
-void SetUp() { const std::ios_base::Init setUp; }
+// kept would take that from a program whose output is buffered. A second one
+// does not wait until the first is through, so threads take turns.
+void SetUp() {
+  if (isSetUp.load(std::memory_order_acquire)) return;
+  const velObjectLock lock;
+  const std::ios_base::Init setUp;
+  isSetUp.store(true, std::memory_order_release);
+}
 
 }  // namespace
 

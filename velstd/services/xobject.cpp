@@ -76,7 +76,11 @@ bool velObjectAccess::dropReference(xobject* p) {
 void xobject::xrelease() {
   const std::int32_t now = refcount.load(std::memory_order_relaxed);
   if (now >= 1 && velReleaseScope::defer(this, now == 1)) return;
-  if (velObjectAccess::dropReference(this)) velReleaseScope::destroy(this);
+  if (!velObjectAccess::dropReference(this)) return;
+  // Other threads may have made it the last one since the look at the count:
+  // then it waits like any last release.
+  if (now > 1 && velReleaseScope::defer(this, true)) return;
+  velReleaseScope::destroy(this);
 }
 
 void xobject::xfree() {
