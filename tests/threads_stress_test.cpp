@@ -3,6 +3,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
@@ -379,7 +380,8 @@ TEST(ThreadsStressDeathTest, ThreadingSwitchedOffAfterTheFirstLockChangesNothing
 TEST(ThreadsStress, CopiesOfOneTextGetOneOtherForm) {
   const int rounds = velShortOrLong(300, 20000);
   const std::string narrow(1000, 'x');
-  const std::basic_string<wchar_t> wide(1000, L'x');
+  std::vector<wchar_t> wide(1001, L'x');
+  wide.back() = 0;
   std::unique_ptr<xstring> first;
   std::unique_ptr<xstring> second;
   std::vector<const wchar_t*> wides(kThreads);
@@ -396,7 +398,7 @@ TEST(ThreadsStress, CopiesOfOneTextGetOneOtherForm) {
       [&](int round) {
         if (round > 0) check();
         first = std::make_unique<xstring>(narrow.c_str());
-        second = std::make_unique<xstring>(wide.c_str());
+        second = std::make_unique<xstring>(wide.data());
       },
       [&](int number, int) {
         const xstring mine(*first);
@@ -404,7 +406,7 @@ TEST(ThreadsStress, CopiesOfOneTextGetOneOtherForm) {
         const auto at = static_cast<std::size_t>(number);
         wides[at] = mine.CastToCWString();
         narrows[at] = other.CastToCString();
-        if (wide.compare(wides[at]) != 0 || narrow != narrows[at]) ++wrong;
+        if (!std::equal(wide.begin(), wide.end(), wides[at]) || narrow != narrows[at]) ++wrong;
       });
   check();
   EXPECT_EQ(wrong, 0);

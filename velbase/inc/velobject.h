@@ -14,6 +14,9 @@
 // refers to itself) and for others, which may refer back; all that are made on
 // the way are shown together, when the outermost ends. When an initialisation
 // throws, the next use tries again.
+//
+// The registry keeps every descriptor for good, so a library that defines
+// classes must stay loaded (link it with -z nodelete).
 #ifndef VELSTD_VELBASE_VELOBJECT_H
 #define VELSTD_VELBASE_VELOBJECT_H
 

@@ -19,7 +19,10 @@
 //
 // Threads: counts are atomic; descriptors are made under one process-wide
 // recursive mutex. No lock is held while a virtual function of a user's class
-// runs, but for the initialisation of a class descriptor.
+// runs, but for the initialisation of a class descriptor. A child that fork
+// makes of a process with several threads may use objects of classes that were
+// used before; a descriptor made there would wait for ever for a lock that
+// another thread held at the fork.
 #ifndef VELSTD_VELBASE_XOBJECT_H
 #define VELSTD_VELBASE_XOBJECT_H
 
