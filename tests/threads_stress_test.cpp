@@ -448,7 +448,8 @@ TEST(ThreadsStress, CopiesOfOneValueHoldTheSame) {
       for (int i = 0; i < copies; ++i) {
         for (const xany& value : values) {
           xany mine(value);
-          if (!(mine == value)) ++wrong;
+          // Comparing may convert a text in place, so the shared one is only copied.
+          if (!(mine == xany(value))) ++wrong;
           last = mine;
           xany moved(std::move(mine));
           if (!(moved == last)) ++wrong;
@@ -477,6 +478,7 @@ xany Tree(int depth) {
   if (depth > 0) dictionary->set("tree", Tree(depth - 1));
   sequence->append(xany(dictionary));
   sequence->append(xany("narrow"));
+  sequence->append(xany(L"wide"));
   sequence->append(xany(1.5));
   sequence->append(xany(numbers));
   if (depth > 0) sequence->append(Tree(depth - 1));

@@ -17,7 +17,8 @@
 // Ownership: a value holds one reference on its string buffer, or on its object
 // if that is of a counted class. An object that is not counted is not touched
 // again: its owner may free it before the value goes.
-// Threads: one value is for one thread at a time, conversions to text included.
+// Threads: one value is for one thread at a time, conversions to text and
+// comparisons included; copies may go to other threads.
 // Errors: conversions of a value of another kind end the process through
 // _korAbort; only validate throws, and what takes an integer of another type
 // than int when it does not fit.
