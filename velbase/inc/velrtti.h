@@ -45,7 +45,8 @@ VELSTD_API void* velRttiGetUserData(const char* typeName, const char* key);
 /// most distant ancestor's before all; an attribute that two ancestors declare
 /// stands twice. Null types have none.
 /// @return owned; not counted, give it back with xdelete
-/// Throws velXTypeMismatch for a parent that is no structure; nothing is lost.
+/// Throws velXTypeMismatch for a parent that is no structure, the size limit
+/// error for more than a sequence holds; nothing is lost.
 VELSTD_API xrttiattrseq* velRttiCollectAttrs(xrttistruct* type, unsigned char withParents);
 /// Appends them to `out` (borrowed); what was appended before an exception stays.
 VELSTD_API void velRttiCollectAttrs(xrttistruct* type, unsigned char withParents,

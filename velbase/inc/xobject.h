@@ -13,9 +13,9 @@
 // isDeletable is asked, onDelete told, then the destructor runs. Others belong
 // to whoever made them and go with xdelete. isDeletable, onDelete and
 // destructors must not throw, and must not leave a new reference behind.
-// Where destructions nest deeper than 64 levels the stack is spared: what a
-// destructor releases there dies, in the same order, as soon as the destructor
-// is through, so that one which acts after it gave up a child finds it alive.
+// Where destructions nest deeper than 64 levels the stack is spared: what one of
+// the three releases or deletes there dies, in the same order, as soon as it is
+// through, so that one which acts after it gave up a child finds it alive.
 //
 // Threads: counts are atomic; descriptors are made under one process-wide
 // recursive mutex. No lock is held while a virtual function of a user's class
@@ -132,7 +132,8 @@ VELSTD_API void xrcunirelease(xobject* p);
 VELSTD_API int xrcgetcount(xobject* p);
 
 /// Destroys an object of a class that is not counted, if it agrees. Null is
-/// skipped.
+/// skipped. Where destructions nest deep (see the head of this file) the object
+/// is destroyed when the call that gives it up is through.
 /// Throws velXNotInitialized for xuninitobject, velXRefCountable (which holds
 /// a reference on the object) for an object of a counted class.
 VELSTD_API void xdelete(xobject* p);

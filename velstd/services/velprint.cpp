@@ -1,10 +1,10 @@
 #include "velprint.h"
 
-#include <algorithm>
 #include <charconv>
 #include <fstream>
 #include <ostream>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "korstring.h"
@@ -16,24 +16,41 @@ namespace {
 constexpr unsigned kOneLine = 0xFFFFFFFF;
 constexpr int kDefaultStep = 2;
 
-/// The name of a type; one without a name is called by its parents' names, the
-/// last first. `path` holds the nameless types under way: they may be
-/// their own parents.
-void PrintTypeName(std::ostream& out, xrttiobject* type, std::vector<xrttiobject*>& path) {
+bool PrintOwnName(std::ostream& out, xrttiobject* type) {
   const xstring name = type->getName();
-  if (!name.IsNull() && !name.IsEmpty()) {
-    out << name;
-    return;
-  }
-  if (std::find(path.begin(), path.end(), type) != path.end()) return;
-  path.push_back(type);
-  for (int i = type->getNParents() - 1; i >= 0; --i) {
-    if (xrttiobject* parent = type->getParent(i)) {
-      PrintTypeName(out, parent, path);
+  if (name.IsNull() || name.IsEmpty()) return false;
+  out << name;
+  return true;
+}
+
+/// The name of a type; one without a name is called by its parents' names, the
+/// last first, each with a blank behind it. Nameless types under way are passed
+/// by: they may be their own parents.
+void PrintTypeName(std::ostream& out, xrttiobject* type) {
+  if (PrintOwnName(out, type)) return;
+  struct Step {
+    xrttiobject* type;
+    int next;  // its parents before this one are still to come
+  };
+  std::vector<Step> path{{type, type->getNParents()}};
+  std::unordered_set<xrttiobject*> onPath{type};
+  for (;;) {
+    xrttiobject* current = path.back().type;
+    if (path.back().next <= 0) {
+      onPath.erase(current);
+      path.pop_back();
+      if (path.empty()) return;
       out << ' ';
+      continue;
+    }
+    xrttiobject* parent = current->getParent(--path.back().next);
+    if (!parent) continue;
+    if (PrintOwnName(out, parent) || !onPath.insert(parent).second) {
+      out << ' ';
+    } else {
+      path.push_back({parent, parent->getNParents()});
     }
   }
-  path.pop_back();
 }
 
 /// An object pointer as a value; the object survives it.
@@ -66,8 +83,7 @@ void velPrintTraverser::shiftLeft() {
 }
 
 void velPrintTraverser::printBeginObject(xrttiobject* type, xrcunihandle<xobject>, char open) {
-  std::vector<xrttiobject*> path;
-  PrintTypeName(out, type, path);
+  PrintTypeName(out, type);
   nextLine();
   out << open;
   shiftRight();

@@ -30,25 +30,38 @@ class NoScope {
   velReleaseScope* saved;
 };
 
-// Asks and tells the object; true if it agreed to be destroyed.
-bool Agrees(xobject* p) {
-  const NoScope none;
-  if (!p->isDeletable()) {
-    velObjectAccess::count(p).store(0, std::memory_order_release);
-    return false;
-  }
-  p->onDelete();
+// One destruction more under way.
+class Deeper {
+ public:
+  Deeper() { ++state.depth; }
+  ~Deeper() { --state.depth; }
+  Deeper(const Deeper&) = delete;
+  Deeper& operator=(const Deeper&) = delete;
+};
+
+// The count of an object that is being destroyed is 1; of one that is not
+// counted, 0 or -1.
+std::int32_t CountOf(xobject* p) {
+  return velObjectAccess::count(p).load(std::memory_order_relaxed);
+}
+
+void Refuse(xobject* p) {
+  if (CountOf(p) > 0) velObjectAccess::count(p).store(0, std::memory_order_release);
+}
+
+void CheckTold([[maybe_unused]] xobject* p) {
 #ifdef VELSTD_CHECKED
-  if (velObjectAccess::count(p).load(std::memory_order_relaxed) != 1) {
+  if (CountOf(p) > 1) {
     _korAbort("onDelete left a reference to an object that is being destroyed.",
               "velstd/services/velrelease", 50);
   }
 #endif
-  return true;
 }
 
-// The objects that a flattening loop still has to release, the next one last.
-class Pending {
+}  // namespace
+
+// What a flattening loop still has to do, the next thing last.
+class velReleaseScope::Pending {
  public:
   Pending() = default;
   ~Pending() { std::free(items); }
@@ -56,30 +69,29 @@ class Pending {
   Pending& operator=(const Pending&) = delete;
 
   bool isEmpty() const { return count == 0; }
-  xobject* pop() { return items[--count]; }
+  Item pop() { return items[--count]; }
 
-  // Adds a batch so that its first member comes out first; false, and nothing
-  // added, without memory.
-  bool push(xobject* const* batch, std::size_t n) {
-    if (count + n > room) {
+  // Adds a batch so that its first member comes out first, and `then` after it;
+  // false, and nothing added, without memory.
+  bool push(const Item* batch, std::size_t n, Item then) {
+    if (count + n + 1 > room) {
       const std::size_t wanted = std::max(2 * room, count + n + 64);
-      auto* grown = static_cast<xobject**>(std::realloc(items, wanted * sizeof(xobject*)));
+      auto* grown = static_cast<Item*>(std::realloc(items, wanted * sizeof(Item)));
       if (!grown) return false;
       items = grown;
       room = wanted;
     }
+    if (then.step != Step::kDone) items[count++] = then;
     std::reverse_copy(batch, batch + n, items + count);
     count += n;
     return true;
   }
 
  private:
-  xobject** items = nullptr;
+  Item* items = nullptr;
   std::size_t count = 0;
   std::size_t room = 0;
 };
-
-}  // namespace
 
 int velReleaseScope::flattenLevel = 64;
 
@@ -87,55 +99,108 @@ velReleaseScope::velReleaseScope() noexcept : outer(state.scope) { state.scope =
 
 velReleaseScope::~velReleaseScope() {
   state.scope = outer;
-  for (std::size_t i = 0; i < count; ++i) velObjectAccess::finishRelease(items[i]);
+  for (std::size_t i = 0; i < count; ++i) {
+    const Item& item = items[i];
+    if (item.step == Step::kRelease) {
+      velObjectAccess::finishRelease(item.object);
+    } else {
+      free(item.object);
+    }
+  }
   if (items != inlineItems) std::free(items);
 }
 
-bool velReleaseScope::push(xobject* p) noexcept {
+bool velReleaseScope::push(Item item) noexcept {
   if (count == room) {
-    void* grown = std::malloc(2 * room * sizeof(xobject*));
+    void* grown = std::malloc(2 * room * sizeof(Item));
     if (!grown) return false;
-    std::memcpy(grown, items, count * sizeof(xobject*));
+    std::memcpy(grown, items, count * sizeof(Item));
     if (items != inlineItems) std::free(items);
-    items = static_cast<xobject**>(grown);
+    items = static_cast<Item*>(grown);
     room *= 2;
   }
-  items[count++] = p;
+  items[count++] = item;
   return true;
 }
 
 bool velReleaseScope::defer(xobject* p, bool last) noexcept {
   velReleaseScope* scope = state.scope;
-  if (!scope || (!last && scope->count == 0) || p == scope->dying) return false;
-  return scope->push(p);
+  if (!scope || (!last && scope->count == 0) || p == scope->caller) return false;
+  return scope->push({p, Step::kRelease});
 }
 
 void velReleaseScope::destroy(xobject* p) noexcept {
   if (state.depth >= flattenLevel) return flatten(p);
-  ++state.depth;
-  if (Agrees(p)) {
-    const NoScope none;
-    delete p;
+  const Deeper deeper;
+  const NoScope none;
+  if (!p->isDeletable()) return Refuse(p);
+  p->onDelete();
+  CheckTold(p);
+  delete p;
+}
+
+void velReleaseScope::free(xobject* p) {
+  // Past collections that are in the middle of an operation: what they have
+  // collected comes later than this.
+  velReleaseScope* flat = state.scope;
+  while (flat && !flat->caller) flat = flat->outer;
+  if (flat && flat->push({p, Step::kAsk})) return;
+  if (state.depth >= flattenLevel) return flatten(p);
+  const Deeper deeper;
+  if (!p->isDeletable()) return;
+  p->onDelete();
+  delete p;
+}
+
+// Makes one call on the object and tells what follows it.
+velReleaseScope::Step velReleaseScope::run(Item item) noexcept {
+  xobject* p = item.object;
+  switch (item.step) {
+    case Step::kAsk:
+      return p->isDeletable() ? Step::kTell : Step::kRefuse;
+    case Step::kTell:
+      p->onDelete();
+      return Step::kDelete;
+    case Step::kRefuse:
+      Refuse(p);
+      break;
+    case Step::kDelete:
+      CheckTold(p);
+      delete p;
+      break;
+    case Step::kRelease:
+    case Step::kDone:
+      break;
   }
-  --state.depth;
+  return Step::kDone;
+}
+
+// A release out of the list. Of a collection that is in the middle of an
+// operation it is the business.
+velReleaseScope::Step velReleaseScope::dropReference(xobject* p) noexcept {
+  if (state.scope && !state.scope->caller && defer(p, CountOf(p) == 1)) return Step::kDone;
+  return velObjectAccess::dropReference(p) ? Step::kAsk : Step::kDone;
 }
 
 void velReleaseScope::flatten(xobject* p) noexcept {
-  ++state.depth;
+  const Deeper deeper;
   Pending pending;
-  xobject* next = p;
-  bool last = true;
+  Item next = {p, Step::kAsk};
   for (;;) {
-    if (last && Agrees(next)) {
-      // Collects what the destructor releases; the loop carries it out, or,
-      // without memory for that, the end of the scope.
-      velReleaseScope batch(next);
-      delete next;
-      if (pending.push(batch.items, batch.count)) batch.count = 0;
+    if (next.step == Step::kRelease) {
+      next.step = dropReference(next.object);
+    } else {
+      // Collects what the call gives up; the loop carries it out before what
+      // follows, or, without memory for that, the end of the scope.
+      velReleaseScope batch(next.object);
+      next.step = run(next);
+      if (batch.count > 0 && pending.push(batch.items, batch.count, next)) {
+        batch.count = 0;
+        next.step = Step::kDone;
+      }
     }
-    if (pending.isEmpty()) break;
+    if (next.step != Step::kDone) continue;
+    if (pending.isEmpty()) return;
     next = pending.pop();
-    last = velObjectAccess::dropReference(next);
   }
-  --state.depth;
 }

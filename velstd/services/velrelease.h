@@ -7,15 +7,19 @@
 // - While a velReleaseScope is alive on a thread, last releases are collected;
 //   the end of the scope carries them out. Operations of collections open one,
 //   so that elements die only when size and storage are final.
-// - Destruction nests (an object's destructor releases its children) up to
-//   velReleaseScope::flattenLevel levels; deeper, the releases that one
-//   destructor makes are collected and carried out by a loop, children before
-//   later siblings. isDeletable, onDelete and the beginnings of destructors
-//   come in the order of the recursion.
+// - Destruction nests (an object's isDeletable, onDelete or destructor gives up
+//   others) up to velReleaseScope::flattenLevel levels; deeper, what one of
+//   these calls releases or hands to xdelete is collected and carried out by a
+//   loop when the call returns: children before later siblings, and before the
+//   next call on the object itself. isDeletable, onDelete and the beginnings of
+//   destructors come in the order of the recursion.
 //
 // Once a scope has collected one release it collects all later ones, so that
 // the order among them stays. Where memory for the list runs out, a release is
 // carried out at once.
+//
+// A destructor that says `delete` itself nests on the stack as ever: the library
+// does not hear of it.
 #ifndef VELSTD_SERVICES_VELRELEASE_H
 #define VELSTD_SERVICES_VELRELEASE_H
 
@@ -34,30 +38,46 @@ class VELSTD_API velReleaseScope {
   velReleaseScope& operator=(const velReleaseScope&) = delete;
 
   /// Collects one release of `p` if a scope is alive on this thread and it is
-  /// the last, or follows one that was collected. The object that is being
-  /// destroyed is left out: it will not be there when the list is carried out.
+  /// the last, or follows one that was collected. The object that a
+  /// flattening loop calls is left out: it may not be there when the list is
+  /// carried out.
   /// @return false if the release is to be carried out now
   static bool defer(xobject* p, bool last) noexcept;
 
   /// Destroys `p`, whose last release this is, if it agrees.
   static void destroy(xobject* p) noexcept;
 
+  /// The same for an object that is not counted. Collections do not make it
+  /// wait; the call that a flattening loop is in does.
+  static void free(xobject* p);
+
   /// Nesting up to which destruction is plain recursion. For tests.
   static int flattenLevel;
 
  private:
-  explicit velReleaseScope(xobject* object) noexcept : velReleaseScope() { dying = object; }
+  class Pending;
 
-  bool push(xobject* p) noexcept;
+  // What an object goes through, the next step of it.
+  enum class Step : unsigned char { kRelease, kAsk, kTell, kRefuse, kDelete, kDone };
+  struct Item {
+    xobject* object;
+    Step step;
+  };
+
+  explicit velReleaseScope(xobject* object) noexcept : velReleaseScope() { caller = object; }
+
+  bool push(Item item) noexcept;
+  static Step run(Item item) noexcept;
+  static Step dropReference(xobject* p) noexcept;
   static void flatten(xobject* p) noexcept;
 
   static constexpr std::size_t kInline = 16;
-  xobject* inlineItems[kInline];
-  xobject** items = inlineItems;
+  Item inlineItems[kInline];
+  Item* items = inlineItems;
   std::size_t count = 0;
   std::size_t room = kInline;
   velReleaseScope* outer;
-  xobject* dying = nullptr;  // whose destructor runs in this scope
+  xobject* caller = nullptr;  // that a flattening loop calls inside this scope
 };
 
 #endif  // VELSTD_SERVICES_VELRELEASE_H

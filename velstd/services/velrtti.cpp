@@ -1,9 +1,11 @@
 #include "velrtti.h"
 
 #include <atomic>
+#include <cstdint>
 #include <mutex>
 #include <shared_mutex>
 #include <type_traits>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -49,6 +51,71 @@ std::shared_mutex registryLock;
 Registry* registry = nullptr;
 static_assert(std::is_trivially_destructible<std::shared_mutex>::value,
               "the lock must work until the process ends");
+
+// ---- attributes with those of the parents ----
+
+// A structure on the way up from the one asked for, with the next parent to
+// look at.
+struct Step {
+  xrttistruct* type;
+  int next;
+};
+
+// How many attributes the way up from each type lists. Shared ancestors are
+// listed once for each way to them, so stacked diamonds make the list long; the
+// numbers tell which types to pass by, and lists that are too long.
+class Census {
+ public:
+  explicit Census(xrttistruct* type) {
+    std::vector<Step> path{{type, 0}};
+    std::unordered_set<xrttiobject*> onPath{type};
+    while (!path.empty()) {
+      xrttistruct* current = path.back().type;
+      const int index = path.back().next++;
+      if (index >= current->getNParents()) {
+        yields[current] = Total(current);
+        onPath.erase(current);
+        path.pop_back();
+        continue;
+      }
+      xrttiobject* parent = current->getParent(index);
+      if (!parent || yields.count(parent)) continue;
+      auto* viewed = dynamic_cast<xrttistruct*>(parent);
+      if (!viewed || !onPath.insert(parent).second) {
+        // The length depends on the way, or there will be no list.
+        exact = false;
+        return;
+      }
+      path.push_back({viewed, 0});
+    }
+  }
+
+  bool hasNone(xrttiobject* type) const {
+    const auto found = yields.find(type);
+    return exact && found != yields.end() && found->second == 0;
+  }
+  // Whether the list for `type` has a known length, beyond what a sequence holds.
+  bool isTooLong(xrttiobject* type) const {
+    const auto found = yields.find(type);
+    return exact && found != yields.end() && found->second >= kMany;
+  }
+
+ private:
+  // One more than the storage of a sequence can hold.
+  static constexpr std::uint64_t kMany = 0x80000000U / sizeof(xrttiattr*) + 1;
+
+  std::uint64_t Total(xrttistruct* type) {
+    const int own = type->getNAttrs();
+    std::uint64_t total = own > 0 ? static_cast<unsigned>(own) : 0;
+    for (int i = 0, n = type->getNParents(); i < n && total < kMany; ++i) {
+      if (xrttiobject* parent = type->getParent(i)) total += yields[parent];
+    }
+    return total < kMany ? total : kMany;
+  }
+
+  std::unordered_map<xrttiobject*, std::uint64_t> yields;
+  bool exact = true;
+};
 
 }  // namespace
 
@@ -129,13 +196,11 @@ void velRttiCollectAttrs(xrttistruct* type, unsigned char withParents, xrttiattr
   const auto appendOwn = [out](xrttistruct* s) {
     for (int i = 0, n = s->getNAttrs(); i < n; ++i) out->append(s->getAttr(i));
   };
-  if (!withParents) return appendOwn(type);
-  // The way from `type` up to where we are, with the next parent to look at in
-  // each; a type that is its own ancestor is passed by.
-  struct Step {
-    xrttistruct* type;
-    int next;
-  };
+  if (!withParents || type->getNParents() <= 0) return appendOwn(type);
+  const Census census(type);
+  if (census.isTooLong(type)) velThrowSizeLimit();
+  // The way from `type` up to where we are; a type that is its own ancestor is
+  // passed by.
   std::vector<Step> path{{type, 0}};
   std::unordered_set<xrttistruct*> onPath{type};
   while (!path.empty()) {
@@ -148,7 +213,7 @@ void velRttiCollectAttrs(xrttistruct* type, unsigned char withParents, xrttiattr
       continue;
     }
     xrttiobject* parent = current->getParent(index);
-    if (!parent) continue;
+    if (!parent || census.hasNone(parent)) continue;
     auto* viewed = dynamic_cast<xrttistruct*>(parent);
     if (!viewed) velThrowTypeMismatch(xrttistruct::getClassRtti(), parent);
     if (onPath.insert(viewed).second) path.push_back({viewed, 0});

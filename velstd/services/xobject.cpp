@@ -85,10 +85,7 @@ void xobject::xrelease() {
 
 void xobject::xfree() {
   if (isRefCountable()) velhThrowRefCountable(this);
-  if (isDeletable()) {
-    onDelete();
-    delete this;
-  }
+  velReleaseScope::free(this);
 }
 
 xstring xobject::getVelTypeName() { return getRtti()->getName(); }

@@ -344,14 +344,15 @@ template <class Ch>
 void xstring::Append(const Ch* text, std::size_t length) {
   // A second owner makes the resize below leave the old text alone, so that an
   // argument inside it stays readable.
-  const xstring keep = Holds(text) ? *this : xstring();
-  const std::size_t old = Strlen(Form<Ch>());
+  const Ch* before = Form<Ch>();
+  const std::size_t old = view.buffer->GetLength(before);
+  const xstring keep = text >= before && text <= before + old ? *this : xstring();
   if (length > korStrBuf::kMaxLength - old) velThrowSizeLimit();
   Ch* own;
   view.buffer = Width<Ch>::Resize(view.buffer, (old + length + 1) * sizeof(Ch), &own);
   std::memcpy(own + old, text, length * sizeof(Ch));
   own[old + length] = 0;
-  view.buffer->Commit();
+  view.buffer->CommitLength(old + length);
   SetOnly(view.buffer, own);
 }
 

@@ -58,6 +58,15 @@ class VELSTD_API korStrBuf {
   /// that the buffer was allocated with.
   virtual void Commit();
 
+  /// The same for an editor that knows how many characters its text has: the
+  /// buffer keeps the number until the next edit, so that a long row of appends
+  /// does not measure the text each time.
+  void CommitLength(std::size_t length);
+
+  /// Length in characters of `text`, which is one of the buffer's forms.
+  std::size_t GetLength(const char* text) const;
+  std::size_t GetLength(const wchar_t* text) const;
+
   /// Adds a reference; fills the addresses of the forms that exist (null for
   /// one that does not) where a pointer is given.
   virtual void Attach(char** narrow, wchar_t** wide);
@@ -95,6 +104,7 @@ class VELSTD_API korStrBuf {
   std::atomic<char*> narrowText{nullptr};
   std::atomic<wchar_t*> wideText{nullptr};
   std::size_t room = 0;  // bytes that follow this header, for the form it was born with
+  std::size_t knownLength = 0;  // of that form, in characters; 0 where nobody told
 };
 
 #endif  // VELSTD_KORBASE_KORSTRBUF_H

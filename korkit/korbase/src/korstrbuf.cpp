@@ -100,6 +100,7 @@ korStrBuf* korStrBuf::Resize(std::size_t size, Ch** text, int keep) {
   const bool shared = IsShared();
   if (!shared && IsInline(old) && size <= room) {
     if (keep && size >= sizeof(Ch)) old[size / sizeof(Ch) - 1] = 0;
+    knownLength = 0;
     *text = old;
     return this;
   }
@@ -113,7 +114,7 @@ korStrBuf* korStrBuf::Resize(std::size_t size, Ch** text, int keep) {
   Ch* fresh;
   korStrBuf* buffer = Alloc(wanted, &fresh);
   if (keep) {
-    std::size_t length = Strlen(old);
+    std::size_t length = GetLength(old);
     const std::size_t most = size < sizeof(Ch) ? 0 : size / sizeof(Ch) - 1;
     if (length > most) length = most;
     std::memcpy(fresh, old, length * sizeof(Ch));
@@ -141,6 +142,19 @@ void korStrBuf::Commit() {
   } else {
     korFree(narrowText.exchange(nullptr, std::memory_order_relaxed));
   }
+}
+
+void korStrBuf::CommitLength(std::size_t length) {
+  Commit();
+  knownLength = length;
+}
+
+std::size_t korStrBuf::GetLength(const char* text) const {
+  return knownLength > 0 && IsInline(text) ? knownLength : Strlen(text);
+}
+
+std::size_t korStrBuf::GetLength(const wchar_t* text) const {
+  return knownLength > 0 && IsInline(text) ? knownLength : Strlen(text);
 }
 
 void korStrBuf::Attach(char** narrow, wchar_t** wide) {
