@@ -14,6 +14,7 @@
 
 #include "command.h"
 #include "veltest.h"
+#include "veltest_long.h"
 
 namespace {
 
@@ -615,6 +616,62 @@ TEST(Velq, WrongUsageEndsWithTwoAndTheHelp) {
     const std::string lead = std::string("velq: ") + one.complaint;
     EXPECT_EQ(outcome.error.substr(0, lead.size()), lead);
     EXPECT_THAT(outcome.error, ::testing::EndsWith("\n\n" + help));
+  }
+}
+
+// ---- depth ----
+
+// `levels` arrays, or objects, one inside the other, with `core` in the middle.
+std::string DeepArrays(std::size_t levels, const std::string& core = "1") {
+  return std::string(levels, '[') + core + std::string(levels, ']');
+}
+std::string DeepObjects(std::size_t levels, const std::string& core = "1") {
+  std::string text;
+  for (std::size_t i = 0; i < levels; ++i) text += "{\"k\":";
+  return text + core + std::string(levels, '}');
+}
+
+// A shell with the usual stack, whatever the machine's limit is.
+const char kUsualStack[] = "ulimit -s 8192; LC_ALL=C.UTF-8";
+
+std::size_t Levels(std::size_t full) { return velShortOrLong(full / 20, full); }
+
+TEST(VelqDepth, NestedDocumentsArePrinted) {
+  const std::size_t levels = Levels(1000000);
+  const TempFile arrays("arrays.json", DeepArrays(levels));
+  for (const char* step : {"-1", "0"}) {
+    const Outcome outcome = Velq({"print", "--step", step, arrays.path()}, kUsualStack);
+    EXPECT_EQ(outcome.status, 0) << outcome.error.substr(0, 200);
+    // anyseq, [, 0 : and ], each with a blank or the end of a line.
+    EXPECT_EQ(outcome.out.size(), levels * 15 + 2);
+  }
+  velFigure("depth", "velq print, nested arrays", levels, "levels");
+  const TempFile objects("objects.json", DeepObjects(levels / 4));
+  const Outcome outcome = Velq({"print", "--step", "0", objects.path()}, kUsualStack);
+  EXPECT_EQ(outcome.status, 0) << outcome.error.substr(0, 200);
+  EXPECT_EQ(outcome.out.size(), levels / 4 * 18 + 2);
+}
+
+TEST(VelqDepth, NestedDocumentsAreCompared) {
+  const std::size_t levels = Levels(1000000);
+  const TempFile one("one.json", DeepArrays(levels, "1"));
+  const TempFile same("same.json", ' ' + DeepArrays(levels, " 1 "));
+  const TempFile other("other.json", DeepArrays(levels, "2"));
+  EXPECT_EQ(Velq({"compare", one.path(), same.path()}, kUsualStack).out, "equal\n");
+  EXPECT_EQ(Velq({"compare", one.path(), other.path()}, kUsualStack).out, "different\n");
+  velFigure("depth", "velq compare, nested arrays", levels, "levels");
+}
+
+TEST(VelqDepth, NestedDocumentsThatBreakOffAreRefused) {
+  const std::size_t levels = Levels(1000000);
+  for (const std::string& text :
+       {std::string(levels, '['), DeepArrays(levels, "oops"), DeepObjects(levels / 4, "}"),
+        DeepArrays(levels, "\"\\u0000\"")}) {
+    const TempFile file("broken.json", text);
+    const Outcome outcome = Velq({"print", file.path()}, kUsualStack);
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.error.substr(0, 6), "velq: ");
   }
 }
 

@@ -30,15 +30,21 @@ class FlattenAt {
 
 // What a node does besides letting its children go.
 enum Habit {
-  kRefuses = 1,          // refuses deletion
-  kEarly = 2,            // gives up a child in onDelete
-  kBackwards = 4,        // gives up its children in its destructor, last first
-  kHoldsItself = 8,      // takes a handle on itself there, after the first of them
-  kVisits = 16,          // takes a handle on an object that others hold
-  kReassigns = 32,       // assigns a handle to one that holds another child
-  kMakes = 64,           // makes an object that dies again at once
-  kHoldsItselfOnDelete = 128
+  kRefuses = 1,      // refuses deletion
+  kEarly = 2,        // gives up a child in onDelete
+  kBackwards = 4,    // gives up its children in its destructor, last first
+  kHoldsItself = 8,  // takes a handle on itself there, after the first of them
+  kVisits = 16,      // takes a handle on an object that others hold
+  kReassigns = 32,   // assigns a handle to one that holds another child
+  kMakes = 64,       // makes an object that dies again at once
+  kHoldsItselfOnDelete = 128,
+  kAsked = 256,        // gives up a child when it is asked
+  kSettles = 512,      // takes its collections apart in its destructor
+  kScopes = 1024,      // gives up its children inside a scope there
+  kDeletesLate = 2048  // deletes its plain objects after it let all else go
 };
+
+class Plain;
 
 class Node : public virtual xobject {
   VEL_OBJECT(Node)
@@ -48,13 +54,33 @@ class Node : public virtual xobject {
     Node* pinned = nullptr;
     int alive = 0;
     int nextId = 0;
+    std::vector<Plain*> refused;
   };
 
-  explicit Node(World& w, int h = 0) : habits(h), world_(w), id_(w.nextId++) { ++world_.alive; }
+  explicit Node(World& w, int h = 0) : Node(w, h, w.nextId++) {}
+  Node(World& w, int h, int id) : habits(h), world_(w), id_(id) { ++world_.alive; }
   ~Node() override {
     note('d');
+    if (!(habits & kDeletesLate)) deletePlain();
+    if (habits & kSettles) {
+      if (sequence) {
+        if (sequence->getarraysize() > 1) sequence->set(0, sequence->get(1));
+        if (sequence->getarraysize() > 2) sequence->removerange(1, 2);
+        sequence->clear();
+      }
+      if (dictionary) {
+        dictionary->remove("1");
+        dictionary->set("next", xany(1));
+        dictionary->clearall();
+      }
+    }
+    if (habits & kScopes) {
+      const velReleaseScope scope;
+      while (!children.empty()) children.pop_back();
+      value = xany();
+    }
     if (habits & kMakes) {
-      const xrchandle<Node> brief(new Node(world_));
+      const xrchandle<Node> brief(new Node(world_, 0, -id_));
       brief->children = children;
     }
     if (habits & kBackwards) {
@@ -68,15 +94,24 @@ class Node : public virtual xobject {
     if (habits & kHoldsItself) holdItself();
     sequence = 0;
     if (habits & kHoldsItself) holdItself();
+    if (habits & kDeletesLate) {
+      value = xany();
+      deletePlain();
+    }
     --world_.alive;
   }
   unsigned char isDeletable() override {
     note('a');
+    if ((habits & kAsked) && !children.empty()) children.pop_back();
     return !(habits & kRefuses);
   }
   void onDelete() override {
     note('o');
     if (habits & kHoldsItselfOnDelete) holdItself();
+    if ((habits & kMakes) && !children.empty()) {
+      const xrchandle<Node> brief(new Node(world_, 0, -id_));
+      brief->value = children.back();
+    }
     if ((habits & kEarly) && !children.empty()) children.erase(children.begin());
     if (habits & kHoldsItselfOnDelete) holdItself();
   }
@@ -86,8 +121,10 @@ class Node : public virtual xobject {
   xany value;
   xrchandle<xanysequence> sequence;
   xrchandle<xanydictionary> dictionary;
+  std::vector<Plain*> plain;  // objects that are not counted, its own
 
  private:
+  void deletePlain();
   void note(char what) { world_.log += what + std::to_string(id_) + ' '; }
   void holdItself() {
     const xrchandle<Node> self(this);
@@ -100,6 +137,65 @@ class Node : public virtual xobject {
 VEL_OBJECT_RTTI(Node, xrttiobject, [](xrttiobject* rtti) {
   rtti->initializeRttiObject("velrelease_test::Node", 1, 0, nullptr);
 })
+
+// An object that is not counted. It holds nodes, has others of its kind, and gives
+// them up when it is told or in its destructor.
+class Plain : public virtual xobject {
+  VEL_OBJECT(Plain)
+ public:
+  Plain(Node::World& w, int h) : habits(h), world_(w), id_(w.nextId++) { ++world_.alive; }
+  ~Plain() override {
+    note('D');
+    if (habits & kReassigns) nodes.clear();
+    deleteOwn();
+    --world_.alive;
+  }
+  unsigned char isDeletable() override {
+    note('A');
+    if (habits & kRefuses) world_.refused.push_back(this);
+    if ((habits & kAsked) && !nodes.empty()) nodes.pop_back();
+    return !(habits & kRefuses);
+  }
+  void onDelete() override {
+    note('O');
+    if (habits & kEarly) deleteOwn();
+    if ((habits & kEarly) && !nodes.empty()) nodes.erase(nodes.begin());
+  }
+
+  int habits;
+  std::vector<xrchandle<Node>> nodes;
+  std::vector<Plain*> own;
+
+ private:
+  void note(char what) { world_.log += what + std::to_string(id_) + ' '; }
+  void deleteOwn() {
+    while (!own.empty()) {
+      Plain* const next = own.back();
+      own.pop_back();
+      xdelete(next);
+    }
+  }
+
+  Node::World& world_;
+  int id_;
+};
+VEL_OBJECT_RTTI(Plain, xrttiobject, [](xrttiobject* rtti) {
+  rtti->initializeRttiObject("velrelease_test::Plain", 0, 0, nullptr);
+})
+
+void Node::deletePlain() {
+  while (!plain.empty()) {
+    Plain* const next = plain.back();
+    plain.pop_back();
+    xdelete(next);
+  }
+}
+
+// An exception that holds a value.
+class Holding : public velXTypeMismatch {
+ public:
+  explicit Holding(xany value) : velXTypeMismatch(std::move(value), "t") {}
+};
 
 // Takes a reference and gives it back.
 void Drop(xobject* object) {
@@ -121,7 +217,7 @@ std::string LogOfGraph(unsigned seed) {
     int habits = 0;
     if (below(20) == 0) habits |= kRefuses;
     for (int habit : {kEarly, kBackwards, kHoldsItself, kVisits, kReassigns, kMakes,
-                      kHoldsItselfOnDelete}) {
+                      kHoldsItselfOnDelete, kAsked, kSettles, kScopes, kDeletesLate}) {
       if (below(4) == 0) habits |= habit;
     }
     held.emplace_back(new Node(world, habits));
@@ -132,11 +228,33 @@ std::string LogOfGraph(unsigned seed) {
   // Edges lead to higher numbers only, so that everything dies.
   for (int i = 0; i + 1 < count; ++i) {
     Node& node = *held[static_cast<std::size_t>(i)];
-    const auto someone = [&] { return held[static_cast<std::size_t>(i + 1 + below(count - i - 1))]; };
+    const auto someone = [&] {
+      return held[static_cast<std::size_t>(i + 1 + below(count - i - 1))];
+    };
     const auto next = below(100) < chain ? held[static_cast<std::size_t>(i + 1)] : someone();
-    switch (below(4)) {
+    switch (below(6)) {
       case 0:
         node.value = next;
+        break;
+      case 3:
+        node.value = xany(new Holding(xany(new Holding(next))));
+        break;
+      case 4:
+        // Plain ones in a line, which hold nodes on the way.
+        for (int n = 1 + below(6); n > 0; --n) {
+          auto* plain = new Plain(world, below(8) == 0 ? kRefuses : 0);
+          for (int habit : {kEarly, kAsked, kReassigns}) {
+            if (below(3) == 0) plain->habits |= habit;
+          }
+          plain->nodes.push_back(someone());
+          plain->nodes.push_back(n == 1 ? next : someone());
+          if (!node.plain.empty() && below(3) > 0) {
+            plain->own.push_back(node.plain.back());
+            node.plain.back() = plain;
+          } else {
+            node.plain.push_back(plain);
+          }
+        }
         break;
       case 1:
         node.sequence = xanysequence::create();
@@ -145,7 +263,8 @@ std::string LogOfGraph(unsigned seed) {
         break;
       case 2:
         node.dictionary = xanydictionary::create();
-        for (int n = below(4); n > 0; --n) node.dictionary->set(std::to_string(n).c_str(), someone());
+        for (int n = below(4); n > 0; --n)
+          node.dictionary->set(std::to_string(n).c_str(), someone());
         node.dictionary->set("next", next);
         break;
       default:
@@ -164,6 +283,12 @@ std::string LogOfGraph(unsigned seed) {
   for (Node* node : refusing) {
     node->habits &= ~kRefuses;
     if (xrcgetcount(node) == 0) Drop(node);
+  }
+  while (!world.refused.empty()) {
+    Plain* const plain = world.refused.back();
+    world.refused.pop_back();
+    plain->habits &= ~kRefuses;
+    xdelete(plain);
   }
   EXPECT_EQ(world.alive, 1) << seed;
   EXPECT_EQ(xrcgetcount(pinned), 1) << seed;
@@ -205,9 +330,7 @@ TEST(VelRelease, ChildrenComeBeforeLaterSiblings) {
     root->children.emplace_back(left[0]);
     root->children.emplace_back(right[0]);
     root = 0;
-    EXPECT_EQ(world.log,
-              "a5 o5 d5 a0 o0 d0 a1 o1 d1 a2 o2 d2 a3 o3 d3 a4 o4 d4 ")
-        << level;
+    EXPECT_EQ(world.log, "a5 o5 d5 a0 o0 d0 a1 o1 d1 a2 o2 d2 a3 o3 d3 a4 o4 d4 ") << level;
   }
 }
 
@@ -224,6 +347,50 @@ TEST(VelRelease, SharedOneDiesWithItsLastHolder) {
     shared = 0;
     root = 0;
     EXPECT_EQ(world.log, "a0 o0 d0 a2 o2 d2 a3 o3 d3 a1 o1 d1 ") << level;
+  }
+}
+
+// What is given up in onDelete dies before the destructor begins.
+TEST(VelRelease, GivenUpInOnDeleteDiesBeforeTheDestructor) {
+  for (int level : {0, 1, 2, INT_MAX}) {
+    const FlattenAt here(level);
+    Node::World world;
+    auto nodes = Chain(world, 3);
+    nodes[0]->habits = nodes[1]->habits = kEarly;
+    Drop(nodes[0]);
+    EXPECT_EQ(world.log, "a0 o0 a1 o1 a2 o2 d2 d1 d0 ") << level;
+  }
+}
+
+TEST(VelRelease, GivenUpWhenAskedDiesBeforeOnDelete) {
+  for (int level : {0, 1, 2, INT_MAX}) {
+    const FlattenAt here(level);
+    Node::World world;
+    auto nodes = Chain(world, 4);
+    nodes[0]->habits = nodes[1]->habits = kAsked;
+    nodes[1]->habits |= kRefuses;
+    Drop(nodes[0]);
+    EXPECT_EQ(world.log, "a0 a1 a2 o2 d2 a3 o3 d3 o0 d0 ") << level;
+    EXPECT_EQ(xrcgetcount(nodes[1]), 0);
+    nodes[1]->habits = 0;
+    Drop(nodes[1]);
+    EXPECT_EQ(world.alive, 0);
+  }
+}
+
+TEST(VelRelease, PlainObjectsKeepTheirPlaceAmongTheOthers) {
+  for (int level : {0, 1, 2, INT_MAX}) {
+    const FlattenAt here(level);
+    Node::World world;
+    auto* node = new Node(world, kDeletesLate);  // 0
+    auto* outer = new Plain(world, 0);           // 1
+    outer->own.push_back(new Plain(world, 0));   // 2
+    outer->nodes.emplace_back(new Node(world));  // 3
+    node->plain = {new Plain(world, 0), outer};  // 4
+    node->value = xany(new Node(world));         // 5
+    Drop(node);
+    EXPECT_EQ(world.log, "a0 o0 d0 a5 o5 d5 A1 O1 D1 A2 O2 D2 a3 o3 d3 A4 O4 D4 ") << level;
+    EXPECT_EQ(world.alive, 0);
   }
 }
 
@@ -376,8 +543,7 @@ TEST(VelReleaseDeep, ChainOfDictionariesDies) {
 TEST(VelReleaseDeep, ChainOfExceptionsDies) {
   std::string log;
   OnASmallStack([&] {
-    xrchandle<xthrowable> last =
-        velCaught([&] { velXTypeMismatch::Throw("x", xany(Leaf(&log))); });
+    xrchandle<xthrowable> last = velCaught([&] { velXTypeMismatch::Throw("x", xany(Leaf(&log))); });
     for (int i = 0; i < kDeep / 10; ++i) {
       last = velCaught([&] { velXTypeMismatch::Throw("x", xany(last)); });
     }
@@ -456,6 +622,27 @@ TEST(VelReleaseScope, InnerOneHandsOverToTheOuter) {
     }
     EXPECT_EQ(log, "");
   }
+  EXPECT_EQ(log, "a asked\na onDelete\na destroyed\n");
+}
+
+TEST(VelReleaseScope, InnerOneCollectsAllOnceTheOuterHasCollected) {
+  std::string log;
+  auto* a = new VelLogObject(&log, "a");
+  auto* b = new VelLogObject(&log, "b");
+  xrcattach(a);
+  const xrchandle<VelLogObject> held(b);
+  xrcattach(b);
+  {
+    const velReleaseScope outer;
+    xrcrelease(a);
+    {
+      const velReleaseScope inner;
+      xrcrelease(b);
+      EXPECT_EQ(xrcgetcount(b), 2);
+    }
+    EXPECT_EQ(xrcgetcount(b), 2);
+  }
+  EXPECT_EQ(xrcgetcount(b), 1);
   EXPECT_EQ(log, "a asked\na onDelete\na destroyed\n");
 }
 

@@ -148,8 +148,7 @@ velTraverseResult velPrintTraverser::beginStructure(xrttistruct* type,
   return velTrContinue;
 }
 
-velTraverseResult velPrintTraverser::endStructure(xrttistruct* type,
-                                                  xrcunihandle<xobject> object) {
+velTraverseResult velPrintTraverser::endStructure(xrttistruct* type, xrcunihandle<xobject> object) {
   printEndObject(type, object, '}');
   return velTrContinue;
 }

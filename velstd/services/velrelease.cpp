@@ -123,9 +123,18 @@ bool velReleaseScope::push(Item item) noexcept {
   return true;
 }
 
+// What an outer scope has collected comes before anything that this one lets
+// through or collects.
+bool velReleaseScope::isCollecting() const noexcept {
+  for (const velReleaseScope* scope = this; scope; scope = scope->outer) {
+    if (scope->count > 0) return true;
+  }
+  return false;
+}
+
 bool velReleaseScope::defer(xobject* p, bool last) noexcept {
   velReleaseScope* scope = state.scope;
-  if (!scope || (!last && scope->count == 0) || p == scope->caller) return false;
+  if (!scope || p == scope->caller || (!last && !scope->isCollecting())) return false;
   return scope->push({p, Step::kRelease});
 }
 

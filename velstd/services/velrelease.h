@@ -14,9 +14,9 @@
 //   next call on the object itself. isDeletable, onDelete and the beginnings of
 //   destructors come in the order of the recursion.
 //
-// Once a scope has collected one release it collects all later ones, so that
-// the order among them stays. Where memory for the list runs out, a release is
-// carried out at once.
+// Once a scope has collected one release it collects all later ones, as do the
+// scopes inside it, so that the order among them stays. Where memory for the
+// list runs out, a release is carried out at once.
 //
 // A destructor that says `delete` itself nests on the stack as ever: the library
 // does not hear of it.
@@ -67,6 +67,7 @@ class VELSTD_API velReleaseScope {
   explicit velReleaseScope(xobject* object) noexcept : velReleaseScope() { caller = object; }
 
   bool push(Item item) noexcept;
+  bool isCollecting() const noexcept;
   static Step run(Item item) noexcept;
   static Step dropReference(xobject* p) noexcept;
   static void flatten(xobject* p) noexcept;
