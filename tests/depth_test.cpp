@@ -95,6 +95,16 @@ void OnStacks(const std::string& what, const std::function<void()>& step) {
   }
 }
 
+TEST(DepthMeasure, OfTheStackCountsWhatWasTouched) {
+  const std::size_t little = OnStack(kUsualStack, [] {});
+  const std::size_t much = OnStack(kUsualStack, [] {
+    volatile char block[200 << 10];
+    for (std::size_t i = 0; i < sizeof block; i += 1024) block[i] = 1;
+  });
+  EXPECT_LT(little, std::size_t{100 << 10});
+  EXPECT_GE(much, std::size_t{200 << 10});
+}
+
 // ---- time ----
 
 // Freed memory stays with the process: taking it anew from the system is no part
