@@ -41,7 +41,8 @@ enum Habit {
   kAsked = 256,        // gives up a child when it is asked
   kSettles = 512,      // takes its collections apart in its destructor
   kScopes = 1024,      // gives up its children inside a scope there
-  kDeletesLate = 2048  // deletes its plain objects after it let all else go
+  kDeletesLate = 2048,  // deletes its plain objects after it let all else go
+  kHeldByMade = 4096    // makes an object that holds it and dies again at once
 };
 
 class Plain;
@@ -82,6 +83,10 @@ class Node : public virtual xobject {
     if (habits & kMakes) {
       const xrchandle<Node> brief(new Node(world_, 0, -id_));
       brief->children = children;
+    }
+    if (habits & kHeldByMade) {
+      const xrchandle<Node> brief(new Node(world_, 0, -id_));
+      brief->value = xany(static_cast<xobject*>(this));
     }
     if (habits & kBackwards) {
       while (!children.empty()) {
@@ -217,7 +222,7 @@ std::string LogOfGraph(unsigned seed) {
     int habits = 0;
     if (below(20) == 0) habits |= kRefuses;
     for (int habit : {kEarly, kBackwards, kHoldsItself, kVisits, kReassigns, kMakes,
-                      kHoldsItselfOnDelete, kAsked, kSettles, kScopes, kDeletesLate}) {
+                      kHoldsItselfOnDelete, kAsked, kSettles, kScopes, kDeletesLate, kHeldByMade}) {
       if (below(4) == 0) habits |= habit;
     }
     held.emplace_back(new Node(world, habits));
@@ -318,6 +323,18 @@ std::vector<Node*> Chain(Node::World& world, int length) {
   for (int i = 0; i < length; ++i) nodes.push_back(new Node(world));
   for (std::size_t i = 0; i + 1 < nodes.size(); ++i) nodes[i]->children.emplace_back(nodes[i + 1]);
   return nodes;
+}
+
+TEST(VelRelease, WhatADestructorMadeMayHoldTheDyingOne) {
+  for (int level : {0, 1, INT_MAX}) {
+    const FlattenAt here(level);
+    Node::World world;
+    auto* node = new Node(world, kHeldByMade);
+    node->children.emplace_back(new Node(world));
+    Drop(node);
+    EXPECT_EQ(world.log, "a0 o0 d0 a0 o0 d0 a1 o1 d1 ") << level;
+    EXPECT_EQ(world.alive, 0);
+  }
 }
 
 TEST(VelRelease, ChildrenComeBeforeLaterSiblings) {

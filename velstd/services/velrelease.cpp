@@ -98,6 +98,11 @@ int velReleaseScope::flattenLevel = 64;
 velReleaseScope::velReleaseScope() noexcept : outer(state.scope) { state.scope = this; }
 
 velReleaseScope::~velReleaseScope() {
+  carryOut();
+  if (items != inlineItems) std::free(items);
+}
+
+void velReleaseScope::carryOut() noexcept {
   state.scope = outer;
   for (std::size_t i = 0; i < count; ++i) {
     const Item& item = items[i];
@@ -107,7 +112,14 @@ velReleaseScope::~velReleaseScope() {
       free(item.object);
     }
   }
-  if (items != inlineItems) std::free(items);
+  count = 0;
+}
+
+void velReleaseScope::settle(xobject* p) noexcept {
+  velReleaseScope* scope = state.scope;
+  if (!scope || scope->caller != p) return;
+  scope->carryOut();
+  state.scope = scope;
 }
 
 bool velReleaseScope::push(Item item) noexcept {

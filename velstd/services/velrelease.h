@@ -51,6 +51,10 @@ class VELSTD_API velReleaseScope {
   /// wait; the call that a flattening loop is in does.
   static void free(xobject* p);
 
+  /// Carries out what the destructor of `p` has given up so far, if a flattening
+  /// loop runs it: something in the list still holds `p`, whose memory goes next.
+  static void settle(xobject* p) noexcept;
+
   /// Nesting up to which destruction is plain recursion. For tests.
   static int flattenLevel;
 
@@ -66,6 +70,7 @@ class VELSTD_API velReleaseScope {
 
   explicit velReleaseScope(xobject* object) noexcept : velReleaseScope() { caller = object; }
 
+  void carryOut() noexcept;
   bool push(Item item) noexcept;
   bool isCollecting() const noexcept;
   static Step run(Item item) noexcept;

@@ -32,7 +32,10 @@ bool IsObject(xobject* p) { return p && !velIsUninit(p); }
 
 }  // namespace
 
-xobject::~xobject() = default;
+xobject::~xobject() {
+  // What the destructor made and gave up again may hold this object and wait.
+  if (refcount.load(std::memory_order_relaxed) > 1) velReleaseScope::settle(this);
+}
 
 void* xobject::dyndowncast(const xrttiobject* target) {
   return target && target == getClassRtti() ? this : nullptr;
