@@ -2,7 +2,7 @@
 """Sees to it that every abort of the library is in a death test.
 
 Collects the message, source and line of each _korAbort call; where a function passes one of them
-on, its callers tell. A test names an abort when the three follow each other in its code, or message
+on, its callers tell, for a member of a class those in all files. A test names an abort when the three follow each other in its code, or message
 and line do in a table whose rows go to EXPECT_VEL_ABORT together with the source. Death tests that
 do not use EXPECT_VEL_ABORT are not seen: it alone compares the whole error stream and the signal.
 Usage: aborts_check.py ROOT [TEST_FILE...]
@@ -52,9 +52,9 @@ def is_literal(part):
     return re.fullmatch(rf"{STRING}|\d+", part) is not None
 
 
-def aborts_of(path):
+def aborts_of(path, sources):
     """(message, source, line) of each abort in a file."""
-    text = code(path)
+    text = sources[path]
     for at, parts in calls(text, "_korAbort"):
         if parts[0].startswith("const char*"):
             continue  # the declaration and the body
@@ -62,16 +62,17 @@ def aborts_of(path):
             yield tuple(parts)
             continue
         # The innermost function around it has the rest as parameters.
-        around = list(re.finditer(r"\b(\w+)\(([^()]*)\)\s*(?:const\s*)?\{", text[:at]))
+        around = list(re.finditer(r"\b((?:\w+::)?\w+)\(([^()]*)\)\s*(?:const\s*)?\{", text[:at]))
         if not around:
             sys.exit(f"{path}: cannot follow _korAbort({', '.join(parts)})")
         name = around[-1].group(1)
         names = [parameter.split()[-1].lstrip("*&") if parameter.strip() else ""
                  for parameter in around[-1].group(2).split(",")]
         found = False
-        for where, given in calls(text, name):
-            if around[-1].start() == where:
-                continue
+        callers = sources.values() if "::" in name else [text]
+        for _, given in (call for caller in callers for call in calls(caller, name)):
+            if [part.strip() for part in around[-1].group(2).split(",")] == given:
+                continue  # its own head
             passed = dict(zip(names, given))
             triple = tuple(passed.get(part, part) for part in parts)
             if not all(map(is_literal, triple)):
@@ -97,9 +98,9 @@ def is_tested(abort, texts):
 
 def main(root, files):
     root = pathlib.Path(root)
-    sources = [path for folder in FOLDERS for path in sorted((root / folder).rglob("*"))
-               if path.suffix in (".cpp", ".h")]
-    aborts = sorted({abort for path in sources for abort in aborts_of(path)})
+    sources = {path: code(path) for folder in FOLDERS
+               for path in sorted((root / folder).rglob("*")) if path.suffix in (".cpp", ".h")}
+    aborts = sorted({abort for path in sources for abort in aborts_of(path, sources)})
     tests = [pathlib.Path(file) for file in files] or sorted((root / "tests").glob("*_test.cpp"))
     texts = [code(path) for path in tests]
     missing = [abort for abort in aborts if not is_tested(abort, texts)]

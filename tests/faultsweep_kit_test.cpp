@@ -405,7 +405,8 @@ void FillText(Table& table) {
   });
   for (const int form : {0, 1, 2, 3}) {
     table.push_back({"korStrBuf::ResizeMB|korStrBuf::ResizeWC|korStrBuf::Produce|korStrBuf::AllocMB|"
-                     "korStrBuf::AllocWC|korStrBuf::Attach|korStrBuf::Release|korStrBuf::Commit (" +
+                     "korStrBuf::AllocWC|korStrBuf::Attach|korStrBuf::Release|korStrBuf::Commit|"
+                     "korStrBuf::CommitLength|korStrBuf::GetLength (" +
                          std::to_string(form) + ')',
                      [form](Trial& t) {
                        char* narrow = nullptr;
@@ -414,10 +415,13 @@ void FillText(Table& table) {
                                                     : korStrBuf::AllocMB(5, &narrow);
                        if (wide) std::memcpy(wide, L"text", 5 * sizeof(wchar_t));
                        if (narrow) std::memcpy(narrow, "text", 5);
-                       buffer->Commit();
+                       buffer->CommitLength(4);
                        const bool second = form > 1;
                        t.state([&] { return wide && form % 2 ? Show(xstring(wide)) : Show(narrow); });
                        t.run([&] {
+                         if (form % 2 ? buffer->GetLength(wide) : buffer->GetLength(narrow)) {
+                           buffer->Commit();
+                         }
                          if (second && form % 2) {
                            buffer = buffer->ResizeWC(500 * sizeof(wchar_t), &wide, 1);
                          } else if (second) {

@@ -468,9 +468,11 @@ void FillObjects(Table& table) {
   onObject("xdelete", [](xobject* o) { xdelete(o); });
   onObject("velhThrowRefCountable", [](xobject* o) { velhThrowRefCountable(o); });
   onObject("velReleaseScope::velReleaseScope|velReleaseScope::~velReleaseScope|"
-           "velReleaseScope::defer|velReleaseScope::destroy",
+           "velReleaseScope::defer|velReleaseScope::destroy|velReleaseScope::free|"
+           "velReleaseScope::settle",
            [](xobject* o) {
              const velReleaseScope scope;
+             velReleaseScope::settle(o);
              xrcattach(o);
              xrcrelease(o);
            });
