@@ -1,5 +1,7 @@
 #include "xrtti.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <limits>
 #include <unordered_set>
@@ -21,24 +23,68 @@ bool InRange(int index, int count) { return index >= 0 && index < count; }
 // Where a search goes from a type: to what is above it, past that, or nowhere.
 enum class Next { kAbove, kAside, kStop };
 
+// Types, most of the time so few that they need no memory: a question about a
+// type's ancestors can be answered when there is none.
+constexpr std::size_t kFewTypes = 64;
+
+class TypeSet {
+ public:
+  // False for one that is there already.
+  bool insert(xrttiobject* type) {
+    if (std::find(few, few + count, type) != few + count) return false;
+    if (count == kFewTypes) return more.insert(type).second;
+    few[count++] = type;
+    return true;
+  }
+
+ private:
+  xrttiobject* few[kFewTypes];
+  std::size_t count = 0;
+  std::unordered_set<xrttiobject*> more;
+};
+
+class TypeStack {
+ public:
+  bool isEmpty() const { return count == 0; }
+  void push(xrttiobject* type) {
+    if (count < kFewTypes) {
+      few[count++] = type;
+    } else {
+      more.push_back(type);
+    }
+  }
+  xrttiobject* pop() {
+    if (more.empty()) return few[--count];
+    xrttiobject* type = more.back();
+    more.pop_back();
+    return type;
+  }
+
+ private:
+  xrttiobject* few[kFewTypes];
+  std::size_t count = 0;
+  std::vector<xrttiobject*> more;  // while the few are all in use
+};
+
 /// Calls `visit` for `type` and then for what is above it: depth first, parents
 /// in order, each once. True when a visit stopped it. Stacked diamonds cost one
-/// visit each and cycles end; the stack is on the heap.
+/// visit each and cycles end; the stack never grows. Up to 64 ancestors need no
+/// memory; beyond, std::bad_alloc may come.
 template <class Visit>
 bool AnyAncestor(xrttiobject* type, Visit visit) {
   if (const Next next = visit(type); next != Next::kAbove) return next == Next::kStop;
   if (type->getNParents() <= 0) return false;
-  std::unordered_set<xrttiobject*> seen{type};
-  std::vector<xrttiobject*> pending;
+  TypeSet seen;
+  seen.insert(type);
+  TypeStack pending;
   const auto pushParents = [&](xrttiobject* child) {
     for (int i = child->getNParents() - 1; i >= 0; --i) {
-      if (xrttiobject* parent = child->getParent(i)) pending.push_back(parent);
+      if (xrttiobject* parent = child->getParent(i)) pending.push(parent);
     }
   };
   pushParents(type);
-  while (!pending.empty()) {
-    xrttiobject* current = pending.back();
-    pending.pop_back();
+  while (!pending.isEmpty()) {
+    xrttiobject* current = pending.pop();
     if (!seen.insert(current).second) continue;
     const Next next = visit(current);
     if (next == Next::kStop) return true;
