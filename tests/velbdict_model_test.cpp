@@ -358,6 +358,20 @@ const Regime& OrdinaryRegime() {
   return regime;
 }
 
+// Whether the dictionary has its private index; the pointer to it follows the
+// table, two counts and two thresholds.
+bool HasPrivateIndex(const xbasedictionary* core) {
+  struct Fields {
+    void* functions;
+    void* table;
+    unsigned numbers[4];
+    void* index;
+  } fields;
+  static_assert(sizeof fields <= sizeof(xbasedictionary), "the index comes fourth");
+  std::memcpy(&fields, static_cast<const void*>(core), sizeof fields);
+  return fields.index != nullptr;
+}
+
 // ---- the comparison ----
 
 template <class T>
@@ -536,18 +550,7 @@ class Duel {
     return true;
   }
 
-  // The pointer to it follows the table, two counts and two thresholds.
-  bool HasIndex() const {
-    struct Fields {
-      void* functions;
-      void* table;
-      unsigned numbers[4];
-      void* index;
-    } fields;
-    static_assert(sizeof fields <= sizeof(xbasedictionary), "the index comes fourth");
-    std::memcpy(&fields, static_cast<const void*>(dict->AsCore()), sizeof fields);
-    return fields.index != nullptr;
-  }
+  bool HasIndex() const { return HasPrivateIndex(dict->AsCore()); }
 
   std::mt19937 random;
   const Regime& regime;
@@ -635,6 +638,27 @@ TEST(VelbdictModelCrowded, SlotsAreEqualInAlmostFullTables) {
     DuelWithIndex<Core>("almost full of colliding keys",
                         {CollidingKeys(12), {most - 10, most}, true}, 20);
   }
+}
+
+TEST(VelbdictModelCrowded, TheIndexIsMadeInTimeAndGoesWithTheTable) {
+  const auto keys = CollidingKeys(10);
+  const xrchandle<Ints::Dict> dict = Ints::New();
+  for (int i = 0; i < 60; ++i) dict->set(keys[static_cast<std::size_t>(i)].c_str(), i);
+  EXPECT_FALSE(HasPrivateIndex(dict->AsCore())) << "64 probes an operation are free";
+  for (const std::string& key : keys) dict->set(key.c_str(), 1);
+  EXPECT_TRUE(HasPrivateIndex(dict->AsCore()));
+  dict->clearall();
+  EXPECT_FALSE(HasPrivateIndex(dict->AsCore()));
+  for (const std::string& word : Words()) dict->set(word.c_str(), 1);
+  EXPECT_FALSE(HasPrivateIndex(dict->AsCore())) << "ordinary keys pay nothing";
+  for (const std::string& key : keys) dict->set(key.c_str(), 1);
+  EXPECT_TRUE(HasPrivateIndex(dict->AsCore()));
+  // A removal that makes the table small ends the flood, too.
+  for (const std::string& key : keys) dict->remove(key.c_str());
+  for (const std::string& word : Words()) dict->remove(word.c_str());
+  EXPECT_EQ(dict->GetCount(), 0U);
+  EXPECT_EQ(dict->getmapsize(), 32);
+  EXPECT_FALSE(HasPrivateIndex(dict->AsCore()));
 }
 
 // ---- the model itself ----

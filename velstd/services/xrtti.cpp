@@ -85,7 +85,7 @@ bool AnyAncestor(xrttiobject* type, Visit visit) {
   pushParents(type);
   while (!pending.isEmpty()) {
     xrttiobject* current = pending.pop();
-    if (!seen.insert(current).second) continue;
+    if (!seen.insert(current)) continue;
     const Next next = visit(current);
     if (next == Next::kStop) return true;
     if (next == Next::kAbove) pushParents(current);
