@@ -268,6 +268,12 @@ class Trial {
   /// The step reports a failed read to its visitor and goes on, or it reports it
   /// as a velXNativeException: any result, but no other state.
   void mayReport() { reports = true; }
+  /// The step needs no memory: where it succeeds with it, it succeeds without. An
+  /// exception that it always throws is an object and may still be missing.
+  void neverFails() { never = true; }
+  /// With memory the step makes at least `count` allocations; else it is not the
+  /// step that the entry is about.
+  void allocates(long count) { least = count; }
 
   /// Runs a step of C++.
   template <class Step>
@@ -366,6 +372,7 @@ class Trial {
     if (!expected->known) {
       *expected = {true, outcome, before, after, describe(describeResult), seen};
       if (outcome == kNoMemory && plan.nth == 0) problems += "it does not succeed with memory\n";
+      if (seen < least) note("allocations", Show(static_cast<int>(seen)), "more");
     } else {
       compare(before, outcome, after);
       if (outcome == kNoMemory && after == before) again(tryOnce);
@@ -387,7 +394,8 @@ class Trial {
     }
     const bool reported = reports && outcome.find("velXNative") == std::string::npos &&
                           outcome.find("vellib::XNativeException") != std::string::npos;
-    if (outcome != kNoMemory && !reported) note("outcome", outcome, expected->outcome);
+    const bool mustSucceed = never && expected->outcome == "done";
+    if (mustSucceed || (outcome != kNoMemory && !reported)) note("outcome", outcome, expected->outcome);
     if (failures == 0) note("outcome without a failure", outcome, expected->outcome);
     if (after != expected->before && after != expected->after) {
       note("state after failure", after, expected->before);
@@ -421,6 +429,8 @@ class Trial {
   std::string errorResult;
   bool hasErrorResult = false;
   bool reports = false;
+  bool never = false;
+  long least = 0;
   long failures = 0;
 };
 
@@ -431,9 +441,18 @@ struct Operation {
   std::string name;
   std::function<void(Trial&)> body;
   bool cold = false;  // each trial in a process of its own, where nothing was called before
+  bool neverFails = false;
 };
 
 using Table = std::vector<Operation>;
+
+/// The entries that `add` adds are of operations that need no memory.
+template <class Add>
+void NeverFail(Table& table, Add add) {
+  const std::size_t first = table.size();
+  add();
+  for (std::size_t i = first; i < table.size(); ++i) table[i].neverFails = true;
+}
 
 /// The table of the program, defined in its source file.
 void fill(Table& table);
@@ -459,6 +478,7 @@ inline Finding RunTrial(const Operation& operation, Plan plan, Expected* expecte
   const long before = allocator.live;
   {
     Trial trial(plan, expected);
+    if (operation.neverFails) trial.neverFails();
     operation.body(trial);
     allocator.armed = false;
     found.reached = trial.reached();
@@ -516,13 +536,23 @@ inline Finding RunCold(const Operation& operation, Plan plan) {
 
 struct Totals {
   long operations = 0;
+  long neverFailing = 0;
   long faults = 0;
+  long most = 0;     // allocations of one operation
+  long sampled = 0;  // operations of which some allocations were left out
 };
+
+// An operation with up to so many allocations is swept whole. Of what is beyond,
+// the short form takes a sample.
+constexpr long kWhole = 400;
+constexpr long kSampleStep = 7;
+constexpr long kMost = 100000;
 
 /// Sweeps one operation; what is wrong, as text.
 inline std::string Sweep(const Operation& operation, Totals* totals) {
-  const long most = velShortOrLong(40L, 100000L);
+  const long stride = velShortOrLong(kSampleStep, 1L);
   ++totals->operations;
+  if (operation.neverFails) ++totals->neverFailing;
   std::string all;
   const auto keep = [&](const Plan& plan, const Finding& found) {
     if (found.reached) ++totals->faults;
@@ -535,13 +565,17 @@ inline std::string Sweep(const Operation& operation, Totals* totals) {
     keep(Plan(), RunTrial(operation, Plan(), &expected));
   }
   bool more = true;
-  for (long nth = 1; more && nth <= most; ++nth) {
+  long nth = 1;
+  for (; more && nth <= kMost; nth += nth < kWhole ? 1 : stride) {
     more = false;
     for (const Plan plan : {Plan{nth, false, false}, Plan{nth, true, false}, Plan{nth, true, true}}) {
       more |= keep(plan, operation.cold ? RunCold(operation, plan)
                                         : RunTrial(operation, plan, &expected));
     }
+    if (more) totals->most = std::max(totals->most, nth);
   }
+  if (more) all += "there are allocations beyond " + std::to_string(kMost) + '\n';
+  if (stride > 1 && nth > kWhole + stride) ++totals->sampled;
   return all;
 }
 
@@ -573,6 +607,9 @@ TEST(FaultSweep, EachOperationIsWholeOrDoneWhateverMemoryIsMissing) {
   std::cerr.rdbuf(errors);
   EXPECT_GT(totals.faults, 0);
   velFigure("memory", VELSWEEP_FAMILY ": operations swept", totals.operations);
+  velFigure("memory", VELSWEEP_FAMILY ": operations that need no memory", totals.neverFailing);
+  velFigure("memory", VELSWEEP_FAMILY ": operations swept by a sample", totals.sampled);
+  velFigure("memory", VELSWEEP_FAMILY ": last allocation that failed", totals.most);
   velFigure("memory", VELSWEEP_FAMILY ": faults injected", totals.faults);
 }
 

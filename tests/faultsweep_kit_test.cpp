@@ -16,6 +16,7 @@
 
 namespace {
 
+using velsweep::NeverFail;
 using velsweep::Show;
 using velsweep::Table;
 using velsweep::Trial;
@@ -75,10 +76,12 @@ void FillSet(Table& table, const std::string& name) {
   add(s + "korSet|" + base + "korSetBase|" + base + "Insert", [](Set& c) { return c.Insert(Pointer<T>(12)); });
   add(base + "Add", [](Set& c) { return c.Add(Pointer<T>(13)); });
   add(base + "Insert - there", [](Set& c) { return c.Insert(Pointer<T>(8)); });
-  add(base + "Remove", [](Set& c) { return c.Remove(Pointer<T>(8)); });
-  add(base + "RemoveAll", [](Set& c) { return c.RemoveAll(), 0; });
-  add(base + "Contains|" + base + "GetCount|" + base + "GetAt",
-      [](Set& c) { return c.Contains(Pointer<T>(8)) + Value(c.GetAt(0)); });
+  NeverFail(table, [&] {
+    add(base + "Remove", [](Set& c) { return c.Remove(Pointer<T>(8)); });
+    add(base + "RemoveAll", [](Set& c) { return c.RemoveAll(), 0; });
+    add(base + "Contains|" + base + "GetCount|" + base + "GetAt",
+        [](Set& c) { return c.Contains(Pointer<T>(8)) + Value(c.GetAt(0)); });
+  });
   add(base + "GetIter|" + base + "Iter::Iter|" + base + "Iter::Get|" + base +
           "Iter::Reproduce|korIterImpl::korIterImpl|korIterImpl::Finished|korIterImpl::Next|"
           "korIterImpl::Reset|korIterImpl::GetElement|korIterImpl::Reproduce",
@@ -115,15 +118,17 @@ void FillMap(Table& table, const std::string& name, const std::string& value, Ma
       [](Map& m) { return m.Insert("k011", Pointer<V>(5)); });
   add(base + "Add", [](Map& m) { return m.Add("k012", Pointer<V>(5)); });
   add(base + "Insert - there", [](Map& m) { return m.Insert("k01", Pointer<V>(5)); });
-  add(base + "Remove", [](Map& m) { return m.Remove("k01"); });
-  add(base + "RemoveAll", [](Map& m) { return m.RemoveAll(), 0; });
-  add(base + "Lookup|" + base + "Find|" + base + "Contains|" + base + "GetCount|" + base +
-          "GetKeyAt|" + base + "GetValueAt",
-      [](Map& m) {
-        V* found = nullptr;
-        m.Lookup("k01", &found);
-        return m.Find("k02", &found) + m.Contains("k03") + Value(found);
-      });
+  NeverFail(table, [&] {
+    add(base + "Remove", [](Map& m) { return m.Remove("k01"); });
+    add(base + "RemoveAll", [](Map& m) { return m.RemoveAll(), 0; });
+    add(base + "Lookup|" + base + "Find|" + base + "Contains|" + base + "GetCount|" + base +
+            "GetKeyAt|" + base + "GetValueAt",
+        [](Map& m) {
+          V* found = nullptr;
+          m.Lookup("k01", &found);
+          return m.Find("k02", &found) + m.Contains("k03") + Value(found);
+        });
+  });
   add(base + "GetIter|" + base + "Iter::Iter|" + base + "Iter::GetKey|" + base +
           "Iter::GetValue|" + base + "Iter::Reproduce|korMapIterImpl::korMapIterImpl|"
           "korMapIterImpl::Finished|korMapIterImpl::Next|korMapIterImpl::Reset|"
@@ -181,9 +186,11 @@ void FillArrays(Table& table) {
        },
        [](const Array& a) { return Elements(a); }, use);
   };
-  removing(x + "RemoveAt", [](Array& a) { return a.RemoveAt(0); });
-  removing(x + "Remove", [](Array& a) { return a.Remove(E(8)); });
-  removing(x + "RemoveAll", [](Array& a) { return a.RemoveAll(), 0; });
+  NeverFail(table, [&] {
+    removing(x + "RemoveAt", [](Array& a) { return a.RemoveAt(0); });
+    removing(x + "Remove", [](Array& a) { return a.Remove(E(8)); });
+    removing(x + "RemoveAll", [](Array& a) { return a.RemoveAll(), 0; });
+  });
   array("dsArray" + e + "GetIter|dsArrayIter" + e + "dsArrayIter|dsArrayIter" + e + "Reproduce|dsArrayIter" + e +
             "Get|dsArrayIter" + e + "Next|dsArrayIter" + e + "Reset|dsArrayIter" + e + "Finished|dsBaseIter" + e +
             "dsBaseIter|dsIter" + e + "dsIter",
@@ -211,10 +218,12 @@ void FillArrays(Table& table) {
       [](Set& s) { return s += E(12); });
   set(b + "Insert", [](Set& s) { return s.Insert(E(12)); });
   set(b + "Add", [](Set& s) { return s.Add(E(12)); });
-  set(b + "operator-=", [](Set& s) { return s -= E(8); });
-  set(b + "Remove", [](Set& s) { return s.Remove(E(8)); });
-  set(b + "RemoveByIndex", [](Set& s) { return s.RemoveByIndex(0); });
-  set(b + "RemoveAll", [](Set& s) { return s.RemoveAll(), 0; });
+  NeverFail(table, [&] {
+    set(b + "operator-=", [](Set& s) { return s -= E(8); });
+    set(b + "Remove", [](Set& s) { return s.Remove(E(8)); });
+    set(b + "RemoveByIndex", [](Set& s) { return s.RemoveByIndex(0); });
+    set(b + "RemoveAll", [](Set& s) { return s.RemoveAll(), 0; });
+  });
   set(b + "Contains|" + b + "FindIndex|" + b + "GetCount|" + b + "GetCapacity|" + b + "GetAt|" + b +
           "GetIter",
       [](Set& s) {
@@ -271,7 +280,9 @@ void FillArrays(Table& table) {
   raw("Fit|korRawArray::At|korRawArray::GetForce|korRawArray::SetForce|korRawArray::GetStep|"
       "korRawArray::GetCount|korRawArray::GetCapacity",
       [](korRawArray& a) { return a.Fit(8), a.GetForce() + a.GetStep(); });
-  raw("Clear|korRawArray::CloseGap", [](korRawArray& a) { return a.Clear(), 0; });
+  NeverFail(table, [&] {
+    raw("Clear|korRawArray::CloseGap", [](korRawArray& a) { return a.Clear(), 0; });
+  });
   const auto pointers = [&](const std::string& member, auto use) {
     On(table, "korXArrayImpl::" + member,
        [](int count) {
@@ -283,8 +294,10 @@ void FillArrays(Table& table) {
   };
   pointers("InsertAt|korXArrayImpl::korXArrayImpl",
            [](korXArrayImpl& a) { return a.InsertAt(0, Pointer<void>(4)); });
-  pointers("RemoveAt", [](korXArrayImpl& a) { return a.RemoveAt(0); });
-  pointers("RemoveAll", [](korXArrayImpl& a) { return a.RemoveAll(), 0; });
+  NeverFail(table, [&] {
+    pointers("RemoveAt", [](korXArrayImpl& a) { return a.RemoveAt(0); });
+    pointers("RemoveAll", [](korXArrayImpl& a) { return a.RemoveAll(), 0; });
+  });
   pointers("SetAt|korXArrayImpl::GetAt|korXArrayImpl::_Lookup|korXArrayImpl::GetCount|"
            "korXArrayImpl::GetCapacity",
            [](korXArrayImpl& a) {
@@ -314,8 +327,10 @@ void FillArrays(Table& table) {
             const std::uint64_t record = 99;
             return a.InsertAt(0, &record);
           });
-  records("RemoveAt", [](korClassXArrayImpl& a) { return a.RemoveAt(0); });
-  records("RemoveAll|korClassXArrayImpl::_Lookup", [](korClassXArrayImpl& a) { return a.RemoveAll(), 0; });
+  NeverFail(table, [&] {
+    records("RemoveAt", [](korClassXArrayImpl& a) { return a.RemoveAt(0); });
+    records("RemoveAll|korClassXArrayImpl::_Lookup", [](korClassXArrayImpl& a) { return a.RemoveAll(), 0; });
+  });
 }
 
 // ---- text ----
@@ -326,16 +341,18 @@ void FillText(Table& table) {
     delete[] Strnew__("text");
     delete[] StrneW(L"text");
   });
-  Step0(table, "korText|Strlen|Strbytes|Strcmp|mbsnbcnt|Cmp_Ptrs|Cmp_cStrings|IsThreadingEnabled", [] {
-    korText("text");
-    Strlen("text");
-    Strlen(L"text");
-    Strbytes("text");
-    Strcmp(L"a", L"b");
-    mbsnbcnt("text", 2);
-    Cmp_Ptrs(nullptr, nullptr);
-    Cmp_cStrings("a", "b");
-    IsThreadingEnabled();
+  NeverFail(table, [&] {
+    Step0(table, "korText|Strlen|Strbytes|Strcmp|mbsnbcnt|Cmp_Ptrs|Cmp_cStrings|IsThreadingEnabled", [] {
+      korText("text");
+      Strlen("text");
+      Strlen(L"text");
+      Strbytes("text");
+      Strcmp(L"a", L"b");
+      mbsnbcnt("text", 2);
+      Cmp_Ptrs(nullptr, nullptr);
+      Cmp_cStrings("a", "b");
+      IsThreadingEnabled();
+    });
   });
   Step0(table, "korStringFind|korWStringFind|korStringSubstitute|korWStringSubstitute|"
         "korStringGetWord|korWStringGetWord|korStringGetNWords|korWStringGetNWords|"
@@ -398,10 +415,12 @@ void FillText(Table& table) {
     korFree(moved ? moved : block);
     if (!moved) throw std::bad_alloc();
   });
-  Step0(table, "thrMutex::Lock|thrMutex::Unlock|thrMutex::thrMutex|korSetThreading", [] {
-    thrMutex mutex(thrMutexRecursive);
-    mutex.Lock();
-    mutex.Unlock();
+  NeverFail(table, [&] {
+    Step0(table, "thrMutex::Lock|thrMutex::Unlock|thrMutex::thrMutex|korSetThreading", [] {
+      thrMutex mutex(thrMutexRecursive);
+      mutex.Lock();
+      mutex.Unlock();
+    });
   });
   for (const int form : {0, 1, 2, 3}) {
     table.push_back({"korStrBuf::ResizeMB|korStrBuf::ResizeWC|korStrBuf::Produce|korStrBuf::AllocMB|"
@@ -524,18 +543,20 @@ void FillCores(Table& table) {
              [](Dictionary& d, const xstring& v) { d.BaseSet("key", &v, slot, at); }, true);
   dictionary("BaseSet - over",
              [](Dictionary& d, const xstring& v) { d.BaseSet("key 1", &v, slot, at); }, true);
-  dictionary("BaseRemove|xbasedictionary::FindIndex",
-             [](Dictionary& d, const xstring&) { d.BaseRemove("key 1", slot, at); }, true);
-  dictionary("BaseRemoveByIndex",
-             [](Dictionary& d, const xstring&) {
-               for (unsigned i = 0; i < d.GetTableSize(); ++i) {
-                 if (d.BaseRemoveByIndex(i, slot, at)) break;
-               }
-             },
-             true);
-  dictionary("BaseClearAll|xbasedictionary::BaseFreeAllKeys|xbasedictionary::GetDataPtr|"
-             "xbasedictionary::GetTableSize|xbasedictionary::GetCount|xbdictHashMain|xbdictHashCollision",
-             [](Dictionary& d, const xstring&) { d.BaseClearAll(slot); });
+  NeverFail(table, [&] {
+    dictionary("BaseRemove|xbasedictionary::FindIndex",
+               [](Dictionary& d, const xstring&) { d.BaseRemove("key 1", slot, at); }, true);
+    dictionary("BaseRemoveByIndex",
+               [](Dictionary& d, const xstring&) {
+                 for (unsigned i = 0; i < d.GetTableSize(); ++i) {
+                   if (d.BaseRemoveByIndex(i, slot, at)) break;
+                 }
+               },
+               true);
+    dictionary("BaseClearAll|xbasedictionary::BaseFreeAllKeys|xbasedictionary::GetDataPtr|"
+               "xbasedictionary::GetTableSize|xbasedictionary::GetCount|xbdictHashMain|xbdictHashCollision",
+               [](Dictionary& d, const xstring&) { d.BaseClearAll(slot); });
+  });
   dictionary("BaseFind|xbasedictionary::BaseGetByIndex", [](Dictionary& d, const xstring&) {
     xstring found;
     d.BaseFind("key 1", &found, slot, at);
@@ -605,9 +626,11 @@ void FillCores(Table& table) {
     std::memset(static_cast<char*>(s.GetPtr()) + end, 'b', 70);
   });
   sequence("BaseCopy", [](Sequence& s) { s.BaseCopy(s.GetByteSize(), 10, more); });
-  sequence("BaseRemove", [](Sequence& s) { s.BaseRemove(0, 150); }, true);
-  sequence("BaseClear|xbasesequence::GetByteSize|xbasesequence::GetCapacity|xbasesequence::GetPtr",
-           [](Sequence& s) { s.BaseClear(); }, true);
+  NeverFail(table, [&] {
+    sequence("BaseRemove", [](Sequence& s) { s.BaseRemove(0, 150); }, true);
+    sequence("BaseClear|xbasesequence::GetByteSize|xbasesequence::GetCapacity|xbasesequence::GetPtr",
+             [](Sequence& s) { s.BaseClear(); }, true);
+  });
   // It empties first, as it says, and then provides the room.
   table.push_back({"xbasesequence::BaseAllocate", [](Trial& t) {
                      Sequence s;

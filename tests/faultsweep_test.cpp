@@ -7,6 +7,7 @@
 
 namespace {
 
+using velsweep::NeverFail;
 using velsweep::Show;
 using velsweep::ShowDictionary;
 using velsweep::ShowSequence;
@@ -142,8 +143,10 @@ void FillStrings(Table& table) {
        [](xstring& s) { return Strlen(s.CastToCString()); });
   Asks(table, "xstring::CastToCWString|xstring::operator wchar_t const*",
        [](xstring& s) { return Strlen(s.CastToCWString()); });
-  Asks(table, "xstring::IsNull|xstring::IsEmpty|xstring::getxstring_c_unattached",
-       [](xstring& s) { return s.IsNull() + 2 * s.IsEmpty(); });
+  NeverFail(table, [&] {
+    Asks(table, "xstring::IsNull|xstring::IsEmpty|xstring::getxstring_c_unattached",
+         [](xstring& s) { return s.IsNull() + 2 * s.IsEmpty(); });
+  });
   Asks(table, "xstring::GetLength", [](xstring& s) { return s.GetLength(); });
   Asks(table, "xstring::GetMBSize", [](xstring& s) { return s.GetMBSize(); });
   Asks(table, "xstring::ToInt", [](xstring& s) {
@@ -308,20 +311,24 @@ void FillVariants(Table& table) {
   OnVariants(table, "xany::operator==", [](xany& v) {
     return xany(static_cast<int>((v == xany("a text")) + 2 * (v == "a text") + 4 * (v == 7)));
   });
-  OnVariants(table, "xany::getRtti|xany::getkind|xany::isint|xany::isbool|xany::isreal|xany::isstring|"
-             "xany::isenum|xany::isobject|xany::isnil|xany::isuninit|velToInt",
-             [](xany& v) { return xany(v.getRtti() != nullptr && v.isint() + v.isobject()); });
+  NeverFail(table, [&] {
+    OnVariants(table, "xany::getRtti|xany::getkind|xany::isint|xany::isbool|xany::isreal|xany::isstring|"
+               "xany::isenum|xany::isobject|xany::isnil|xany::isuninit|velToInt",
+               [](xany& v) { return xany(v.getRtti() != nullptr && v.isint() + v.isobject()); });
+  });
   OnVariants(table, "xany::getVelTypeName", [](xany& v) { return xany(v.getVelTypeName()); });
   OnVariants(table, "xany::softvalidate",
              [](xany& v) { return xany(v.softvalidate(velGetRtti_string(), 1)); });
   OnVariants(table, "xany::validate", [](xany& v) { return v.validate(velGetRtti_int(), 1), v; });
   OnVariants(table, "xany::toString", [](xany& v) { return xany(v.toString()); });
   OnVariant(table, "xany::toString - long", 9, [](xany& v) { return xany(v.toString()); });
-  OnVariant(table, "xany::operator int", xanyInt, [](xany& v) { return xany(v.operator int()); });
-  OnVariant(table, "xany::operator unsigned char", xanyBool,
-            [](xany& v) { return xany(v.operator unsigned char()); });
-  OnVariant(table, "xany::operator double", xanyReal,
-            [](xany& v) { return xany(v.operator double()); });
+  NeverFail(table, [&] {
+    OnVariant(table, "xany::operator int", xanyInt, [](xany& v) { return xany(v.operator int()); });
+    OnVariant(table, "xany::operator unsigned char", xanyBool,
+              [](xany& v) { return xany(v.operator unsigned char()); });
+    OnVariant(table, "xany::operator double", xanyReal,
+              [](xany& v) { return xany(v.operator double()); });
+  });
   for (const int kind : {static_cast<int>(xanyUninit), static_cast<int>(xanyString), 8}) {
     OnVariant(table, "xany::operator xstring", kind,
               [](xany& v) { return xany(v.operator xstring()); });
@@ -433,30 +440,34 @@ void FillObjects(Table& table) {
                        t.run([&] { use(object.operator->()); });
                      }});
   };
-  onObject("xrcattach|xrcrelease|xrcgetcount|xrcuniattach|xrcunirelease|velReassign|velAsObject",
-           [](xobject* o) {
-             xrcattach(o);
-             xrcuniattach(o);
-             velReassign(o);
-             if (xrcgetcount(o) != 3) std::abort();
-             xrcunirelease(o);
-             xrcrelease(o);
-           });
+  NeverFail(table, [&] {
+    onObject("xrcattach|xrcrelease|xrcgetcount|xrcuniattach|xrcunirelease|velReassign|velAsObject",
+             [](xobject* o) {
+               xrcattach(o);
+               xrcuniattach(o);
+               velReassign(o);
+               if (xrcgetcount(o) != 3) std::abort();
+               xrcunirelease(o);
+               xrcrelease(o);
+             });
+  });
   onObject("xobject::getVelTypeName", [](xobject* o) { o->getVelTypeName(); });
-  onObject("xobject::isKindOf|xobject::isSameAs|xobject::isRefCountable|xobject::getRtti|"
-           "xobject::isDeletable|xobject::onDelete|xobject::dyndowncast_i|xobject::xobject|"
-           "xobject::operator=|XobjectMutexAllocator::XobjectMutexAllocator",
-           [](xobject* o) {
-             o->isKindOf(velGetRtti_object());
-             o->isSameAs(velGetRtti_object());
-             o->isDeletable();
-             o->onDelete();
-             const xobject copy(*o);
-             xobject other;
-             other = copy;
-             o->dyndowncast_i(nullptr);
-             const XobjectMutexAllocator again;
-           });
+  NeverFail(table, [&] {
+    onObject("xobject::isKindOf|xobject::isSameAs|xobject::isRefCountable|xobject::getRtti|"
+             "xobject::isDeletable|xobject::onDelete|xobject::dyndowncast_i|xobject::xobject|"
+             "xobject::operator=|XobjectMutexAllocator::XobjectMutexAllocator",
+             [](xobject* o) {
+               o->isKindOf(velGetRtti_object());
+               o->isSameAs(velGetRtti_object());
+               o->isDeletable();
+               o->onDelete();
+               const xobject copy(*o);
+               xobject other;
+               other = copy;
+               o->dyndowncast_i(nullptr);
+               const XobjectMutexAllocator again;
+             });
+  });
   onObject("xobject::dyndowncast|velSoftcast|velIsClass|velDyndowncast", [](xobject* o) {
     o->dyndowncast(xobject::getClassRtti());
     xobject plain;
@@ -467,15 +478,17 @@ void FillObjects(Table& table) {
   onObject("velThrowTypeMismatch", [](xobject* o) { velCast<xintsequence>(o); });
   onObject("xdelete", [](xobject* o) { xdelete(o); });
   onObject("velhThrowRefCountable", [](xobject* o) { velhThrowRefCountable(o); });
-  onObject("velReleaseScope::velReleaseScope|velReleaseScope::~velReleaseScope|"
-           "velReleaseScope::defer|velReleaseScope::destroy|velReleaseScope::free|"
-           "velReleaseScope::settle",
-           [](xobject* o) {
-             const velReleaseScope scope;
-             velReleaseScope::settle(o);
-             xrcattach(o);
-             xrcrelease(o);
-           });
+  NeverFail(table, [&] {
+    onObject("velReleaseScope::velReleaseScope|velReleaseScope::~velReleaseScope|"
+             "velReleaseScope::defer|velReleaseScope::destroy|velReleaseScope::free|"
+             "velReleaseScope::settle",
+             [](xobject* o) {
+               const velReleaseScope scope;
+               velReleaseScope::settle(o);
+               xrcattach(o);
+               xrcrelease(o);
+             });
+  });
   // Destruction of deep and broad values needs no memory: it is the engine that
   // gives them up, last of all.
   table.push_back({"xrcrelease (a deep value)", [](Trial& t) {
@@ -570,9 +583,13 @@ class SequenceTable {
           C::cast(&s);
           return C::softcast(&s) && s.dyndowncast(C::getClassRtti());
         });
-    add(base + "getarraysize", [](C& s, const T&) { return s.getarraysize(); });
-    add(base + "get", [](C& s, const T&) { return s.get(0); });
-    add(base + "get - below", [](C& s, const T&) { return s.get(-1); });
+    NeverFail(table, [&] {
+      add(base + "getarraysize", [](C& s, const T&) { return s.getarraysize(); });
+    });
+    NeverFail(table, [&] {
+      add(base + "get", [](C& s, const T&) { return s.get(0); });
+      add(base + "get - below", [](C& s, const T&) { return s.get(-1); });
+    });
     add(base + "operator[]", [](C& s, const T&) { return s[2]; });
     add(base + "append", [](C& s, const T& v) { return s.append(v), 0; });
     add(base + "set", [](C& s, const T& v) { return s.set(1, v), 0; });
@@ -580,8 +597,10 @@ class SequenceTable {
     add(base + "insert", [](C& s, const T& v) { return s.insert(1, v), 0; });
     add(base + "insert - far", [](C& s, const T& v) { return s.insert(300, v), 0; });
     add(base + "insertseq", [](C& s, const T&) { return s.insertseq(1, s), 0; });
-    add(base + "removerange", [](C& s, const T&) { return s.removerange(1, 2), 0; });
-    add(base + "clear", [](C& s, const T&) { return s.clear(), 0; });
+    NeverFail(table, [&] {
+      add(base + "removerange", [](C& s, const T&) { return s.removerange(1, 2), 0; });
+      add(base + "clear", [](C& s, const T&) { return s.clear(), 0; });
+    });
     if constexpr (std::is_class<T>::value) {
       add(storage + "operator+=", [](C& s, const T& v) { return s += v, 0; });
     }
@@ -656,27 +675,35 @@ class DictionaryTable {
           C::cast(&d);
           return C::softcast(&d) && d.dyndowncast(C::getClassRtti());
         });
-    add(base + "getmapsize|" + base + "getcount",
-        [](C& d, const T&) { return d.getmapsize() + d.getcount(); });
-    add(base + "find", [](C& d, const T&) {
-      T found{};
-      return d.find("key 1", &found) ? xany(found) : xany();
+    NeverFail(table, [&] {
+      add(base + "getmapsize|" + base + "getcount",
+          [](C& d, const T&) { return d.getmapsize() + d.getcount(); });
     });
-    add(base + "find - null", [](C& d, const T&) { return d.find(nullptr, nullptr); });
+    NeverFail(table, [&] {
+      add(base + "find", [](C& d, const T&) {
+        T found{};
+        return d.find("key 1", &found) ? xany(found) : xany();
+      });
+      add(base + "find - null", [](C& d, const T&) { return d.find(nullptr, nullptr); });
+    });
     add(base + "set|" + storage + "Destroy", [](C& d, const T& v) { return d.set("key", v), 0; });
     add(base + "set - over", [](C& d, const T& v) { return d.set("key 1", v), 0; });
-    add(base + "getbyindex", [](C& d, const T&) {
-      T found{};
-      return d.getbyindex(used(d), &found) ? xany(found) : xany();
+    NeverFail(table, [&] {
+      add(base + "getbyindex", [](C& d, const T&) {
+        T found{};
+        return d.getbyindex(used(d), &found) ? xany(found) : xany();
+      });
     });
     add(base + "getkeybyindex", [](C& d, const T&) {
       xstring key;
       return d.getkeybyindex(used(d), &key) ? xany(key) : xany();
     });
     add(base + "setbyindex", [](C& d, const T& v) { return d.setbyindex(used(d), v); });
-    add(base + "remove", [](C& d, const T&) { return d.remove("key 2"); }, true);
-    add(base + "removebyindex", [](C& d, const T&) { return d.removebyindex(used(d)); }, true);
-    add(base + "clearall|" + storage + "Destroy", [](C& d, const T&) { return d.clearall(), 0; });
+    NeverFail(table, [&] {
+      add(base + "remove", [](C& d, const T&) { return d.remove("key 2"); }, true);
+      add(base + "removebyindex", [](C& d, const T&) { return d.removebyindex(used(d)); }, true);
+      add(base + "clearall|" + storage + "Destroy", [](C& d, const T&) { return d.clearall(), 0; });
+    });
     add("xrttidictionary::getSize|xrttidictionary::findElemValue|"
         "xrttidictionary::getElemKeyByIdx|xrttidictionary::getElemValueByIdx",
         [](C& d, const T&) {
@@ -695,6 +722,147 @@ class DictionaryTable {
   std::string own, base, storage;
 };
 
+// ---- dictionaries whose keys collide ----
+
+constexpr int kColliding = 1024;
+
+// Any two blocks have the same hash, and so have all keys made of ten.
+const std::string& CollidingKey(int n) {
+  static const std::vector<std::string> keys = [] {
+    std::vector<std::string> all;
+    for (int i = 0; i < kColliding; ++i) {
+      std::string key;
+      for (int bit = 0; bit < 10; ++bit) key += i >> bit & 1 ? "Aa" : "BB";
+      all.push_back(key);
+    }
+    return all;
+  }();
+  return keys[static_cast<std::size_t>(n)];
+}
+
+/// The dictionary has `plain` ordinary entries and `colliding` that collide, so that
+/// the private index comes in, or is about to. What the index lacks memory for goes
+/// without it, and the slots stay the same.
+template <class C, class T>
+class CollidingTable {
+ public:
+  CollidingTable(Table& to, const char* className)
+      : table(to), name(std::string(className) + " - colliding keys, ") {
+    fill();
+  }
+
+ private:
+  static constexpr int kPlain = 880;
+  static constexpr int kGone = 40;
+
+  static xrchandle<C> filled(int plain, int colliding) {
+    xrchandle<C> made = C::create();
+    for (int i = 0; i < plain; ++i) made->set(xstring::Printf("key %d", i), Kind<T>::value(i));
+    for (int i = 0; i < colliding; ++i) made->set(CollidingKey(i).c_str(), Kind<T>::value(1));
+    return made;
+  }
+  static xrchandle<C> withTombstones() {
+    const xrchandle<C> made = filled(0, 1000);
+    for (int i = 0; i < kGone; ++i) made->remove(CollidingKey(i * 20).c_str());
+    return made;
+  }
+
+  template <class Make, class Use>
+  void add(const std::string& what, long least, Make make, Use use, bool shrinks = false) {
+    table.push_back({name + what, [=](Trial& t) {
+                       const xrchandle<C> dictionary = make();
+                       const T value = Kind<T>::value(50);
+                       int seen = 0;
+                       t.allocates(least);
+                       t.state([&] {
+                         return ShowDictionary<C, T>(dictionary.operator->(), !shrinks);
+                       });
+                       t.result([&] { return Show(seen); });
+                       t.run([&] { seen = use(*dictionary, value); });
+                     }});
+  }
+
+  void fill() {
+    const auto set = [](int n) {
+      return [n](C& d, const T& v) { return d.set(CollidingKey(n).c_str(), v), 0; };
+    };
+    add("set over tombstones", 1, withTombstones, set(1001));
+    add("overwrite", 0, withTombstones, set(999));
+    NeverFail(table, [&] {
+      add("find", 0, withTombstones, [](C& d, const T&) {
+        T found{};
+        return d.find(CollidingKey(999).c_str(), &found) + d.find(CollidingKey(0).c_str(), &found);
+      });
+      add("remove", 0, withTombstones,
+          [](C& d, const T&) { return Show(d.remove(CollidingKey(999).c_str())) == "true"; });
+      // The first removals that find no index make one.
+      const int made = firstMoments().at(0);
+      add("remove that makes the index", 2, [made] { return filled(kPlain, made); },
+          [made](C& d, const T&) {
+            int absent = 0;
+            for (int i = 0; i < 200; ++i) absent += !d.remove(CollidingKey(made + 1).c_str());
+            return absent;
+          });
+      const int left = lastBeforeShrinking();
+      add("remove that shrinks the table", 3, [left] { return shrunkTo(left); },
+          [left](C& d, const T&) { return d.remove(CollidingKey(left - 1).c_str()) ? 1 : 0; }, true);
+    });
+    // A set that takes more than its key: for the index, and later for its sets of
+    // places.
+    for (const int count : firstMoments()) {
+      add("set number " + std::to_string(count) + " that the index takes memory in", 2,
+          [count] { return filled(kPlain, count); }, set(count));
+    }
+    const int full = lastBeforeGrowing();
+    add("set that grows the table", 4, [full] { return filled(0, full); }, set(full));
+  }
+
+  static xrchandle<C> shrunkTo(int left) {
+    const xrchandle<C> made = filled(0, kColliding);
+    for (int i = kColliding - 1; i >= left; --i) made->remove(CollidingKey(i).c_str());
+    return made;
+  }
+
+  // The numbers of colliding keys at which one more takes memory for the index.
+  static std::vector<int> firstMoments() {
+    std::vector<int> moments;
+    const xrchandle<C> made = filled(kPlain, 1);
+    for (int i = 1; i < 500; ++i) {
+      const T value = Kind<T>::value(1);
+      const int size = made->getmapsize();
+      const long before = velsweep::allocator.live;
+      made->set(CollidingKey(i).c_str(), value);
+      if (velsweep::allocator.live - before > 1 && made->getmapsize() == size) moments.push_back(i);
+    }
+    // The index, a circle of it and the empty places.
+    if (moments.size() < 2) std::abort();
+    return moments;
+  }
+  static int lastBeforeGrowing() {
+    const xrchandle<C> made = C::create();
+    int last = 0;
+    for (int i = 0; i < kColliding; ++i) {
+      const int size = made->getmapsize();
+      made->set(CollidingKey(i).c_str(), Kind<T>::value(1));
+      if (made->getmapsize() != size) last = i;
+    }
+    return last;
+  }
+  // The number of entries of which one removal more makes the table smaller.
+  static int lastBeforeShrinking() {
+    const xrchandle<C> made = filled(0, kColliding);
+    const int size = made->getmapsize();
+    for (int left = kColliding; left > 0; --left) {
+      made->remove(CollidingKey(left - 1).c_str());
+      if (made->getmapsize() != size) return left;
+    }
+    std::abort();
+  }
+
+  Table& table;
+  std::string name;
+};
+
 }  // namespace
 
 void velsweep::fill(Table& table) {
@@ -711,4 +879,6 @@ void velsweep::fill(Table& table) {
   DictionaryTable<xrealdictionary, double>(table, "xrealdictionary", "xtsdictionary");
   DictionaryTable<xstringdictionary, xstring>(table, "xstringdictionary", "xtcdictionary");
   DictionaryTable<xanydictionary, xany>(table, "xanydictionary", "xtcdictionary");
+  CollidingTable<xintdictionary, int>(table, "xtbdictionary<int>::set");
+  CollidingTable<xstringdictionary, xstring>(table, "xtbdictionary<xstring>::set");
 }
