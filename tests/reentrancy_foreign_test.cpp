@@ -13,10 +13,8 @@ namespace {
 
 int cases = 0;
 
-class Figures : public ::testing::Environment {
-  void TearDown() override { velFigure("re-entrancy", "cases elsewhere", cases); }
-};
-const auto* const figures = ::testing::AddGlobalTestEnvironment(new Figures);
+const auto* const counted =
+    ::testing::AddGlobalTestEnvironment(new VelCases("cases elsewhere", cases, 2900));
 
 template <class Target>
 struct Action {
@@ -562,6 +560,64 @@ TEST(ReentrancyListener, EachMayChangeWhoListensAndDispatchAgain) {
       EXPECT_EQ(Listener::calls, calledFrom(0)) << actor << '/' << action;
     }
   }
+}
+
+// Whose collection an error is about: the first listener uses it, a later one sees
+// what the first has made of it.
+template <class Real, class Model, class Actions>
+void ListenerTable(const Actions& actions) {
+  enum { kObject, kContextObject, kBoth, kInTheException, kWays };
+  for (const auto& action : actions) {
+    for (int way = 0; way < kWays; ++way) {
+      SCOPED_TRACE(std::string(action.name) + " / " + std::to_string(way));
+      ++cases;
+      {
+        Real real;
+        Model model;
+        Fill(real, model);
+        std::string order;
+        // As members of one object, at ascending addresses.
+        struct {
+          VelListener acting;
+          VelListener looking;
+        } listeners = {
+            VelListener([&](xthrowable*, xobject*, xobject*) {
+              order += "acts ";
+              action.run(real);
+              action.run(model);
+            }),
+            VelListener([&](xthrowable* exception, xobject* object, xobject* context) {
+              order += "looks ";
+              EXPECT_EQ(exception != nullptr, way == kInTheException);
+              EXPECT_EQ(object, way == kObject || way == kBoth ? real.object : nullptr);
+              EXPECT_EQ(context, way == kContextObject || way == kBoth ? real.object : nullptr);
+              // The report keeps it, whoever else has let it go.
+              auto& still = dynamic_cast<decltype(*real.main.operator->())&>(*real.object);
+              EXPECT_EQ(still.fault(), "");
+              EXPECT_EQ(Real::contents(still), ContentsOf(model));
+            })};
+        {
+          xrchandle<xthrowable> exception;
+          if (way == kInTheException) {
+            exception = velCaught([&] { velXTypeMismatch::Throw("type", xany(real.object)); });
+          }
+          xobject* const object = way == kObject || way == kBoth ? real.object : nullptr;
+          xobject* const context = way == kContextObject || way == kBoth ? real.object : nullptr;
+          EXPECT_EQ(xerrhandler::dispatch("context", exception, object, context), xerhNotHandled);
+        }
+        EXPECT_EQ(order, "acts looks ");
+        CheckAtRest(real, model);
+      }
+      CheckNothingLeft<Real>();
+    }
+  }
+}
+
+TEST(ReentrancyListener, MayUseTheCollectionThatAnErrorIsAbout) {
+  ListenerTable<VelAnyItems, VelItemsModel>(kItemsActions);
+  ListenerTable<VelCellItems, VelItemsModel>(kItemsActions);
+  ListenerTable<VelAnyEntries, VelEntriesModel>(kEntriesActions);
+  ListenerTable<VelCellEntries, VelEntriesModel>(kEntriesActions);
 }
 
 // ---- deserialization ----

@@ -12,10 +12,8 @@ namespace {
 
 int cases = 0;
 
-class Figures : public ::testing::Environment {
-  void TearDown() override { velFigure("re-entrancy", "cases in collections", cases); }
-};
-const auto* const figures = ::testing::AddGlobalTestEnvironment(new Figures);
+const auto* const counted =
+    ::testing::AddGlobalTestEnvironment(new VelCases("cases in collections", cases, 6000));
 
 template <class Target>
 struct Step {
@@ -183,12 +181,17 @@ void UseOn(Real& real, VelEntriesModel& model) {
   }
 }
 
+// Whether what dies acts by itself, or reports the collection as an object in error
+// and a listener acts.
+enum class Through { itself, listener };
+
 // Runs `operation` with probes that do `action` at `place`, here and in the model:
 // first the operation, then the action.
 template <class Real, class Model, class Target>
-void RunCase(const Step<Target>& operation, VelPlace place, const Step<Target>& action) {
+void RunCase(const Step<Target>& operation, VelPlace place, const Step<Target>& action,
+             Through through) {
   SCOPED_TRACE(std::string(operation.name) + " / " + kPlaces[static_cast<int>(place)] + " / " +
-               action.name);
+               action.name + (through == Through::listener ? " / listener" : ""));
   ++cases;
   {
     Real real;
@@ -198,7 +201,14 @@ void RunCase(const Step<Target>& operation, VelPlace place, const Step<Target>& 
       operation.prepare(real);
       operation.prepare(model);
     }
-    velForeign.start(place, [&] { action.run(real); });
+    const VelListener listener([&](xthrowable*, xobject* object, xobject*) {
+      EXPECT_EQ(object, real.object);
+      action.run(real);
+    });
+    velForeign.start(place, [&] {
+      if (through == Through::itself) return action.run(real);
+      EXPECT_EQ(xerrhandler::dispatch("context", 0, real.object, 0), xerhNotHandled);
+    });
     operation.run(real);
     EXPECT_EQ(velForeign.stop(), 1) << "the probe was not met";
     operation.run(model);
@@ -229,7 +239,19 @@ void RunTable(const std::vector<Step<Target>>& operations,
               const std::vector<Step<Target>>& actions) {
   for (const Step<Target>& operation : operations) {
     for (const VelPlace place : kDeathbed) {
-      for (const Step<Target>& action : actions) RunCase<Real, Model>(operation, place, action);
+      for (const Step<Target>& action : actions) {
+        RunCase<Real, Model>(operation, place, action, Through::itself);
+      }
+    }
+  }
+}
+
+template <class Real, class Model, class Target>
+void RunListenerTable(const std::vector<Step<Target>>& operations,
+                      const std::vector<Step<Target>>& actions) {
+  for (const Step<Target>& operation : operations) {
+    for (const Step<Target>& action : actions) {
+      RunCase<Real, Model>(operation, VelPlace::onDelete, action, Through::listener);
     }
   }
 }
@@ -311,6 +333,18 @@ TEST(Reentrancy, WhatDiesInADictionaryOfVariantsMayUseIt) {
 
 TEST(Reentrancy, WhatDiesInADictionaryOfAUsersClassMayUseIt) {
   RunTable<VelCellEntries, VelEntriesModel>(RemovingEntries(), EntriesActions());
+}
+
+// ---- errors that are reported by what dies ----
+
+TEST(Reentrancy, ListenerMayUseTheSequenceThatTheReporterDiesIn) {
+  RunListenerTable<VelAnyItems, VelItemsModel>(RemovingItems(), ItemsActions());
+  RunListenerTable<VelCellItems, VelItemsModel>(RemovingItems(), ItemsActions());
+}
+
+TEST(Reentrancy, ListenerMayUseTheDictionaryThatTheReporterDiesIn) {
+  RunListenerTable<VelAnyEntries, VelEntriesModel>(RemovingEntries(), EntriesActions());
+  RunListenerTable<VelCellEntries, VelEntriesModel>(RemovingEntries(), EntriesActions());
 }
 
 // ---- in the middle: what counts for itself may look ----

@@ -19,6 +19,7 @@
 #include "velstd.h"
 #include "velstd_c.h"
 #include "veltest.h"
+#include "veltest_long.h"
 
 /// Where foreign code runs.
 enum class VelPlace { never, asked, refusing, onDelete, destructor, attach, release, getter };
@@ -125,6 +126,45 @@ class VelCountingProbe : public VelProbe {
       delete this;
     }
   }
+};
+
+/// Listens to the error handler as long as it lives, and claims nothing.
+class VelListener final : public xerrlistener {
+ public:
+  using Action = std::function<void(xthrowable*, xobject* object, xobject* contextObject)>;
+
+  explicit VelListener(Action what) : action_(std::move(what)) { xerrhandler::addlistener(this); }
+  ~VelListener() { xerrhandler::removelistener(this); }
+  VelListener(const VelListener&) = delete;
+  VelListener& operator=(const VelListener&) = delete;
+
+  xerhstatus notify(const char*, xrcunihandle<xthrowable> exception, xrcunihandle<xobject> object,
+                    xrcunihandle<xobject> contextObject) override {
+    action_(exception, object, contextObject);
+    return xerhNotHandled;
+  }
+
+ private:
+  Action action_;
+};
+
+/// Counts the cases of a program. One that ran as a whole must have reached
+/// `atLeast`, so that a table that comes apart does not pass unnoticed.
+class VelCases : public ::testing::Environment {
+ public:
+  VelCases(const char* what, const int& count, int atLeast)
+      : what_(what), count_(count), atLeast_(atLeast) {}
+
+ private:
+  void TearDown() override {
+    velFigure("re-entrancy", what_, count_);
+    const ::testing::UnitTest& program = *::testing::UnitTest::GetInstance();
+    if (program.test_to_run_count() < program.total_test_count()) return;
+    EXPECT_GE(count_, atLeast_);
+  }
+  const char* what_;
+  const int& count_;
+  int atLeast_;
 };
 
 /// A class element of a user's own: a handle and a number.
