@@ -3,6 +3,7 @@
 
 #include <pthread.h>
 
+#include <algorithm>
 #include <climits>
 #include <memory>
 #include <random>
@@ -56,10 +57,12 @@ class Node : public virtual xobject {
     int alive = 0;
     int nextId = 0;
     std::vector<Plain*> refused;
+    int dying = 0;    // nodes whose destruction has begun and not ended
+    int deepest = 0;  // the most that ever were, one inside the other
   };
 
   explicit Node(World& w, int h = 0) : Node(w, h, w.nextId++) {}
-  Node(World& w, int h, int id) : habits(h), world_(w), id_(id) { ++world_.alive; }
+  Node(World& w, int h, int id) : death_(w), habits(h), world_(w), id_(id) { ++world_.alive; }
   ~Node() override {
     note('d');
     if (!(habits & kDeletesLate)) deletePlain();
@@ -107,7 +110,9 @@ class Node : public virtual xobject {
   }
   unsigned char isDeletable() override {
     note('a');
+    death_.begin();
     if ((habits & kAsked) && !children.empty()) children.pop_back();
+    if (habits & kRefuses) death_.end();
     return !(habits & kRefuses);
   }
   void onDelete() override {
@@ -121,6 +126,22 @@ class Node : public virtual xobject {
     if (habits & kHoldsItselfOnDelete) holdItself();
   }
 
+ private:
+  // Lasts from the question to the end of all that the node holds, since it comes
+  // first.
+  class Death {
+   public:
+    explicit Death(World& w) : world_(w) {}
+    ~Death() { end(); }
+    void begin() { world_.deepest = std::max(world_.deepest, ++world_.dying); }
+    void end() { --world_.dying; }
+
+   private:
+    World& world_;
+  };
+  Death death_;
+
+ public:
   int habits;
   std::vector<xrchandle<Node>> children;
   xany value;
@@ -209,21 +230,24 @@ void Drop(xobject* object) {
 }
 
 // Builds the graph of `seed`, gives up what holds it in random order, and
-// returns all that the nodes wrote down.
-std::string LogOfGraph(unsigned seed) {
+// returns all that the nodes wrote down; in `deepest`, how deep they died.
+std::string LogOfGraph(unsigned seed, int* deepest = nullptr) {
   std::mt19937 random(seed);
   const auto below = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
   Node::World world;
-  const int count = 2 + below(seed % 4 == 0 ? 400 : 60);
-  const int chain = below(100);  // in 100, how many are linked to the next
+  // Some graphs are large, everything in them hangs on the first node, nobody
+  // refuses and habits are fewer: most die deeper than the highest level tried.
+  const bool isDeep = seed % 8 == 0;
+  const int count = 2 + (isDeep ? 500 : 0) + below(seed % 4 == 0 ? 400 : 60);
+  const int chain = isDeep ? 100 : below(100);  // in 100, how many are linked to the next
   std::vector<xrchandle<Node>> held;
   std::vector<Node*> refusing;
   for (int i = 0; i < count; ++i) {
     int habits = 0;
-    if (below(20) == 0) habits |= kRefuses;
+    if (below(20) == 0 && !isDeep) habits |= kRefuses;
     for (int habit : {kEarly, kBackwards, kHoldsItself, kVisits, kReassigns, kMakes,
                       kHoldsItselfOnDelete, kAsked, kSettles, kScopes, kDeletesLate, kHeldByMade}) {
-      if (below(4) == 0) habits |= habit;
+      if (below(isDeep ? 16 : 4) == 0) habits |= habit;
     }
     held.emplace_back(new Node(world, habits));
     if (habits & kRefuses) refusing.push_back(held.back());
@@ -279,6 +303,10 @@ std::string LogOfGraph(unsigned seed) {
     node.children.push_back(next);
   }
   while (!held.empty()) {
+    if (isDeep && held.size() > 1) {
+      held.pop_back();
+      continue;
+    }
     const auto at = held.begin() + below(static_cast<int>(held.size()));
     std::swap(*at, held.back());
     held.pop_back();
@@ -297,16 +325,21 @@ std::string LogOfGraph(unsigned seed) {
   }
   EXPECT_EQ(world.alive, 1) << seed;
   EXPECT_EQ(xrcgetcount(pinned), 1) << seed;
+  EXPECT_EQ(world.dying, 0) << seed;
+  if (deepest) *deepest = world.deepest;
   return world.log;
 }
 
 TEST(VelRelease, OrderIsThatOfTheRecursionAtEveryLevel) {
   std::size_t written = 0;
+  int deep = 0;  // graphs that nest beyond the highest level that is tried
   for (unsigned seed = 0; seed < 400; ++seed) {
     std::string recursive;
     {
       const FlattenAt off(INT_MAX);
-      recursive = LogOfGraph(seed);
+      int deepest = 0;
+      recursive = LogOfGraph(seed, &deepest);
+      deep += deepest > 64;
     }
     written += recursive.size();
     for (int level : {0, 1, 2, 3, 8, 64}) {
@@ -315,6 +348,7 @@ TEST(VelRelease, OrderIsThatOfTheRecursionAtEveryLevel) {
     }
   }
   EXPECT_GT(written, 100000u);
+  EXPECT_GT(deep, 20);
 }
 
 // Root to leaf, `length` nodes; the root first.
