@@ -121,7 +121,10 @@ void FillDescriptors(Table& table) {
             name[16] = static_cast<char>('A' + i);
             static xrttiobject* types[kFew];
             if (!types[i]) types[i] = new xrttiobject;
-            types[i]->initializeRttiObject(name, 1, 0, nullptr);
+            // Once: the registry's key is the name that the descriptor holds.
+            if (types[i]->getName().IsNull()) {
+              types[i]->initializeRttiObject(name, 1, 0, nullptr);
+            }
             xrtti* known = velRttiGetFromMap(name);
             if (known && known != types[i]) std::abort();
             velRttiAddToMap(types[i]);
@@ -136,7 +139,7 @@ void FillDescriptors(Table& table) {
                        const std::string name = "faultsweep::replaced_" + std::to_string(i);
                        for (NamedType*& type : types[i]) {
                          if (!type) type = new NamedType;
-                         type->rename(name.c_str());
+                         if (type->getName().IsNull()) type->rename(name.c_str());
                        }
                        velRttiAddToMap(types[i][0]);
                        t.state([&] {
