@@ -77,11 +77,11 @@ function(velstd_test stem)
   velstd_ctest(${stem})
 endfunction()
 
-# The program <stem>_bench from <stem>_bench.cpp.
+# The program <stem>_bench from <stem>_bench.cpp, with the main and the peers of `velbench`.
 function(velstd_bench stem)
   add_executable(${stem}_bench "${stem}_bench.cpp")
   velstd_program(${stem}_bench)
-  target_link_libraries(${stem}_bench PRIVATE benchmark::benchmark_main)
+  target_link_libraries(${stem}_bench PRIVATE velbench)
 endfunction()
 
 # The program example_<stem> from <stem>.cpp or, in C99, <stem>.c; its ctest entry compares what it
