@@ -81,7 +81,8 @@ const std::string& multilingual() {
           "Ελλάδα Κύπρος Россия Україна България Србија Հայաստան Österreich España Česko Türkçe "
           "Ísland Magyarország Việt Nam საქართველო ישראל مصر إيران भारत বাংলাদেশ ไทย 日本 中国 "
           "대한민국 "
-          "ኢትዮጵያ Қазақстан Монгол Улс Lëtzebuerg Éire Côte d’Ivoire ລາວ កម្ពុជា မြန်မာ ශ්‍රී "
+          "ኢትዮጵያ Қазақстан Монгол Улс Lëtzebuerg Éire Côte d’Ivoire ລາວ កម្ពុជា မြန်မာ "
+          "ශ්‍රී "
           "ලංකා ";
     }
     return made;
