@@ -69,11 +69,11 @@ class velDictIndex::PlaceSet {
   }
 
   void add(unsigned n) {
-    for (const Row* row = rows; row <= last; ++row, n /= 64) row->words[n / 64] |= Bit(n);
+    for (const Row* row = rows; row <= last; ++row, n /= 64) (*row)[n / 64] |= Bit(n);
   }
   void remove(unsigned n) {
     for (const Row* row = rows; row <= last; ++row, n /= 64) {
-      if (row->words[n / 64] &= ~Bit(n)) return;
+      if ((*row)[n / 64] &= ~Bit(n)) return;
     }
   }
 
@@ -81,17 +81,17 @@ class velDictIndex::PlaceSet {
   unsigned atOrAfter(unsigned n) const {
     if (n >= bound) return kNone;
     const Row* row = rows;
-    std::uint64_t bits = row->words[n / 64] & (~std::uint64_t{0} << (n % 64));
+    std::uint64_t bits = (*row)[n / 64] & (~std::uint64_t{0} << (n % 64));
     while (!bits) {
       if (row == last) return kNone;
       n /= 64;
       ++row;
-      bits = n % 64 == 63 ? 0 : row->words[n / 64] & (~std::uint64_t{0} << (n % 64 + 1));
+      bits = n % 64 == 63 ? 0 : (*row)[n / 64] & (~std::uint64_t{0} << (n % 64 + 1));
     }
     n = n / 64 * 64 + static_cast<unsigned>(__builtin_ctzll(bits));
     while (row != rows) {
       --row;
-      n = n * 64 + static_cast<unsigned>(__builtin_ctzll(row->words[n]));
+      n = n * 64 + static_cast<unsigned>(__builtin_ctzll((*row)[n]));
     }
     return n;
   }
@@ -99,32 +99,30 @@ class velDictIndex::PlaceSet {
   /// The largest member up to `n`, which is below the bound; or kNone.
   unsigned atOrBefore(unsigned n) const {
     const Row* row = rows;
-    std::uint64_t bits = row->words[n / 64] & (~std::uint64_t{0} >> (63 - n % 64));
+    std::uint64_t bits = (*row)[n / 64] & (~std::uint64_t{0} >> (63 - n % 64));
     while (!bits) {
       if (row == last) return kNone;
       n /= 64;
       ++row;
-      bits = row->words[n / 64] & (Bit(n) - 1);
+      bits = (*row)[n / 64] & (Bit(n) - 1);
     }
     n = n / 64 * 64 + 63 - static_cast<unsigned>(__builtin_clzll(bits));
     while (row != rows) {
       --row;
-      n = n * 64 + 63 - static_cast<unsigned>(__builtin_clzll(row->words[n]));
+      n = n * 64 + 63 - static_cast<unsigned>(__builtin_clzll((*row)[n]));
     }
     return n;
   }
 
  private:
-  struct Row {
-    std::uint64_t* words;
-  };
+  using Row = std::uint64_t*;
 
   PlaceSet(unsigned n, std::size_t words) : bound(n) {
     auto* at = reinterpret_cast<std::uint64_t*>(this + 1);
     std::memset(at, 0, words * sizeof(std::uint64_t));
     last = rows;
     for (std::size_t row = (std::size_t{n} + 63) / 64;; row = (row + 63) / 64) {
-      last->words = at;
+      *last = at;
       at += row;
       if (row == 1) break;
       ++last;
