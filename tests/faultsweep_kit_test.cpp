@@ -423,7 +423,8 @@ void FillText(Table& table) {
     });
   });
   for (const int form : {0, 1, 2, 3}) {
-    table.push_back({"korStrBuf::ResizeMB|korStrBuf::ResizeWC|korStrBuf::Produce|korStrBuf::AllocMB|"
+    table.push_back({"korStrBuf::korStrBuf|korStrBuf::ResizeMB|korStrBuf::ResizeWC|"
+                     "korStrBuf::Produce|korStrBuf::AllocMB|"
                      "korStrBuf::AllocWC|korStrBuf::Attach|korStrBuf::Release|korStrBuf::Commit|"
                      "korStrBuf::CommitLength|korStrBuf::GetLength (" +
                          std::to_string(form) + ')',

@@ -27,7 +27,8 @@ NO_OPERATION = [
     # Its members other than GetCount end the process.
     (r"^dsDataMap<.*>::(Add|Remove|Find|dsDataMap)$", "ends the process"),
     # The compiler's copies of the standard library's templates.
-    (r"^(std|__gnu_cxx|__cxxabiv1)::|^void std::|^typeinfo", "not the library's"),
+    (r"^(std|__gnu_cxx|__cxxabiv1)::|^void std::|^typeinfo|&std::", "not the library's"),
+    (r"^operator (new|delete)$", "the standard library's placement forms"),
 ]
 # Public, but stamped by a macro, so that no header spells them in a class.
 STAMPED = {"getClassRtti", "dyndowncast", "_s11n_create"}
