@@ -206,6 +206,14 @@ TEST(Life, AChildUsesItBeforeItsParentDidAndAfter) {
   EXPECT_EQ(Occurrences(run.output, "at the end"), 4);
 }
 
+// Where another thread asks for memory during the fork, the sanitizer leaves its
+// allocator locked in the child. There the threads only count.
+#ifdef __SANITIZE_ADDRESS__
+constexpr bool kForkLosesAllocator = true;
+#else
+constexpr bool kForkLosesAllocator = false;
+#endif
+
 TEST(Life, AChildOfAProcessWithBusyThreadsUsesIt) {
   const int children = velShortOrLong(20, 500);
   std::atomic<bool> stop{false};
@@ -215,6 +223,7 @@ TEST(Life, AChildOfAProcessWithBusyThreadsUsesIt) {
     threads.emplace_back([&] {
       while (!stop) {
         const xrchandle<xintsequence> copy(shared);
+        if (kForkLosesAllocator) continue;
         const auto values = xanysequence::create();
         values->append(xany(shared));
         if (velPrinted(xany(values)).empty()) std::abort();
