@@ -480,7 +480,7 @@ void FillObjects(Table& table) {
   onObject("velhThrowRefCountable", [](xobject* o) { velhThrowRefCountable(o); });
   NeverFail(table, [&] {
     onObject("velReleaseScope::velReleaseScope|velReleaseScope::~velReleaseScope|"
-             "velReleaseScope::defer|velReleaseScope::destroy|velReleaseScope::free|"
+             "velReleaseScope::defer|velReleaseScope::release|velReleaseScope::destroy|velReleaseScope::free|"
              "velReleaseScope::settle",
              [](xobject* o) {
                const velReleaseScope scope;

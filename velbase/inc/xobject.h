@@ -52,9 +52,9 @@ inline bool velIsUninit(const volatile void* p) noexcept {
 
 class VELSTD_API xobject {
  public:
-  xobject() noexcept : refcount(0) {}
+  xobject() noexcept : refcount(0), counting(0) {}
   /// A copy starts its own life: count 0.
-  xobject(const xobject&) noexcept : refcount(0) {}
+  xobject(const xobject&) noexcept : refcount(0), counting(0) {}
   /// Both sides keep their counts.
   xobject& operator=(const xobject&) noexcept { return *this; }
 
@@ -105,7 +105,12 @@ class VELSTD_API xobject {
   std::atomic<std::int32_t> refcount;
 
  private:
+  // Says that attach and release are the library's own; see velcounting.h. Lies
+  // in bytes that would be padding.
+  std::atomic<std::uint32_t> counting;
+
   friend struct velObjectAccess;
+  friend struct velCounting;
   friend VELSTD_API void xrcattach(xobject* p);
   friend VELSTD_API void xrcrelease(xobject* p);
   friend VELSTD_API int xrcgetcount(xobject* p);

@@ -19,6 +19,7 @@
 #include <type_traits>
 
 #include "korapi.h"
+#include "velcounting.h"
 #include "xobject.h"
 
 template <class T>
@@ -96,7 +97,11 @@ class VELSTD_API xrchandle : public xrcbasehandle<T> {
  private:
   void attach(T* p) {
     this->ptr = p;
-    xrcattach(velAsObject(p));
+    if (velCounting::isAddress(p)) {
+      velCounting::attach(*p);
+    } else {
+      xrcattach(velAsObject(p));
+    }
   }
   // The field is null before the object goes: a destructor that looks at this
   // handle sees nothing dangling. One that assigns to it is overruled by the
@@ -104,7 +109,11 @@ class VELSTD_API xrchandle : public xrcbasehandle<T> {
   void release() {
     T* old = this->ptr;
     this->ptr = nullptr;
-    xrcrelease(velAsObject(old));
+    if (velCounting::isAddress(old)) {
+      velCounting::release(*old);
+    } else {
+      xrcrelease(velAsObject(old));
+    }
   }
   void set(T* p) {
     if (p && p == this->ptr) {
@@ -141,7 +150,7 @@ class VELSTD_API xrcunihandle : public xrcbasehandle<T> {
   /// Takes a reference on `p` (nullable) if its class is counted.
   xrcunihandle(T* p) : counted(false) { attach(p); }
   xrcunihandle(const xrcunihandle& other) : xrcbasehandle<T>(), counted(false) {
-    attach(other.ptr);
+    attach(other.ptr, other.counted);
   }
   xrcunihandle(xrcunihandle&& other) noexcept : xrcbasehandle<T>(), counted(false) { take(other); }
   template <class U, class = IfConvertible<U>>
@@ -157,7 +166,7 @@ class VELSTD_API xrcunihandle : public xrcbasehandle<T> {
   }
 
   xrcunihandle& operator=(const xrcunihandle& other) {
-    set(other.ptr);
+    set(other.ptr, other.counted);
     return *this;
   }
   xrcunihandle& operator=(xrcunihandle&& other) noexcept {
@@ -173,28 +182,36 @@ class VELSTD_API xrcunihandle : public xrcbasehandle<T> {
   bool counted;
 
  private:
-  void attach(T* p) {
+  // `known`: the object is of a counted class, as the handle knows that it comes
+  // from.
+  void attach(T* p, bool known = false) {
     this->ptr = p;
-    if (p && !velIsUninit(p)) {
-      xobject* object = p;
-      xrcuniattach(object);
-      counted = object->isRefCountable();
+    if (velCounting::isAddress(p)) {
+      xobject& object = *p;
+      velCounting::attach(object);
+      counted = known || object.isRefCountable();
     } else if (p) {
+      xrcuniattach(velAsObject(p));
       counted = false;
     }
   }
   void release() {
     T* old = this->ptr;
     this->ptr = nullptr;
-    if (counted) xrcunirelease(velAsObject(old));
+    if (!counted) return;
+    if (velCounting::isAddress(old)) {
+      velCounting::release(*old);
+    } else {
+      xrcunirelease(velAsObject(old));
+    }
   }
-  void set(T* p) {
+  void set(T* p, bool known) {
     if (p && p == this->ptr) {
       if (counted) velReassign(velAsObject(p));
     } else {
       release();
       const xrcunihandle meanwhile(static_cast<xrcunihandle&&>(*this));
-      attach(p);
+      attach(p, known);
     }
   }
   void take(xrcunihandle& other) noexcept {

@@ -5,6 +5,8 @@
 #include <cstring>
 
 #include "korabort.h"
+#include "korcount.h"
+#include "velcounting.h"
 #include "velobjectaccess.h"
 
 namespace {
@@ -45,6 +47,24 @@ std::int32_t CountOf(xobject* p) {
   return velObjectAccess::count(p).load(std::memory_order_relaxed);
 }
 
+// Takes one from the count unless it is the last; true if it was, with the count
+// left at 1. Aborts on a corrupt count.
+bool DropReference(xobject* p) {
+  std::atomic<std::int32_t>& count = velObjectAccess::count(p);
+  std::int32_t now = count.load(std::memory_order_acquire);
+  while (now >= 2) {
+    if (korIsSingleThreaded()) {
+      count.store(now - 1, std::memory_order_relaxed);
+      return false;
+    }
+    if (count.compare_exchange_weak(now, now - 1, std::memory_order_acq_rel)) return false;
+  }
+  if (now < -1) {
+    _korAbort("xrcrelease: Invalid value of refcount.", "velstd/services/xobject", 591);
+  }
+  return now == 1;
+}
+
 void Refuse(xobject* p) {
   if (CountOf(p) > 0) velObjectAccess::count(p).store(0, std::memory_order_release);
 }
@@ -59,6 +79,8 @@ void CheckTold([[maybe_unused]] xobject* p) {
 }
 
 }  // namespace
+
+__thread int velCounting::waitingReleases = 0;
 
 // What a flattening loop still has to do, the next thing last.
 class velReleaseScope::Pending {
@@ -107,11 +129,17 @@ void velReleaseScope::carryOut() noexcept {
   for (std::size_t i = 0; i < count; ++i) {
     const Item& item = items[i];
     if (item.step == Step::kRelease) {
-      velObjectAccess::finishRelease(item.object);
+      release(item.object);
     } else {
       free(item.object);
     }
   }
+  forget();
+}
+
+// Empties the list.
+void velReleaseScope::forget() noexcept {
+  if (count > 0) --velCounting::waitingReleases;
   count = 0;
 }
 
@@ -131,6 +159,7 @@ bool velReleaseScope::push(Item item) noexcept {
     items = static_cast<Item*>(grown);
     room *= 2;
   }
+  if (count == 0) ++velCounting::waitingReleases;
   items[count++] = item;
   return true;
 }
@@ -142,6 +171,16 @@ bool velReleaseScope::isCollecting() const noexcept {
     if (scope->count > 0) return true;
   }
   return false;
+}
+
+void velReleaseScope::release(xobject* p) noexcept {
+  const std::int32_t now = CountOf(p);
+  if (state.scope && now >= 1 && defer(p, now == 1)) return;
+  if (!DropReference(p)) return;
+  // Other threads may have made it the last one since the look at the count:
+  // then it waits like any last release.
+  if (now > 1 && defer(p, true)) return;
+  destroy(p);
 }
 
 bool velReleaseScope::defer(xobject* p, bool last) noexcept {
@@ -198,9 +237,9 @@ velReleaseScope::Step velReleaseScope::run(Item item) noexcept {
 
 // A release out of the list. Of a collection that is in the middle of an
 // operation it is the business.
-velReleaseScope::Step velReleaseScope::dropReference(xobject* p) noexcept {
+velReleaseScope::Step velReleaseScope::releaseNext(xobject* p) noexcept {
   if (state.scope && !state.scope->caller && defer(p, CountOf(p) == 1)) return Step::kDone;
-  return velObjectAccess::dropReference(p) ? Step::kAsk : Step::kDone;
+  return DropReference(p) ? Step::kAsk : Step::kDone;
 }
 
 void velReleaseScope::flatten(xobject* p) noexcept {
@@ -209,14 +248,14 @@ void velReleaseScope::flatten(xobject* p) noexcept {
   Item next = {p, Step::kAsk};
   for (;;) {
     if (next.step == Step::kRelease) {
-      next.step = dropReference(next.object);
+      next.step = releaseNext(next.object);
     } else {
       // Collects what the call gives up; the loop carries it out before what
       // follows, or, without memory for that, the end of the scope.
       velReleaseScope batch(next.object);
       next.step = run(next);
       if (batch.count > 0 && pending.push(batch.items, batch.count, next)) {
-        batch.count = 0;
+        batch.forget();
         next.step = Step::kDone;
       }
     }

@@ -37,6 +37,10 @@ class VELSTD_API velReleaseScope {
   velReleaseScope(const velReleaseScope&) = delete;
   velReleaseScope& operator=(const velReleaseScope&) = delete;
 
+  /// A release as the library itself does it, whatever the class overrides.
+  /// Aborts on a corrupt count.
+  static void release(xobject* p) noexcept;
+
   /// Collects one release of `p` if a scope is alive on this thread and it is
   /// the last, or follows one that was collected. The object that a
   /// flattening loop calls is left out: it may not be there when the list is
@@ -71,10 +75,11 @@ class VELSTD_API velReleaseScope {
   explicit velReleaseScope(xobject* object) noexcept : velReleaseScope() { caller = object; }
 
   void carryOut() noexcept;
+  void forget() noexcept;
   bool push(Item item) noexcept;
   bool isCollecting() const noexcept;
   static Step run(Item item) noexcept;
-  static Step dropReference(xobject* p) noexcept;
+  static Step releaseNext(xobject* p) noexcept;
   static void flatten(xobject* p) noexcept;
 
   static constexpr std::size_t kInline = 16;

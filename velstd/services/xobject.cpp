@@ -2,6 +2,7 @@
 
 #include "korabort.h"
 #include "korcount.h"
+#include "velcounting.h"
 #include "velexceptions.h"
 #include "velobject.h"
 #include "velobjectaccess.h"
@@ -30,6 +31,11 @@ void CheckAddress(xobject*) {}
 
 bool IsObject(xobject* p) { return p && !velIsUninit(p); }
 
+// Where a table of virtual functions has xattach and xrelease: behind the two
+// entries of the destructor and the five functions declared before them.
+constexpr std::size_t kAttachEntry = 7;
+constexpr std::size_t kReleaseEntry = 8;
+
 }  // namespace
 
 xobject::~xobject() {
@@ -57,34 +63,16 @@ void xobject::xattach() {
     if (now == -1) return;
     if (now != 0) _korAbort("xrcattach: Invalid value of refcount.", kSource, 505);
     const std::int32_t first = getRtti()->getIsRefCount() ? 1 : -1;
+    if (korIsSingleThreaded()) {
+      refcount.store(first, std::memory_order_relaxed);
+      return;
+    }
     if (refcount.compare_exchange_strong(now, first, std::memory_order_acq_rel)) return;
   }
   korCountUp(refcount);
 }
 
-bool velObjectAccess::dropReference(xobject* p) {
-  std::atomic<std::int32_t>& count = p->refcount;
-  std::int32_t now = count.load(std::memory_order_acquire);
-  while (now >= 2) {
-    if (korIsSingleThreaded()) {
-      count.store(now - 1, std::memory_order_relaxed);
-      return false;
-    }
-    if (count.compare_exchange_weak(now, now - 1, std::memory_order_acq_rel)) return false;
-  }
-  if (now < -1) _korAbort("xrcrelease: Invalid value of refcount.", kSource, 591);
-  return now == 1;
-}
-
-void xobject::xrelease() {
-  const std::int32_t now = refcount.load(std::memory_order_relaxed);
-  if (now >= 1 && velReleaseScope::defer(this, now == 1)) return;
-  if (!velObjectAccess::dropReference(this)) return;
-  // Other threads may have made it the last one since the look at the count:
-  // then it waits like any last release.
-  if (now > 1 && velReleaseScope::defer(this, true)) return;
-  velReleaseScope::destroy(this);
-}
+void xobject::xrelease() { velReleaseScope::release(this); }
 
 void xobject::xfree() {
   if (isRefCountable()) velhThrowRefCountable(this);
@@ -99,16 +87,40 @@ bool xobject::isSameAs(xrttiobject* type) { return getRtti()->isTypeSameAs(type)
 
 bool xobject::isRefCountable() { return getRtti()->getIsRefCount() != 0; }
 
+static_assert(sizeof(xobject) == 16, "the mark fills the padding");
+
+// Where the object's table has the same two functions as that of a plain object,
+// its class overrides neither. A linker that gives a function two addresses only
+// costs the mark.
+bool velCounting::mark(xobject& object) noexcept {
+  const xobject plain;
+  const auto* own = static_cast<const void* const*>(tableOf(plain));
+  const auto* table = static_cast<const void* const*>(tableOf(object));
+  if (table[kAttachEntry] != own[kAttachEntry] || table[kReleaseEntry] != own[kReleaseEntry]) {
+    return false;
+  }
+  object.counting.store(markFor(object), std::memory_order_relaxed);
+  return true;
+}
+
 void xrcattach(xobject* p) {
   if (!IsObject(p)) return;
   CheckAddress(p);
-  p->xattach();
+  if (velCounting::isMarked(*p) || velCounting::mark(*p)) {
+    p->xobject::xattach();
+  } else {
+    p->xattach();
+  }
 }
 
 void xrcrelease(xobject* p) {
   if (!IsObject(p)) return;
   CheckAddress(p);
-  p->xrelease();
+  if (velCounting::isMarked(*p)) {
+    velReleaseScope::release(p);
+  } else {
+    p->xrelease();
+  }
 }
 
 void xrcuniattach(xobject* p) { xrcattach(p); }
@@ -141,7 +153,7 @@ velBorrow::~velBorrow() {
   // for destruction.
   std::int32_t one = 1;
   if (unheld && velObjectAccess::count(object).compare_exchange_strong(one, 0)) return;
-  velObjectAccess::release(object);
+  velCounting::release(*object);
 }
 
 template class xrcbasehandle<xobject>;
