@@ -26,6 +26,8 @@
 #define VELSTD_VELBASE_XANY_H
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 #include <type_traits>
 
@@ -73,15 +75,24 @@ class VELSTD_API xany {
 
  public:
   /// Uninitialised.
-  xany() noexcept : xany(xanyUninit) {}
+  xany() noexcept : kind(xanyUninit), payload() {}
   /// Kind `kind` with a payload of zeros: the null string, a null object, an
   /// enumeration value without a type.
-  xany(__xanykind kind) noexcept;
-  xany(int value) noexcept;
-  xany(unsigned char value) noexcept;
-  xany(double value) noexcept;
+  xany(__xanykind k) noexcept : kind(k), payload() {
+    if (k == xanyString) payload.string = xstring().view;
+  }
+  xany(int value) noexcept : kind(KindOf(value)), payload(WordOf(kind == xanyInt ? value : 0)) {}
+  xany(unsigned char value) noexcept
+      : kind(KindOf(value)), payload(WordOf(kind == xanyBool ? value : 0)) {}
+  xany(double value) noexcept
+      : kind(KindOf(value)), payload(WordOf(kind == xanyReal ? value : 0.0)) {}
   /// Nil for the null string.
-  xany(xstring text) noexcept;
+  xany(xstring text) noexcept : kind(text.IsNull() ? xanyNil : xanyString), payload() {
+    if (kind == xanyString) {
+      payload.string = text.view;
+      text.SetNull();
+    }
+  }
   /// Nil for null text (address 0 or 1), uninit for address 2.
   xany(const char* text);
   /// Takes a reference (nullable).
@@ -90,9 +101,13 @@ class VELSTD_API xany {
   /// Value number `value` of an enumeration (borrowed, nullable); the number
   /// of its values, one past the last, means nil. No other check is made.
   xany(int value, xrttienum* type);
-  xany(const xany& other);
+  xany(const xany& other) : kind(other.kind), payload(other.payload) {
+    if (!IsPlain()) Share();
+  }
   /// Takes over the other's reference and leaves it uninitialised.
-  xany(xany&& other) noexcept;
+  xany(xany&& other) noexcept : kind(other.kind), payload(other.payload) {
+    other.kind = xanyUninit;
+  }
   /// A new reference; the view keeps its own. Aborts with "Can not be here."
   /// for a kind outside 0 to 7.
   xany(const __xany_c& view);
@@ -110,23 +125,36 @@ class VELSTD_API xany {
 
   /// Gives up again what the end of its object assigns to it meanwhile.
   ~xany() {
-    while (kind != xanyUninit) Release();
+    while (!IsPlain()) Release();
   }
 
   // Assignment: like construction, but for null text (see there). The new
   // content is in place before the old is released; self-assignment is safe.
   xany& operator=(__xanykind value) noexcept { return *this = xany(value); }
-  xany& operator=(int value) { return *this = xany(value); }
-  xany& operator=(unsigned char value) { return *this = xany(value); }
-  xany& operator=(double value) { return *this = xany(value); }
+  xany& operator=(int value) { return SetPlain(value); }
+  xany& operator=(unsigned char value) { return SetPlain(value); }
+  xany& operator=(double value) { return SetPlain(value); }
   xany& operator=(xstring text) { return *this = xany(static_cast<xstring&&>(text)); }
   /// Nil for address 1, uninit for address 2; a null pointer gives kind string
   /// holding the null string.
   xany& operator=(const char* text);
   xany& operator=(xobject* object) { return *this = xany(object); }
   xany& operator=(std::nullptr_t) { return *this = xany(xanyNil); }
-  xany& operator=(const xany& other) { return *this = xany(other); }
-  xany& operator=(xany&& other) noexcept;
+  xany& operator=(const xany& other) {
+    if (!IsPlain() || !other.IsPlain()) return *this = xany(other);
+    kind = other.kind;
+    payload = other.payload;
+    return *this;
+  }
+  xany& operator=(xany&& other) noexcept {
+    if (this != &other) {
+      const xany old(static_cast<xany&&>(*this));
+      kind = other.kind;
+      payload = other.payload;
+      other.kind = xanyUninit;
+    }
+    return *this;
+  }
   xany& operator=(const __xany_c& view) { return *this = xany(view); }
   template <class U>
   xany& operator=(const xrchandle<U>& object) {
@@ -148,18 +176,20 @@ class VELSTD_API xany {
   // Conversions: nil and uninit give the markers; a kind that does not fit
   // ends the process through _korAbort.
   /// From int and enumeration values. Aborts "Can not convert xany to xint."
-  operator int() const;
+  operator int() const { return kind == xanyInt ? payload.integer : ToInt(); }
   /// From bool. Aborts "Can not convert xany to xbool."
-  operator unsigned char() const;
+  operator unsigned char() const { return kind == xanyBool ? payload.boolean : ToBool(); }
   /// From real. Aborts "Can not convert xany to xreal."
-  operator double() const;
+  operator double() const { return kind == xanyReal ? payload.real : ToReal(); }
   /// From string, with a reference of its own. Aborts "Can not convert xany to xrstring."
   operator xstring() const;
   /// From string: its narrow form, which lives while this value is unchanged.
   /// Aborts "Can not convert xany to xrstring."
   operator const char*() const;
   /// From object: borrowed. Aborts "Can not convert xany to xobject."
-  operator xobject*() const;
+  operator xobject*() const {
+    return kind == xanyObject ? payload.object.pointer : ToObject();
+  }
 
   bool isuninit() const { return Kind() == xanyUninit; }
   bool isnil() const { return Kind() == xanyNil; }
@@ -244,6 +274,43 @@ class VELSTD_API xany {
       return operator==(xany(other));
     }
   }
+  // The values that stand for nil and uninit.
+  static constexpr int kNilInt = std::numeric_limits<int>::min();
+  static constexpr int kUninitInt = kNilInt + 1;
+  static constexpr unsigned char kNilBool = 0x80;
+  static constexpr unsigned char kUninitBool = 0x81;
+  static constexpr double kNilReal = 1e126;
+  static constexpr double kUninitReal = 9e125;
+
+  static __xanykind KindOf(int value) { return value == kNilInt ? xanyNil : xanyInt; }
+  static __xanykind KindOf(unsigned char value) {
+    return value == kUninitBool ? xanyUninit : value == kNilBool ? xanyNil : xanyBool;
+  }
+  static __xanykind KindOf(double value) {
+    return value == kUninitReal ? xanyUninit : value == kNilReal ? xanyNil : xanyReal;
+  }
+  // The first word of a payload that holds a number.
+  template <class Number>
+  static std::uint64_t WordOf(Number value) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, &value, sizeof value);
+    return word;
+  }
+  template <class Number>
+  xany& SetPlain(Number value) {
+    if (!IsPlain()) return *this = xany(value);
+    kind = KindOf(value);
+    payload.words.first = WordOf(kind > xanyNil ? value : Number());
+    return *this;
+  }
+
+  // Of a kind that holds no reference and always is what it says.
+  bool IsPlain() const { return static_cast<unsigned>(kind) < static_cast<unsigned>(xanyString); }
+  // Conversions of kinds other than their own.
+  int ToInt() const;
+  unsigned char ToBool() const;
+  double ToReal() const;
+  xobject* ToObject() const;
   void Release() noexcept;
   // What the value reads as: a view may say "object" and hold null or the
   // uninitialised address.
@@ -256,11 +323,26 @@ class VELSTD_API xany {
     const __xanykind own = Kind();
     return own == wanted || own == xanyUninit || own == xanyNil;
   }
+  void Share();
   void Retain();
   const char* Narrow() const;
 
   __xanykind kind;
+  // Written and copied as the word that most kinds need and the rest, which is
+  // zero for them: a processor reads quickly only what was written in one piece.
   union Payload {
+    explicit Payload(std::uint64_t first = 0, std::uint64_t second = 0, std::uint64_t third = 0)
+        : words{first, {second, third}} {}
+    Payload(const Payload& other) { *this = other; }
+    Payload& operator=(const Payload& other) {
+      words.first = other.words.first;
+      std::memcpy(words.rest, other.words.rest, sizeof words.rest);
+      return *this;
+    }
+    struct {
+      std::uint64_t first;
+      std::uint64_t rest[2];
+    } words;
     int integer;
     unsigned char boolean;
     double real;

@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "korabort.h"
+#include "velcounting.h"
 #include "velexceptions.h"
 #include "velobjectaccess.h"
 #include "velprint.h"
@@ -16,13 +17,6 @@ namespace {
 
 constexpr char kSource[] = "velstd/services/xobject";
 constexpr char kConversionSource[] = "velbase/inc/velxobj_i";
-
-constexpr int kNilInt = std::numeric_limits<int>::min();
-constexpr int kUninitInt = kNilInt + 1;
-constexpr unsigned char kNilBool = 0x80;
-constexpr unsigned char kUninitBool = 0x81;
-constexpr double kNilReal = 1e126;
-constexpr double kUninitReal = 9e125;
 
 bool IsText(const char* text, std::uintptr_t address) {
   return reinterpret_cast<std::uintptr_t>(text) == address;
@@ -48,9 +42,11 @@ void xany::Retain() {
   } else if (kind == xanyObject) {
     xobject* object = payload.object.pointer;
     payload.object.counted = false;
-    if (object && !velIsUninit(object)) {
+    if (velCounting::isAddress(object)) {
+      velCounting::attach(*object);
+      payload.object.counted = velCounting::isCounted(*object);
+    } else {
       xrcattach(object);
-      payload.object.counted = object->isRefCountable();
     }
   }
 }
@@ -63,33 +59,7 @@ void xany::Release() noexcept {
   if (old == xanyString) {
     if (payload.string.buffer) payload.string.buffer->Release();
   } else if (old == xanyObject) {
-    if (payload.object.counted) xrcrelease(payload.object.pointer);
-  }
-}
-
-xany::xany(__xanykind k) noexcept : kind(k) {
-  std::memset(&payload, 0, sizeof payload);
-  if (k == xanyString) payload.string = xstring().view;
-}
-
-xany::xany(int value) noexcept : xany(value == kNilInt ? xanyNil : xanyInt) {
-  if (kind == xanyInt) payload.integer = value;
-}
-
-xany::xany(unsigned char value) noexcept
-    : xany(value == kUninitBool ? xanyUninit : value == kNilBool ? xanyNil : xanyBool) {
-  if (kind == xanyBool) payload.boolean = value;
-}
-
-xany::xany(double value) noexcept
-    : xany(value == kUninitReal ? xanyUninit : value == kNilReal ? xanyNil : xanyReal) {
-  if (kind == xanyReal) payload.real = value;
-}
-
-xany::xany(xstring text) noexcept : xany(text.IsNull() ? xanyNil : xanyString) {
-  if (kind == xanyString) {
-    payload.string = text.view;
-    text.SetNull();
+    if (payload.object.counted) velCounting::release(*payload.object.pointer);
   }
 }
 
@@ -114,42 +84,35 @@ xany::xany(int value, xrttienum* type) : xany(xanyUninit) {
   }
 }
 
-xany::xany(const xany& other) : kind(other.kind), payload(other.payload) {
-  if (!IsKind(kind)) CanNotBeHere(205);
-  // An object that is not counted may be gone by now: only its address moves on.
+// The references of a copy, which has the fields of the original.
+void xany::Share() {
   if (kind == xanyObject) {
-    if (payload.object.counted) xrcattach(payload.object.pointer);
+    // An object that is not counted may be gone by now: only its address moves on.
+    if (payload.object.counted) velCounting::attach(*payload.object.pointer);
+  } else if (kind == xanyString && payload.string.buffer) {
+    payload.string.buffer->Attach(&payload.string.narrow, &payload.string.wide);
+  } else if (!IsKind(kind)) {
+    CanNotBeHere(205);
   } else {
     Retain();
   }
 }
 
-xany::xany(xany&& other) noexcept : kind(other.kind), payload(other.payload) {
-  other.kind = xanyUninit;
-}
-
 xany::xany(const __xany_c& view) : xany(xanyUninit) {
   if (!IsKind(view.kind)) CanNotBeHere(205);
   kind = view.kind;
-  std::memcpy(&payload, &view.u, sizeof payload);
+  std::uint64_t words[3];
+  static_assert(sizeof words == sizeof view.u, "a payload is three words");
+  std::memcpy(words, &view.u, sizeof words);
+  payload = Payload(words[0], words[1], words[2]);
   Retain();
-}
-
-xany& xany::operator=(xany&& other) noexcept {
-  if (this != &other) {
-    const xany old(static_cast<xany&&>(*this));
-    kind = other.kind;
-    payload = other.payload;
-    other.kind = xanyUninit;
-  }
-  return *this;
 }
 
 xany& xany::operator=(const char* text) {
   return *this = text ? xany(text) : xany(xanyString);
 }
 
-xany::operator int() const {
+int xany::ToInt() const {
   switch (Kind()) {
     case xanyNil:
       return kNilInt;
@@ -164,7 +127,7 @@ xany::operator int() const {
   }
 }
 
-xany::operator unsigned char() const {
+unsigned char xany::ToBool() const {
   switch (Kind()) {
     case xanyNil:
       return kNilBool;
@@ -177,7 +140,7 @@ xany::operator unsigned char() const {
   }
 }
 
-xany::operator double() const {
+double xany::ToReal() const {
   switch (Kind()) {
     case xanyNil:
       return kNilReal;
@@ -216,7 +179,7 @@ xany::operator const char*() const {
   }
 }
 
-xany::operator xobject*() const {
+xobject* xany::ToObject() const {
   switch (Kind()) {
     case xanyNil:
       return nullptr;
