@@ -330,6 +330,18 @@ TYPED_TEST(XTbSequence, RemovalKeepsTheCapacityAndEmptiesTheSlots) {
   this->expectHolds(seq, {-1, -1, 3});
 }
 
+TEST(XIntSequence, GapsShowNoOldBytes) {
+  const auto seq = xintsequence::create();
+  for (int i = 0; i < 300; ++i) seq->append(-1);
+  seq->clear();
+  seq->set(100, 7);
+  seq->insert(200, 8);
+  seq->insertseq(250, *xintsequence::create());
+  for (int i = 0; i < seq->getarraysize(); ++i) {
+    EXPECT_EQ(seq->get(i), i == 100 ? 7 : i == 200 ? 8 : 0) << i;
+  }
+}
+
 TYPED_TEST(XTbSequence, ClearingTheEmptyDoesNothing) {
   auto seq = this->create();
   seq->clear();

@@ -1,6 +1,8 @@
 #include "xbasesequence.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <new>
 
@@ -36,8 +38,44 @@ std::uint64_t xbasesequence::GrownFor(std::uint64_t bytes) const {
 
 void xbasesequence::Reallocate(unsigned newCapacity) {
   const velUpdate update(this);
-  storage = OnResize(newCapacity);
-  capacityBytes = newCapacity;
+  if (isSealed) {
+    void* block = std::realloc(storage, newCapacity);
+    if (!block) throw std::bad_alloc();
+    storage = block;
+    OnAllocate(At(capacityBytes), newCapacity - capacityBytes);
+  } else {
+    storage = OnResize(newCapacity);
+  }
+  SetCapacity(newCapacity);
+}
+
+void xbasesequence::SetCapacity(unsigned bytes) {
+  capacityBytes = bytes;
+#ifndef VELSTD_CHECKED
+  if (isSealed) quickBytes = bytes;
+#endif
+}
+
+void xbasesequence::Seal() {
+  isSealed = true;
+  SetCapacity(capacityBytes);
+}
+
+// Moves what lies at `pos` and behind up by `count`. Elements that move as bytes
+// leave nothing behind: the gap is made anew, over slots that owned nothing.
+void xbasesequence::MakeRoom(unsigned pos, unsigned count) {
+  char* const to = At(std::uint64_t{pos} + count);
+  if (!isSealed) return Copy(to, At(pos), usedBytes - pos);
+  std::memmove(to, At(pos), usedBytes - pos);
+  OnAllocate(At(pos), count);
+}
+
+// Ends the elements from `lo` to `hi` and moves the rest down as bytes.
+void xbasesequence::CloseGap(unsigned lo, unsigned hi) {
+  const velUpdate update(this);
+  OnDestroy(At(lo), hi - lo);
+  std::memmove(At(lo), At(hi), usedBytes - hi);
+  OnAllocate(At(usedBytes - (hi - lo)), hi - lo);
 }
 
 void xbasesequence::Vacate(char* at, unsigned bytes) {
@@ -120,7 +158,7 @@ void xbasesequence::BaseInsertEmpty(unsigned pos, unsigned count) {
   const std::uint64_t newSize = std::uint64_t{oldSize} + gap + count;
   if (newSize >= kCapacityEnd) velThrowSizeLimit();
   Resize(static_cast<unsigned>(newSize));
-  if (pos < oldSize) Copy(At(std::uint64_t{pos} + count), At(pos), oldSize - pos);
+  if (pos < oldSize) MakeRoom(pos, count);
   usedBytes = static_cast<unsigned>(newSize);
 }
 
@@ -130,14 +168,19 @@ void xbasesequence::BaseRemove(unsigned a, unsigned b) {
   if (lo >= usedBytes) return;
   velUpdate::refuse(this, kSource, 140);
   const unsigned newSize = usedBytes - (hi - lo);
-  if (hi < usedBytes) Copy(At(lo), At(hi), usedBytes - hi);
-  Resize(newSize);
+  if (isSealed) {
+    CloseGap(lo, hi);
+  } else {
+    if (hi < usedBytes) Copy(At(lo), At(hi), usedBytes - hi);
+    Resize(newSize);
+  }
   usedBytes = newSize;
 }
 
 void* xbasesequence::DetachStorage() {
   void* old = storage;
   storage = nullptr;
-  usedBytes = capacityBytes = 0;
+  usedBytes = 0;
+  SetCapacity(0);
   return old;
 }

@@ -84,11 +84,27 @@ class VELSTD_API xbasesequence {
   /// finds an empty sequence.
   void* DetachStorage();
 
+  /// Says that the hooks are those of the standard templates for good, the
+  /// sequence never shrinks and its elements do not know where they lie: the
+  /// typed front may fill the capacity on its own, and elements move as bytes
+  /// where they shift, instead of through OnCopy, in storage from malloc.
+  void Seal();
+  bool IsSealed() const { return isSealed; }
+
+  /// Bytes of storage that the front may use on its own; 0 unless sealed, and
+  /// in checked builds, whose checks stand in the operations here.
+  unsigned GetQuickCapacity() const { return quickBytes; }
+  /// Takes `bytes` more of that storage into use, which the front has filled.
+  void Extend(unsigned bytes) { usedBytes += bytes; }
+
  private:
   void Resize(unsigned bytes);
   std::uint64_t GrownFor(std::uint64_t bytes) const;
   void Reallocate(unsigned newCapacity);
+  void SetCapacity(unsigned bytes);
   void Vacate(char* at, unsigned bytes);
+  void MakeRoom(unsigned pos, unsigned count);
+  void CloseGap(unsigned lo, unsigned hi);
   void Copy(char* dst, const void* src, unsigned bytes);
   char* At(std::uint64_t pos) const { return static_cast<char*>(storage) + pos; }
 
@@ -96,6 +112,8 @@ class VELSTD_API xbasesequence {
   unsigned usedBytes = 0;
   unsigned capacityBytes = 0;
   xseqcontrol policy;
+  unsigned quickBytes = 0;
+  bool isSealed = false;
 };
 
 #endif  // VELSTD_SERVICES_XBASESEQUENCE_H

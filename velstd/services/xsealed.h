@@ -1,14 +1,28 @@
 // xsealed.h - a sequence template whose hooks are settled.
 //
 // The registered sequence classes are made of it: their hooks are final, so
-// that nothing below them can watch or change the growth of their storage.
+// that nothing below them can watch or change the growth of their storage. That
+// lets appending and setting within the capacity happen in line, and elements
+// that shift move as bytes instead of being copied and ended.
 #ifndef VELSTD_SERVICES_XSEALED_H
 #define VELSTD_SERVICES_XSEALED_H
+
+#include <type_traits>
+
+#include "xany.h"
+#include "xstring.h"
 
 template <class Sequence>
 class xsealed : public Sequence {
  protected:
-  using Sequence::Sequence;
+  explicit xsealed(unsigned capacity) : Sequence(0) {
+    using Element = std::decay_t<decltype((*this)[0])>;
+    static_assert(std::is_scalar<Element>::value || std::is_same<Element, xstring>::value ||
+                      std::is_same<Element, xany>::value,
+                  "elements that may move as bytes");
+    this->Seal();
+    this->Reserve(capacity);
+  }
 
   void* OnResize(unsigned newCapacity) final { return Sequence::OnResize(newCapacity); }
   void OnAllocate(void* at, unsigned bytes) final { Sequence::OnAllocate(at, bytes); }

@@ -22,6 +22,7 @@
 
 #include <climits>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 
 #include "velexceptions.h"
@@ -46,9 +47,11 @@ class VELSTD_API xtbsequence : public virtual xobject, protected xbasesequence {
   /// Scalars in the gap are indeterminate, class elements are empty.
   /// Throws velXNegativeIndex below 0.
   virtual void set(int index, T value) {
-    const Settle settle;
-    velhAssertNonNegativeIndex(index);
-    BaseCopy(Bytes(index, 1), sizeof(T), &value);
+    if (IsElement(index) && GetQuickCapacity() != 0) {
+      static_cast<T*>(GetPtr())[index] = static_cast<T&&>(value);
+    } else {
+      SetAnywhere(index, value);
+    }
   }
 
   /// The element at `index` itself; errors as get(). Objects that assigning to it
@@ -57,9 +60,14 @@ class VELSTD_API xtbsequence : public virtual xobject, protected xbasesequence {
   T& operator[](int index) { return Checked(index); }
 
   void append(T value) {
-    const Settle settle;
-    Bytes(Count(), 1);
-    BaseInsert(GetByteSize(), sizeof(T), &value);
+    const std::uint64_t end = std::uint64_t{GetByteSize()} + sizeof(T);
+    if (end <= GetQuickCapacity() && (sizeof(T) > 1 || end <= INT_MAX)) {
+      // Into the empty element that lies there.
+      *reinterpret_cast<T*>(static_cast<char*>(GetPtr()) + GetByteSize()) = static_cast<T&&>(value);
+      Extend(sizeof(T));
+    } else {
+      AppendGrowing(value);
+    }
   }
 
   /// Puts `value` before the element at `index`; past the end, opens a gap as
@@ -67,7 +75,9 @@ class VELSTD_API xtbsequence : public virtual xobject, protected xbasesequence {
   void insert(int index, T value) {
     const Settle settle;
     velhAssertNonNegativeIndex(index);
+    const int end = Count();
     BaseInsert(Room(index, 1), sizeof(T), &value);
+    FillGap(end, index);
   }
 
   /// Puts all elements of `other`, which may be this sequence, before the
@@ -75,7 +85,9 @@ class VELSTD_API xtbsequence : public virtual xobject, protected xbasesequence {
   void insertseq(int index, const xtbsequence<T>& other) {
     const Settle settle;
     velhAssertNonNegativeIndex(index);
+    const int end = Count();
     BaseInsert(Room(index, other.Count()), other.GetByteSize(), other.GetPtr());
+    FillGap(end, index);
   }
 
   /// Removes the elements from `first` up to, not including, `last`, given in
@@ -112,10 +124,44 @@ class VELSTD_API xtbsequence : public virtual xobject, protected xbasesequence {
 
   int Count() const { return static_cast<int>(GetByteSize() / sizeof(T)); }
 
+  bool IsElement(int index) const {
+    return std::uint64_t{static_cast<unsigned>(index)} * sizeof(T) < GetByteSize();
+  }
+
   T& Checked(int index) {
-    velhAssertNonNegativeIndex(index);
-    if (index >= Count()) velhThrowInvalidSeqIndex(this, index);
+    if (!IsElement(index)) Refuse(index);
     return static_cast<T*>(GetPtr())[index];
+  }
+
+  [[gnu::noinline]] void Refuse(int index) {
+    velhAssertNonNegativeIndex(index);
+    velhThrowInvalidSeqIndex(this, index);
+  }
+
+  [[gnu::noinline]] void SetAnywhere(int index, const T& value) {
+    const Settle settle;
+    velhAssertNonNegativeIndex(index);
+    const int end = Count();
+    BaseCopy(Bytes(index, 1), sizeof(T), &value);
+    FillGap(end, index);
+  }
+
+  [[gnu::noinline]] void AppendGrowing(const T& value) {
+    const Settle settle;
+    Bytes(Count(), 1);
+    BaseInsert(GetByteSize(), sizeof(T), &value);
+  }
+
+  /// Scalars that an operation past the end has skipped become zeros, so that no
+  /// old bytes of the heap come to light. Hooks that can be overridden see to
+  /// that for themselves.
+  void FillGap(int end, int index) {
+    if constexpr (!std::is_class<T>::value) {
+      if (index > end && IsSealed()) {
+        T* const gap = static_cast<T*>(GetPtr()) + end;
+        std::memset(gap, 0, sizeof(T) * static_cast<unsigned>(index - end));
+      }
+    }
   }
 
   /// Byte position of `index`, when `more` elements may follow it.
