@@ -6,6 +6,7 @@
 #ifndef VELSTD_CAPI_VELFLATCOLLECTION_H
 #define VELSTD_CAPI_VELFLATCOLLECTION_H
 
+#include <typeinfo>
 #include <utility>
 
 #include "velargument.h"
@@ -20,6 +21,10 @@ template <class C, class R, class Call>
 R velOnCollection(const void* address, R onError, Call call) {
   return velGuard(onError, [&] {
     velClearPending();
+    if (!address) {
+      velComplaint::null();
+      return onError;
+    }
     C* collection = velArgument<C>(address);
     const velBorrow borrow(collection);
     return call(*collection);
@@ -76,6 +81,11 @@ struct velFlatSequence : velFlatCollection<C> {
       if (!cleared) return;
       C* sequence = velArgument<C>(seq);
       const velBorrow borrow(sequence);
+      // What the class's own get would throw; one that overrides it is asked.
+      if (typeid(*sequence) == typeid(C) &&
+          static_cast<unsigned>(index) >= static_cast<unsigned>(sequence->getarraysize())) {
+        return velComplaint::index(sequence, index);
+      }
       result = sequence->get(index);
     });
     // Handing an object out attaches it, which may throw.

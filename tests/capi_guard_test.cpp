@@ -481,11 +481,13 @@ TEST(CCollection, ACollectionThatNobodyHoldsSurvivesEveryCall) {
 TEST(CCollection, MembersAreCalledThroughTheTable) {
   class Doubling : public xintsequence {
    public:
-    int get(int index) override { return 2 * xintsequence::get(index); }
+    int get(int index) override { return index == -5 ? 5 : 2 * xintsequence::get(index); }
   };
   const xrchandle<xintsequence> seq(new Doubling);
   xintsequence_set(seq, 0, 21);
   EXPECT_EQ(xintsequence_get(seq, 0), 42);
+  EXPECT_EQ(xintsequence_get(seq, -5), 5);
+  EXPECT_FALSE(xisexc_c());
 }
 
 // ---- an object behind any of its addresses ------------------------------------------

@@ -31,6 +31,7 @@ class VELSTD_API velXNull : public velXException {
   VEL_ATTRIBUTED(velXNull, velXException(context))
  protected:
   velXNull();
+  friend struct velComplaint;
 
  public:
   [[noreturn]] static void Throw();
@@ -68,6 +69,7 @@ class VELSTD_API velXInvalidSeqIndex : public velXException {
   VEL_ATTRIBUTE(int, Index)
  protected:
   velXInvalidSeqIndex(xany object, int index);
+  friend struct velComplaint;
 
  public:
   [[noreturn]] static void Throw(xany object, int index);
@@ -103,6 +105,7 @@ class VELSTD_API velXNegativeIndex : public velXException {
   VEL_ATTRIBUTE(int, Index)
  protected:
   explicit velXNegativeIndex(int index);
+  friend struct velComplaint;
 
  public:
   [[noreturn]] static void Throw(int index);
