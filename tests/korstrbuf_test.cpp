@@ -327,6 +327,86 @@ TYPED_TEST(KorStrBufForm, CommitWithOneFormChangesNothing) {
   buffer->Release();
 }
 
+TYPED_TEST(KorStrBufForm, ExtendWritesBehindTheTextWhileThereIsRoom) {
+  typename TypeParam::Ch* text;
+  korStrBuf* buffer = TypeParam::Alloc(this->Bytes(8), &text);
+  std::memcpy(text, this->T("abc"), this->Bytes(3));
+  EXPECT_EQ(buffer->Extend(text, 1), nullptr);  // nobody has told the length
+  buffer->NoteLength(3);
+  typename TypeParam::Ch* place = buffer->Extend(text, 2);
+  ASSERT_EQ(place, text + 3);
+  std::memcpy(place, this->T("de"), 2 * sizeof(*place));
+  EXPECT_TRUE(Same(text, this->T("abcde")));
+  EXPECT_EQ(buffer->GetLength(text), 5U);
+  EXPECT_EQ(buffer->Extend(text, 4), nullptr);
+  EXPECT_EQ(buffer->Extend(text, static_cast<std::size_t>(-1)), nullptr);
+  EXPECT_TRUE(Same(text, this->T("abcde")));
+  place = buffer->Extend(text, 3);
+  ASSERT_EQ(place, text + 5);
+  std::memcpy(place, this->T("fgh"), 3 * sizeof(*place));
+  EXPECT_TRUE(Same(text, this->T("abcdefgh")));
+  EXPECT_EQ(buffer->Extend(text, 1), nullptr);
+  buffer->Release();
+}
+
+TYPED_TEST(KorStrBufForm, ExtendAndReuseRefuseWhatIsSharedAndTheProducedForm) {
+  typename TypeParam::Ch* text;
+  typename TypeParam::Other* other = nullptr;
+  korStrBuf* buffer = TypeParam::Alloc(this->Bytes(20), &text);
+  std::memcpy(text, this->T("abc"), this->Bytes(3));
+  buffer->NoteLength(3);
+  buffer->AddReference();
+  EXPECT_EQ(buffer->Extend(text, 1), nullptr);
+  EXPECT_FALSE(buffer->Reuse(text, 3));
+  buffer->DropReference();
+  TypeParam::Produce(buffer, nullptr, &other);
+  EXPECT_EQ(buffer->Extend(text, 1), nullptr);  // the other form would be stale
+  EXPECT_EQ(buffer->Extend(other, 1), nullptr);
+  EXPECT_FALSE(buffer->Reuse(other, 3));
+  EXPECT_EQ(buffer->GetLength(other), 3U);
+  EXPECT_TRUE(Same(text, this->T("abc")));
+  EXPECT_TRUE(Same(other, this->O("abc")));
+  buffer->Release();
+}
+
+TYPED_TEST(KorStrBufForm, ReuseDropsTheOtherFormAndNotesTheLength) {
+  typename TypeParam::Ch* text;
+  typename TypeParam::Other* other = nullptr;
+  korStrBuf* buffer = this->Make("abcdef", &text);
+  TypeParam::Produce(buffer, nullptr, &other);
+  EXPECT_FALSE(buffer->Reuse(text, 7));
+  ASSERT_TRUE(buffer->Reuse(text, 2));
+  std::memcpy(text, this->T("xy"), this->Bytes(2));
+  EXPECT_EQ(buffer->GetLength(text), 2U);
+  typename TypeParam::Ch* own = nullptr;
+  this->Peek(buffer, &own, &other);
+  EXPECT_EQ(own, text);
+  EXPECT_EQ(other, nullptr);
+  TypeParam::Produce(buffer, nullptr, &other);
+  EXPECT_TRUE(Same(other, this->O("xy")));
+  buffer->Release();
+}
+
+TYPED_TEST(KorStrBufForm, ALargeBufferIsNotReusedForASmallText) {
+  typename TypeParam::Ch* text;
+  korStrBuf* buffer = TypeParam::Alloc(this->Bytes(999), &text);
+  text[0] = 0;
+  EXPECT_FALSE(buffer->Reuse(text, 100));
+  EXPECT_TRUE(buffer->Reuse(text, 300));
+  buffer->Release();
+}
+
+// Whoever edits in place and commits may have changed the length.
+TYPED_TEST(KorStrBufForm, CommitForgetsTheLength) {
+  typename TypeParam::Ch* text;
+  korStrBuf* buffer = this->Make("abcdef", &text);
+  buffer->NoteLength(6);
+  text[2] = 0;
+  buffer->Commit();
+  EXPECT_EQ(buffer->GetLength(text), 2U);
+  buffer->Release();
+}
+
 TYPED_TEST(KorStrBufForm, AttachAddsAReferenceAndTellsTheForms) {
   typename TypeParam::Ch* text;
   korStrBuf* buffer = this->Make("abc", &text);

@@ -268,6 +268,39 @@ TEST(XString, MovingLeavesNull) {
   EXPECT_EQ(Holding(to), "null");
 }
 
+TYPED_TEST(XStringForm, AssignmentOfATextDropsTheOtherForm) {
+  xstring s(Lit<TypeParam>("abcdef"));
+  s.CastToCString();
+  s.CastToCWString();
+  s = Lit<TypeParam>("xyz");
+  EXPECT_EQ(Holding(s), Only<TypeParam>("xyz"));
+  EXPECT_STREQ(s, "xyz");
+  EXPECT_TRUE(SameWide(s, L"xyz"));
+}
+
+TYPED_TEST(XStringForm, AssignmentOfATextLeavesCopiesAlone) {
+  xstring s(Lit<TypeParam>("abcdef"));
+  const xstring copy(s);
+  const __xstring_c held = s.getxstring_c();
+  s = Lit<TypeParam>("xyz");
+  s = Lit<TypeParam>("uvw");
+  EXPECT_TRUE(s == "uvw");
+  EXPECT_TRUE(copy == "abcdef");
+  EXPECT_TRUE(xstring(held, false) == "abcdef");
+}
+
+// Up and down by more than any step in which buffers grow.
+TYPED_TEST(XStringForm, AssignmentOfTextsOfAllLengthsKeepsThem) {
+  xstring s;
+  for (std::size_t i = 0; i < 2000; ++i) {
+    const std::string text(i * 7919 % 700, static_cast<char>('a' + i % 26));
+    s = Lit<TypeParam>(text);
+    ASSERT_EQ(s.GetLength(), static_cast<int>(text.size()));
+    if (i % 3 == 0) s += Lit<TypeParam>("+");
+    ASSERT_TRUE(s == (i % 3 == 0 ? text + "+" : text).c_str());
+  }
+}
+
 TYPED_TEST(XStringForm, AssignmentOfItsOwnTextActsAsIfCopiedFirst) {
   for (const bool shared : {false, true}) {
     xstring s(this->T("abc"));

@@ -23,11 +23,15 @@ struct Width;
 template <>
 struct Width<char> {
   using Other = wchar_t;
-  static korStrBuf* Alloc(std::size_t bytes, char** text) { return korStrBuf::AllocMB(bytes, text); }
+  static korStrBuf* Alloc(std::size_t bytes, char** text) {
+    return korStrBuf::AllocMB(bytes, text);
+  }
   static korStrBuf* Resize(korStrBuf* buffer, std::size_t bytes, char** text) {
     return buffer->ResizeMB(bytes, text, 1);
   }
-  static korStrBuf* Produce(korStrBuf* buffer, char** text) { return buffer->Produce(text, nullptr); }
+  static korStrBuf* Produce(korStrBuf* buffer, char** text) {
+    return buffer->Produce(text, nullptr);
+  }
   static std::size_t Units(const char* text, int n) { return kor_mbsnbcnt(text, n); }
   static constexpr auto Find = korStringFind;
   static constexpr auto Replace = korStringSubstitute;
@@ -130,15 +134,6 @@ const Ch* xstring::Form() const {
   return Slot<Ch>() ? Slot<Ch>() : Produced<Ch>();
 }
 
-void xstring::Attach(const __xstring_c& other) noexcept {
-  view = other;
-  if (view.buffer) {
-    view.buffer->Attach(nullptr, nullptr);
-  } else {
-    SetNull();
-  }
-}
-
 template <class Ch>
 void xstring::SetOnly(korStrBuf* buffer, Ch* text) {
   view = {buffer, nullptr, nullptr};
@@ -153,6 +148,7 @@ Ch* xstring::Allocate(std::size_t length) {
   Ch* text;
   korStrBuf* buffer = Width<Ch>::Alloc((length + 1) * sizeof(Ch), &text);
   text[length] = 0;
+  buffer->NoteLength(length);
   SetOnly(buffer, text);
   return text;
 }
@@ -277,7 +273,7 @@ xstring::xstring(const __xstring_c& text, bool attach) : view(text) {
 xstring& xstring::operator=(const xstring& other) noexcept {
   korStrBuf* old = view.buffer;
   Attach(other.view);
-  if (old) old->Release();
+  Drop(old);
   return *this;
 }
 
@@ -286,12 +282,27 @@ xstring& xstring::operator=(xstring&& other) noexcept {
   korStrBuf* old = view.buffer;
   view = other.view;
   other.SetNull();
-  if (old) old->Release();
+  Drop(old);
   return *this;
 }
 
-xstring& xstring::operator=(const char* text) { return *this = xstring(text); }
-xstring& xstring::operator=(const wchar_t* text) { return *this = xstring(text); }
+// A text that fits goes into the buffer that is there.
+template <class Ch>
+xstring& xstring::AssignText(const Ch* text) {
+  const Ch* plain = korText(text);
+  if (!view.buffer || !plain || !*plain) return *this = xstring(text);
+  const std::size_t length = Strlen(plain);
+  Ch* own = Slot<Ch>();
+  if (!view.buffer->Reuse(own, length)) return *this = xstring(text);
+  // It may be a part of the old one.
+  std::memmove(own, plain, length * sizeof(Ch));
+  own[length] = 0;
+  SetOnly(view.buffer, own);
+  return *this;
+}
+
+xstring& xstring::operator=(const char* text) { return AssignText(text); }
+xstring& xstring::operator=(const wchar_t* text) { return AssignText(text); }
 xstring& xstring::operator=(std::strstream& stream) { return *this = xstring(stream); }
 
 void xstring::Assign(const __xstring_c& text, bool attach) { *this = xstring(text, attach); }
@@ -324,12 +335,11 @@ bool xstring::ToInt(int* value) const {
 
 bool xstring::ToDouble(double* value) const {
   if (IsNull()) return false;
-  return view.narrow ? korStringToDouble(view.narrow, value)
-                     : korWStringToDouble(view.wide, value);
+  return view.narrow ? korStringToDouble(view.narrow, value) : korWStringToDouble(view.wide, value);
 }
 
 __xstring_c xstring::getxstring_c() const {
-  if (view.buffer) view.buffer->Attach(nullptr, nullptr);
+  if (view.buffer) view.buffer->AddReference();
   return view;
 }
 
@@ -340,8 +350,9 @@ bool xstring::Holds(const Ch* text) const {
   return view.buffer && own && text >= own && text <= own + Strlen(own);
 }
 
+// Not in line: those who call it have less to do most of the time.
 template <class Ch>
-void xstring::Append(const Ch* text, std::size_t length) {
+__attribute__((noinline)) void xstring::Append(const Ch* text, std::size_t length) {
   // A second owner makes the resize below leave the old text alone, so that an
   // argument inside it stays readable.
   const Ch* before = Form<Ch>();
@@ -361,12 +372,17 @@ xstring& xstring::AppendText(const Ch* text) {
   text = korText(text);
   if (!text || !*text) return *this;
   if (IsNull()) return *this = text;
-  Append(text, Strlen(text));
+  const std::size_t length = Strlen(text);
+  if (Ch* place = view.buffer->Extend(Slot<Ch>(), length)) {
+    std::memcpy(place, text, length * sizeof(Ch));
+  } else {
+    Append(text, length);
+  }
   return *this;
 }
 
 template <class Ch>
-xstring& xstring::AppendCharacter(Ch c) {
+xstring& xstring::AppendSlowly(Ch c) {
   if (!c) return *this;
   if (IsNull()) {
     *Allocate<Ch>(1) = c;
@@ -375,11 +391,11 @@ xstring& xstring::AppendCharacter(Ch c) {
   }
   return *this;
 }
+template xstring& xstring::AppendSlowly(char c);
+template xstring& xstring::AppendSlowly(wchar_t c);
 
 xstring& xstring::operator+=(const char* text) { return AppendText(text); }
 xstring& xstring::operator+=(const wchar_t* text) { return AppendText(text); }
-xstring& xstring::operator+=(char c) { return AppendCharacter(c); }
-xstring& xstring::operator+=(wchar_t c) { return AppendCharacter(c); }
 
 xstring& xstring::operator+=(const xstring& text) {
   if (view.wide) return *this += text.CastToCWString();
@@ -401,8 +417,8 @@ void xstring::SubstituteText(const Ch* from, const Ch* to, int first, int count)
   const int n = Width<Ch>::Find(text, from, first, count, &offset);
   if (n == 0) return;
   const std::size_t length = Strlen(text);
-  const auto growth = static_cast<std::int64_t>(Strlen(to)) -
-                      static_cast<std::int64_t>(Strlen(from));
+  const auto growth =
+      static_cast<std::int64_t>(Strlen(to)) - static_cast<std::int64_t>(Strlen(from));
   const std::int64_t wanted = static_cast<std::int64_t>(length) + n * growth;
   if (growth > 0) {
     if (wanted > static_cast<std::int64_t>(korStrBuf::kMaxLength)) velThrowSizeLimit();

@@ -77,7 +77,7 @@ class VELSTD_API xstring {
   /// stream each time, so that the stream grows by one.
   xstring(std::strstream& stream);
 
-  ~xstring() { ReleaseBuffer(); }
+  ~xstring() { Drop(view.buffer); }
 
   xstring& operator=(const xstring& other) noexcept;
   xstring& operator=(xstring&& other) noexcept;
@@ -129,8 +129,8 @@ class VELSTD_API xstring {
   xstring& operator+=(const wchar_t* text);
   xstring& operator+=(const xstring& text);
   /// Appends one character; the zero character changes nothing.
-  xstring& operator+=(char c);
-  xstring& operator+=(wchar_t c);
+  xstring& operator+=(char c) { return AppendCharacter(view.narrow, c); }
+  xstring& operator+=(wchar_t c) { return AppendCharacter(view.wide, c); }
 
   /// Replaces occurrences of `from` by `to`, found from left to right without
   /// overlap.
@@ -202,9 +202,16 @@ class VELSTD_API xstring {
   }
 
   void SetNull() noexcept { view = {nullptr, NullText<char>(), NullText<wchar_t>()}; }
-  void Attach(const __xstring_c& other) noexcept;
-  void ReleaseBuffer() noexcept {
-    if (view.buffer) view.buffer->Release();
+  void Attach(const __xstring_c& other) noexcept {
+    view = other;
+    if (view.buffer) {
+      view.buffer->AddReference();
+    } else {
+      SetNull();
+    }
+  }
+  static void Drop(korStrBuf* buffer) noexcept {
+    if (buffer) buffer->DropReference();
   }
 
   // The bodies, once for both widths. Slot is the view's pointer of that form.
@@ -227,6 +234,8 @@ class VELSTD_API xstring {
   template <class Ch>
   void CreateConcat(const Ch* first, const Ch* second);
   template <class Ch>
+  xstring& AssignText(const Ch* text);
+  template <class Ch>
   void FollowBy(const Ch* text);
   template <class Ch>
   bool Holds(const Ch* text) const;
@@ -235,7 +244,20 @@ class VELSTD_API xstring {
   template <class Ch>
   xstring& AppendText(const Ch* text);
   template <class Ch>
-  xstring& AppendCharacter(Ch c);
+  xstring& AppendSlowly(Ch c);
+
+  // `form` is this string's text in the form of `c`. While there is room, which
+  // is nearly always, an append is a few instructions: too few to call for.
+  template <class Ch>
+  xstring& AppendCharacter(const Ch* form, Ch c) {
+    if (c && view.buffer) {
+      if (Ch* place = view.buffer->Extend(form, 1)) {
+        *place = c;
+        return *this;
+      }
+    }
+    return AppendSlowly(c);
+  }
   template <class Ch>
   void SubstituteText(const Ch* from, const Ch* to, int first, int count);
   template <class Ch>

@@ -11,6 +11,10 @@
 // buffer of their own to whoever shares one.
 // Ownership: counted. The allocating functions hand one reference to the
 // caller; Release gives one back and frees the buffer with the last.
+//
+// The virtual functions are for those who reach a buffer through its table, as
+// the C interface allows. No other class derives from this one, so the strings
+// count and append in line.
 #ifndef VELSTD_KORBASE_KORSTRBUF_H
 #define VELSTD_KORBASE_KORSTRBUF_H
 
@@ -19,8 +23,9 @@
 #include <cstdint>
 
 #include "korapi.h"
+#include "korcount.h"
 
-class VELSTD_API korStrBuf {
+class VELSTD_API korStrBuf final {
  public:
   /// The longest text, in characters (narrow: bytes) without the terminator.
   static constexpr std::size_t kMaxLength = 0x7FFFFFFE;
@@ -58,10 +63,31 @@ class VELSTD_API korStrBuf {
   /// that the buffer was allocated with.
   virtual void Commit();
 
-  /// The same for an editor that knows how many characters its text has: the
-  /// buffer keeps the number until the next edit, so that a long row of appends
-  /// does not measure the text each time.
+  /// The same for an editor that knows how many characters its text has; then as
+  /// NoteLength.
   void CommitLength(std::size_t length);
+
+  /// Tells a new buffer how many characters its text will have: it keeps the
+  /// number until the next edit, so that nobody has to measure the text.
+  void NoteLength(std::size_t length) noexcept { knownLength = length; }
+
+  /// Makes room for `more` characters behind `text`, one of the buffer's forms,
+  /// in place, and writes the new terminator: with one owner, only this form, a
+  /// length that is known and space enough. All that an append needs most of the
+  /// time; the edit is then done as if by CommitLength.
+  /// @return where the characters go, which the caller writes at once; null when
+  ///         it takes a resize, with nothing changed
+  char* Extend(const char* text, std::size_t more) noexcept { return ExtendForm(text, more); }
+  wchar_t* Extend(const wchar_t* text, std::size_t more) noexcept { return ExtendForm(text, more); }
+
+  /// Makes the whole of `text`, one of the buffer's forms, room for a new text of
+  /// `length` characters (at least 1), terminator included: with one owner, the
+  /// form that it was allocated with, and space enough but not several times too
+  /// much. Drops the other form and notes the length.
+  /// @return whether it is done; otherwise nothing is changed. The old text is
+  ///         still there, so that the new one may be a part of it.
+  bool Reuse(const char* text, std::size_t length) noexcept { return ReuseForm(text, length); }
+  bool Reuse(const wchar_t* text, std::size_t length) noexcept { return ReuseForm(text, length); }
 
   /// Length in characters of `text`, which is one of the buffer's forms.
   std::size_t GetLength(const char* text) const;
@@ -74,16 +100,18 @@ class VELSTD_API korStrBuf {
   /// Gives one reference back; the last one frees the buffer.
   virtual void Release();
 
+  /// What Attach (without places) and Release do, in line.
+  void AddReference() noexcept { korCountUp(count); }
+  void DropReference() noexcept {
+    if (korCountDown(count) == 1) Free();
+  }
+
   korStrBuf(const korStrBuf&) = delete;
   korStrBuf& operator=(const korStrBuf&) = delete;
 
- protected:
+ private:
   korStrBuf() = default;
   ~korStrBuf() = default;
-
- private:
-  template <class Ch>
-  friend struct korStrForm;
 
   template <class Ch>
   static korStrBuf* Alloc(std::size_t size, Ch** text);
@@ -97,14 +125,35 @@ class VELSTD_API korStrBuf {
   const std::atomic<Ch*>& Text() const {
     return const_cast<korStrBuf*>(this)->Text<Ch>();
   }
-  bool IsInline(const void* text) const;
-  bool IsShared() const;
+  template <class Ch>
+  Ch* ExtendForm(const Ch* text, std::size_t more) noexcept;
+  template <class Ch>
+  bool ReuseForm(const Ch* text, std::size_t length) noexcept;
+  void Free() noexcept;
+
+  bool IsInline(const void* text) const { return text == this + 1; }
+  bool IsShared() const { return count.load(std::memory_order_acquire) != 1; }
+  bool HasOneForm() const {
+    return !narrowText.load(std::memory_order_relaxed) || !wideText.load(std::memory_order_relaxed);
+  }
 
   std::atomic<std::int64_t> count{1};
   std::atomic<char*> narrowText{nullptr};
   std::atomic<wchar_t*> wideText{nullptr};
-  std::size_t room = 0;  // bytes that follow this header, for the form it was born with
+  std::size_t room = 0;         // bytes that follow this header, for the form it was born with
   std::size_t knownLength = 0;  // of that form, in characters; 0 where nobody told
 };
+
+template <class Ch>
+Ch* korStrBuf::ExtendForm(const Ch* text, std::size_t more) noexcept {
+  const std::size_t length = knownLength;
+  if (length == 0 || !IsInline(text) || IsShared() || !HasOneForm()) return nullptr;
+  const std::size_t most = room / sizeof(Ch) - 1;
+  if (more > most - length) return nullptr;
+  Ch* place = reinterpret_cast<Ch*>(this + 1) + length;
+  place[more] = 0;
+  knownLength = length + more;
+  return place;
+}
 
 #endif  // VELSTD_KORBASE_KORSTRBUF_H

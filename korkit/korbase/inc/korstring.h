@@ -13,18 +13,29 @@
 #define VELSTD_KORBASE_KORSTRING_H
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 #include "korapi.h"
 
 /// The text a pointer stands for: null for 0 and 1, "uninit" for 2, else
 /// `text` itself.
-VELSTD_API const char* korText(const char* text);
+inline const char* korText(const char* text) {
+  const auto address = reinterpret_cast<std::uintptr_t>(text);
+  if (address > 2) return text;
+  return address == 2 ? "uninit" : nullptr;
+}
 
 /// The same for wide text, where 2 is no special value.
-VELSTD_API const wchar_t* korText(const wchar_t* text);
+inline const wchar_t* korText(const wchar_t* text) {
+  return reinterpret_cast<std::uintptr_t>(text) > 1 ? text : nullptr;
+}
 
 /// Length without the terminator; 0 for the null text.
-VELSTD_API std::size_t Strlen(const char* text);
+inline std::size_t Strlen(const char* text) {
+  const char* plain = korText(text);
+  return plain ? std::strlen(plain) : 0;
+}
 VELSTD_API std::size_t Strlen(const wchar_t* text);
 
 /// Copy of `text`, owned: give it back with delete[]. Null for the null text.

@@ -9,48 +9,6 @@
 namespace {
 
 constexpr std::size_t kFailure = static_cast<std::size_t>(-1);
-constexpr bool kPairs = sizeof(wchar_t) == 2;
-
-// A unit as an unsigned number; the platform's wchar_t may be signed.
-char32_t Unit(wchar_t unit) { return static_cast<char32_t>(unit); }
-
-// Reads the character at `text` with `units` (at least 1) units left. Returns
-// its units; a surrogate on its own is kKorNoCharacter of one unit.
-std::size_t DecodeWide(const wchar_t* text, std::size_t units, char32_t* character) {
-  const char32_t first = Unit(text[0]);
-  *character = korIsCharacter(first) ? first : kKorNoCharacter;
-  if (!kPairs || first < 0xD800U || first > 0xDBFFU || units < 2) return 1;
-  const char32_t second = Unit(text[1]);
-  if (second < 0xDC00U || second > 0xDFFFU) return 1;
-  *character = 0x10000U + ((first - 0xD800U) << 10U) + (second - 0xDC00U);
-  return 2;
-}
-
-std::size_t WideUnits(char32_t character) { return kPairs && character > 0xFFFFU ? 2 : 1; }
-
-void EncodeWide(char32_t character, wchar_t* out) {
-  if (WideUnits(character) == 1) {
-    out[0] = static_cast<wchar_t>(character);
-    return;
-  }
-  out[0] = static_cast<wchar_t>(0xD800U + ((character - 0x10000U) >> 10U));
-  out[1] = static_cast<wchar_t>(0xDC00U + ((character - 0x10000U) & 0x3FFU));
-}
-
-void WidenAscii(wchar_t* dest, const char* source, std::size_t bytes) {
-  for (std::size_t i = 0; i < bytes; ++i) dest[i] = static_cast<wchar_t>(source[i]);
-}
-
-// Number of ASCII units at the start of `units` units.
-std::size_t WideAsciiRun(const wchar_t* text, std::size_t units) {
-  std::size_t at = 0;
-  while (at < units && Unit(text[at]) < 0x80U) ++at;
-  return at;
-}
-
-void NarrowAscii(char* dest, const wchar_t* source, std::size_t units) {
-  for (std::size_t i = 0; i < units; ++i) dest[i] = static_cast<char>(source[i]);
-}
 
 std::size_t AtMost(std::size_t length, std::size_t limit) {
   return length < limit ? length : limit;
@@ -72,13 +30,12 @@ std::size_t kor_mbstowcs(wchar_t* dest, const char* source, std::size_t n) {
   std::size_t at = 0;
   std::size_t units = 0;
   while (units < room) {
-    if (charset.IsAsciiSafe()) {
-      const std::size_t run = korAsciiRun(text + at, AtMost(bytes - at, room - units));
-      if (dest) WidenAscii(dest + units, text + at, run);
-      at += run;
-      units += run;
-      if (units == room) break;
-    }
+    // As many units as there are bytes, at most: no run leaves the room.
+    const korProgress run =
+        charset.Widen(dest ? dest + units : nullptr, text + at, AtMost(bytes - at, room - units));
+    at += run.taken;
+    units += run.given;
+    if (units == room) break;
     if (at == bytes) {
       if (dest) dest[units] = L'\0';
       break;
@@ -86,9 +43,9 @@ std::size_t kor_mbstowcs(wchar_t* dest, const char* source, std::size_t n) {
     char32_t character;
     const std::size_t length = charset.Decode(text + at, bytes - at, &character);
     if (length == 0) return kFailure;
-    const std::size_t wide = WideUnits(character);
+    const std::size_t wide = korWideUnits(character);
     if (wide > room - units) break;
-    if (dest) EncodeWide(character, dest + units);
+    if (dest) korEncodeWide(character, dest + units);
     at += length;
     units += wide;
   }
@@ -103,19 +60,17 @@ std::size_t kor_wcstombs(char* dest, const wchar_t* source, std::size_t n) {
   std::size_t at = 0;
   std::size_t bytes = 0;
   while (bytes < room) {
-    if (charset.IsAsciiSafe()) {
-      const std::size_t run = WideAsciiRun(text + at, AtMost(units - at, room - bytes));
-      if (dest) NarrowAscii(dest + bytes, text + at, run);
-      at += run;
-      bytes += run;
-      if (bytes == room) break;
-    }
+    // Four bytes for a unit, at most: no run leaves the room.
+    const korProgress run = charset.Narrow(dest ? dest + bytes : nullptr, text + at,
+                                           AtMost(units - at, (room - bytes) / 4));
+    at += run.taken;
+    bytes += run.given;
     if (at == units) {
       if (dest) dest[bytes] = '\0';
       break;
     }
     char32_t character;
-    const std::size_t wide = DecodeWide(text + at, units - at, &character);
+    const std::size_t wide = korDecodeWide(text + at, units - at, &character);
     char out[MB_LEN_MAX];
     const std::size_t length = charset.Encode(character, out);
     if (length == 0) return kFailure;
@@ -134,22 +89,19 @@ std::size_t korMbToWcLossy(wchar_t* dest, const char* source, std::size_t bytes)
   std::size_t at = 0;
   std::size_t units = 0;
   while (at < end) {
-    if (charset.IsAsciiSafe()) {
-      const std::size_t run = korAsciiRun(text + at, end - at);
-      if (dest) WidenAscii(dest + units, text + at, run);
-      at += run;
-      units += run;
-      if (at == end) break;
-    }
+    const korProgress run = charset.Widen(dest ? dest + units : nullptr, text + at, end - at);
+    at += run.taken;
+    units += run.given;
+    if (at == end) break;
     char32_t character;
     std::size_t length = charset.Decode(text + at, end - at, &character);
     if (length == 0) {
       length = 1;
       character = U'?';
     }
-    if (dest) EncodeWide(character, dest + units);
+    if (dest) korEncodeWide(character, dest + units);
     at += length;
-    units += WideUnits(character);
+    units += korWideUnits(character);
   }
   return units;
 }
@@ -161,15 +113,12 @@ std::size_t korWcToMbLossy(char* dest, const wchar_t* source, std::size_t units)
   std::size_t at = 0;
   std::size_t bytes = 0;
   while (at < units) {
-    if (charset.IsAsciiSafe()) {
-      const std::size_t run = WideAsciiRun(text + at, units - at);
-      if (dest) NarrowAscii(dest + bytes, text + at, run);
-      at += run;
-      bytes += run;
-      if (at == units) break;
-    }
+    const korProgress run = charset.Narrow(dest ? dest + bytes : nullptr, text + at, units - at);
+    at += run.taken;
+    bytes += run.given;
+    if (at == units) break;
     char32_t character;
-    at += DecodeWide(text + at, units - at, &character);
+    at += korDecodeWide(text + at, units - at, &character);
     char out[MB_LEN_MAX];
     std::size_t length = charset.Encode(character, out);
     if (length == 0) {

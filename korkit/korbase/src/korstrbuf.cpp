@@ -5,6 +5,7 @@
 #include <new>
 
 #include "koralloc.h"
+#include "korcharset.h"
 #include "korcount.h"
 #include "kormbcs.h"
 #include "korstring.h"
@@ -16,17 +17,62 @@ struct Width;
 template <>
 struct Width<char> {
   using Other = wchar_t;
-  static std::size_t Convert(char* dest, const wchar_t* source, std::size_t units) {
-    return korWcToMbLossy(dest, source, units);
-  }
+  static constexpr auto ConvertAscii = korAsciiNarrow;
+  static constexpr auto LengthIfValid = korUtf8NarrowLength;
+  static constexpr auto ConvertValid = korUtf8Narrow;
+  static constexpr auto Convert = korWcToMbLossy;
 };
 template <>
 struct Width<wchar_t> {
   using Other = char;
-  static std::size_t Convert(wchar_t* dest, const char* source, std::size_t units) {
-    return korMbToWcLossy(dest, source, units);
-  }
+  static constexpr auto ConvertAscii = korAsciiWiden;
+  static constexpr auto LengthIfValid = korUtf8WideLength;
+  static constexpr auto ConvertValid = korUtf8Widen;
+  static constexpr auto Convert = korMbToWcLossy;
 };
+
+template <class Ch>
+Ch* NewText(std::size_t length) {
+  if (length > korStrBuf::kMaxLength) velThrowSizeLimit();
+  void* block = korAlloc((length + 1) * sizeof(Ch));
+  if (!block) throw std::bad_alloc();
+  return static_cast<Ch*>(block);
+}
+
+// The text in the other form, in a block of its own. Most text is ASCII and keeps
+// its length: where it begins so, this is tried first. What valid UTF-8 becomes
+// is known from a look at its units. Only what is left is converted twice, once
+// to see how long it becomes.
+template <class Ch, class Other>
+Ch* NewForm(const Other* source, std::size_t units) {
+  using W = Width<Ch>;
+  const korCharset charset;
+  constexpr std::size_t kBeginning = 64;
+  const std::size_t beginning = units < kBeginning ? units : kBeginning;
+  if (charset.IsAsciiSafe() && W::ConvertAscii(nullptr, source, beginning) == beginning) {
+    auto* made = NewText<Ch>(units);
+    if (W::ConvertAscii(made, source, units) == units) {
+      made[units] = 0;
+      return made;
+    }
+    korFree(made);
+  }
+  const std::size_t expected = charset.IsUtf8() ? W::LengthIfValid(source, units) : 0;
+  if (expected > 0 && expected <= korStrBuf::kMaxLength) {
+    auto* made = NewText<Ch>(expected);
+    const korProgress done = W::ConvertValid(made, source, units);
+    if (done.taken == units) {
+      made[done.given] = 0;
+      return made;
+    }
+    korFree(made);
+  }
+  const std::size_t length = W::Convert(nullptr, source, units);
+  auto* made = NewText<Ch>(length);
+  W::Convert(made, source, units);
+  made[length] = 0;
+  return made;
+}
 
 }  // namespace
 
@@ -38,10 +84,6 @@ template <>
 std::atomic<wchar_t*>& korStrBuf::Text<wchar_t>() {
   return wideText;
 }
-
-bool korStrBuf::IsInline(const void* text) const { return text == this + 1; }
-
-bool korStrBuf::IsShared() const { return count.load(std::memory_order_acquire) != 1; }
 
 template <class Ch>
 korStrBuf* korStrBuf::Alloc(std::size_t size, Ch** text) {
@@ -68,13 +110,7 @@ Ch* korStrBuf::ProduceForm() {
   if (Ch* ready = mine.load(std::memory_order_acquire)) return ready;
   using Other = typename Width<Ch>::Other;
   const Other* source = Text<Other>().load(std::memory_order_acquire);
-  const std::size_t units = Strlen(source);
-  const std::size_t length = Width<Ch>::Convert(nullptr, source, units);
-  if (length > kMaxLength) velThrowSizeLimit();
-  auto* made = static_cast<Ch*>(korAlloc((length + 1) * sizeof(Ch)));
-  if (!made) throw std::bad_alloc();
-  Width<Ch>::Convert(made, source, units);
-  made[length] = 0;
+  Ch* made = NewForm<Ch>(source, GetLength(source));
   Ch* published = nullptr;
   if (mine.compare_exchange_strong(published, made, std::memory_order_acq_rel)) return made;
   korFree(made);
@@ -135,6 +171,7 @@ korStrBuf* korStrBuf::ResizeWC(std::size_t size, wchar_t** wide, int keep) {
 }
 
 void korStrBuf::Commit() {
+  knownLength = 0;
   // Only the form behind the header is ever edited, so the stale one has a
   // block of its own.
   if (IsInline(narrowText.load(std::memory_order_relaxed))) {
@@ -157,14 +194,29 @@ std::size_t korStrBuf::GetLength(const wchar_t* text) const {
   return knownLength > 0 && IsInline(text) ? knownLength : Strlen(text);
 }
 
+template <class Ch>
+bool korStrBuf::ReuseForm(const Ch* text, std::size_t length) noexcept {
+  if (!IsInline(text) || IsShared()) return false;
+  // A large buffer is no place to keep a small text in.
+  constexpr std::size_t kSmall = 64;
+  constexpr std::size_t kTimes = 4;
+  const std::size_t size = (length + 1) * sizeof(Ch);
+  if (size > room || (room > kSmall && room / kTimes > size)) return false;
+  CommitLength(length);
+  return true;
+}
+template bool korStrBuf::ReuseForm(const char* text, std::size_t length) noexcept;
+template bool korStrBuf::ReuseForm(const wchar_t* text, std::size_t length) noexcept;
+
 void korStrBuf::Attach(char** narrow, wchar_t** wide) {
-  korCountUp(count);
+  AddReference();
   if (narrow) *narrow = narrowText.load(std::memory_order_acquire);
   if (wide) *wide = wideText.load(std::memory_order_acquire);
 }
 
-void korStrBuf::Release() {
-  if (korCountDown(count) != 1) return;
+void korStrBuf::Release() { DropReference(); }
+
+void korStrBuf::Free() noexcept {
   char* narrow = narrowText.load(std::memory_order_relaxed);
   wchar_t* wide = wideText.load(std::memory_order_relaxed);
   if (!IsInline(narrow)) korFree(narrow);

@@ -4,6 +4,7 @@
 #include <climits>
 #include <cstdint>
 #include <cstring>
+#include <cwchar>
 #include <cwctype>
 #include <memory>
 #include <system_error>
@@ -377,30 +378,11 @@ std::wint_t Upper(std::wint_t character) { return std::towupper(character); }
 
 }  // namespace
 
-const char* korText(const char* text) {
-  switch (reinterpret_cast<std::uintptr_t>(text)) {
-    case 0:
-    case 1:
-      return nullptr;
-    case 2:
-      return "uninit";
-    default:
-      return text;
-  }
-}
-
-const wchar_t* korText(const wchar_t* text) {
-  return reinterpret_cast<std::uintptr_t>(text) <= 1 ? nullptr : text;
-}
-
-std::size_t Strlen(const char* text) {
-  const char* plain = korText(text);
-  return plain ? std::strlen(plain) : 0;
-}
-
 std::size_t Strlen(const wchar_t* text) {
   const wchar_t* plain = korText(text);
   if (!plain) return 0;
+  // The C library's function knows only its own width.
+  if constexpr (sizeof(wchar_t) == 4) return std::wcslen(plain);
   const wchar_t* end = plain;
   while (*end != L'\0') ++end;
   return static_cast<std::size_t>(end - plain);
