@@ -99,9 +99,9 @@ std::wstring widened(const std::string& text) {
 }
 
 // What the case conversions must give: the characters one by one.
-std::string inUpperCase(const std::string& text) {
+std::string inCase(const std::string& text, std::wint_t (*convert)(std::wint_t)) {
   std::wstring wide = widened(text);
-  for (wchar_t& c : wide) c = static_cast<wchar_t>(std::towupper(static_cast<std::wint_t>(c)));
+  for (wchar_t& c : wide) c = static_cast<wchar_t>(convert(static_cast<std::wint_t>(c)));
   std::string narrow(wide.size() * 4, '\0');
   narrow.resize(std::wcstombs(narrow.data(), wide.c_str(), narrow.size()));
   return narrow;
@@ -363,53 +363,64 @@ void addReplace() {
   });
 }
 
-void addUpper(const char* work, const std::string& text, bool isPlain) {
-  const std::string expected = inUpperCase(text);
+// After the rules of the locale; the standard library's way is that of single
+// bytes where all are ASCII.
+void addCase(const char* work, const std::string& text, bool upper, bool isPlain) {
+  const auto convert = upper ? std::towupper : std::towlower;
+  const std::string expected = inCase(text, convert);
   add(work, kOurs, [=](State& state) {
     const xstring source(text.c_str());
     xstring made;
     perKib(state, text, [&] {
-      made = source.ToUpper();
+      made = upper ? source.ToUpper() : source.ToLower();
       keep(made);
     });
-    check(made == expected.c_str(), "upper case");
+    check(made == expected.c_str(), "case");
   });
   add(work, kQt, [=](State& state) {
     const QString source = QString::fromStdString(text);
     QString made;
     perKib(state, text, [&] {
-      made = source.toUpper();
+      made = upper ? source.toUpper() : source.toLower();
       keep(made);
     });
-    check(made.toStdString() == expected, "upper case");
+    check(made.toStdString() == expected, "case");
   });
   add(work, kGlib, [=](State& state) {
     GText made;
     perKib(state, text, [&] {
-      made.reset(g_utf8_strup(text.c_str(), -1));
+      made.reset(upper ? g_utf8_strup(text.c_str(), -1) : g_utf8_strdown(text.c_str(), -1));
       keep(*made);
     });
-    check(made.get() == expected, "upper case");
+    check(made.get() == expected, "case");
   });
   add(work, kStd, [=](State& state) {
     std::string made;
     perKib(state, text, [&] {
-      made = isPlain ? text : inUpperCase(text);
+      made = isPlain ? text : inCase(text, convert);
       if (isPlain) {
-        for (char& c : made) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        for (char& c : made) {
+          const int letter = static_cast<unsigned char>(c);
+          c = static_cast<char>(upper ? std::toupper(letter) : std::tolower(letter));
+        }
       }
       keep(made);
     });
-    check(made == expected, "upper case");
+    check(made == expected, "case");
   });
-  if (!isPlain) return;
-  add(work, kAbsl, [=](State& state) {
+}
+
+// For comparison: what a conversion costs that knows the letters of ASCII alone
+// and asks no locale. We have none.
+void addAsciiCase(const std::string& text) {
+  const std::string expected = inCase(text, std::towupper);
+  add("string: upper case by ASCII rules only, per KiB", kAbsl, [=](State& state) {
     std::string made;
     perKib(state, text, [&] {
       made = absl::AsciiStrToUpper(text);
       keep(made);
     });
-    check(made == expected, "upper case");
+    check(made == expected, "case");
   });
 }
 
@@ -488,7 +499,7 @@ void addWideToNarrow(const char* work, const std::string& text) {
   });
 }
 
-// A list of words; one of them is an item. Ours gives the separators, too.
+// A list of the words, which blanks separate; one of them is an item.
 void addSplit() {
   const char* const work = "string: split into words, per word";
   static const std::int64_t count = std::count(plain().begin(), plain().end(), ' ') + 1;
@@ -496,8 +507,13 @@ void addSplit() {
   add(work, kOurs, [=](State& state) {
     const xstring text(plain().c_str());
     for (auto _ : state) {
-      const auto words = velStringUtils::parseEscapedandFormattedString(text, " ", "\\");
-      check(words->getarraysize() == 2 * count - 1, "split");
+      const auto words = xstringsequence::create();
+      const char* const end = text.CastToCString() + plain().size();
+      const char* word = nullptr;
+      for (const char* at = text; korStringGetNextWord(at, end, " ", &word, &at);) {
+        words->append(xstring(word, static_cast<int>(at - word)));
+      }
+      check(words->getarraysize() == count, "split");
     }
     done(state);
   });
@@ -538,6 +554,67 @@ void addSplit() {
   });
 }
 
+// A list of the words and of the separators between them, with an escape that
+// would make a separator part of a word; a word or a separator is an item. The
+// peers have no such parser: they get the one that a program would write.
+void addParse() {
+  const char* const work = "string: parse into words and separators, per piece";
+  static const std::int64_t count = 2 * std::count(plain().begin(), plain().end(), ' ') + 1;
+  const auto done = [](State& state) { state.SetItemsProcessed(state.iterations() * count); };
+  add(work, kOurs, [=](State& state) {
+    const xstring text(plain().c_str());
+    for (auto _ : state) {
+      const auto pieces = velStringUtils::parseEscapedandFormattedString(text, " ", "\\");
+      check(pieces->getarraysize() == count, "parse");
+    }
+    done(state);
+  });
+  add(work, kStd, [=](State& state) {
+    for (auto _ : state) {
+      std::vector<std::string> pieces;
+      std::string word;
+      const std::string& text = plain();
+      for (std::size_t at = 0;;) {
+        const std::size_t end = std::min(text.find_first_of(" \\", at), text.size());
+        word.append(text, at, end - at);
+        if (end < text.size() && text[end] == '\\') {
+          if (end + 1 < text.size()) word += text[end + 1];
+          at = std::min(end + 2, text.size());
+          continue;
+        }
+        pieces.push_back(std::move(word));
+        word.clear();
+        if (end == text.size()) break;
+        pieces.emplace_back(1, text[end]);
+        at = end + 1;
+      }
+      check(static_cast<std::int64_t>(pieces.size()) == count, "parse");
+    }
+    done(state);
+  });
+  add(work, kQt, [=](State& state) {
+    const QString text = QString::fromStdString(plain());
+    for (auto _ : state) {
+      QStringList pieces;
+      QString word;
+      for (qsizetype at = 0; at <= text.size(); ++at) {
+        const bool isEnd = at == text.size();
+        if (!isEnd && text[at] == QLatin1Char('\\')) {
+          if (++at < text.size()) word += text[at];
+        } else if (isEnd || text[at] == QLatin1Char(' ')) {
+          pieces.append(std::move(word));
+          word = QString();
+          if (!isEnd) pieces.append(QString(text[at]));
+        } else {
+          word += text[at];
+        }
+      }
+      check(pieces.size() == count, "parse");
+    }
+    done(state);
+  });
+}
+
 }  // namespace
 
 void velbench::registerCases() {
@@ -552,11 +629,15 @@ void velbench::registerCases() {
   addEqual(hundred);
   addFind();
   addReplace();
-  addUpper("string: upper case (ASCII), per KiB", plain(), true);
-  addUpper("string: upper case (multilingual), per KiB", multilingual(), false);
+  addCase("string: upper case (ASCII), per KiB", plain(), true, true);
+  addCase("string: upper case (multilingual), per KiB", multilingual(), true, false);
+  addCase("string: lower case (ASCII), per KiB", plain(), false, true);
+  addCase("string: lower case (multilingual), per KiB", multilingual(), false, false);
+  addAsciiCase(plain());
   addNarrowToWide("string: narrow to wide (ASCII), per KiB", plain());
   addNarrowToWide("string: narrow to wide (multilingual), per KiB", multilingual());
   addWideToNarrow("string: wide to narrow (ASCII), per KiB", plain());
   addWideToNarrow("string: wide to narrow (multilingual), per KiB", multilingual());
   addSplit();
+  addParse();
 }

@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <cuchar>
+#include <cwctype>
 #include <limits>
 #include <memory>
 #include <random>
@@ -798,6 +801,78 @@ TEST(KorString, CaseKeepsLettersOfAnotherLengthInTurkish) {
   VEL_NEED_LOCALE(turkish);
   EXPECT_EQ(Upper("ahi"), "AHi");
   EXPECT_EQ(Lower("AHI"), "ahI");
+}
+
+// The text as the C library converts it, each character for itself.
+std::string ConvertedOneByOne(const std::string& text, std::wint_t (*convert)(std::wint_t)) {
+  std::string result;
+  for (std::size_t at = 0; at < text.size();) {
+    char32_t character;
+    std::mbstate_t in{};
+    std::size_t length = std::mbrtoc32(&character, text.data() + at, text.size() - at, &in);
+    char out[MB_LEN_MAX];
+    std::size_t other = 0;
+    if (length <= text.size() - at && character <= 0x10FFFF) {
+      std::mbstate_t state{};
+      other = std::c32rtomb(
+          out, static_cast<char32_t>(convert(static_cast<std::wint_t>(character))), &state);
+    } else {
+      length = 1;
+    }
+    result += other == length ? std::string(out, length) : text.substr(at, length);
+    at += length;
+  }
+  return result;
+}
+
+// Every byte, and in UTF-8 every letter, more than once: what is known of one is
+// used for the next.
+void ExpectCasesOfTheCLibrary() {
+  std::string bytes;
+  for (int i = 0; i < 3 * 255; ++i) bytes += static_cast<char>(i * 7 % 255 + 1);
+  EXPECT_EQ(Upper(bytes), ConvertedOneByOne(bytes, std::towupper));
+  EXPECT_EQ(Lower(bytes), ConvertedOneByOne(bytes, std::towlower));
+  std::string letters;
+  for (int i = 0; i < 2; ++i) {
+    for (wchar_t c = 1; c < 0xD800; ++c) {
+      char out[MB_LEN_MAX];
+      std::mbstate_t state{};
+      const std::size_t length = std::c32rtomb(out, static_cast<char32_t>(c), &state);
+      if (length <= MB_LEN_MAX) letters.append(out, length);
+    }
+  }
+  EXPECT_TRUE(Upper(letters) == ConvertedOneByOne(letters, std::towupper));
+  EXPECT_TRUE(Lower(letters) == ConvertedOneByOne(letters, std::towlower));
+}
+
+TEST(KorString, CasesAreThoseOfTheCLibraryInEveryLocale) {
+  ExpectCasesOfTheCLibrary();
+  {
+    Utf8Locale utf8;
+    VEL_NEED_LOCALE(utf8);
+    ExpectCasesOfTheCLibrary();
+  }
+  {
+    GermanUtf8Locale german;
+    VEL_NEED_LOCALE(german);
+    ExpectCasesOfTheCLibrary();
+  }
+  {
+    GermanLatin1Locale latin1;
+    VEL_NEED_LOCALE(latin1);
+    ExpectCasesOfTheCLibrary();
+  }
+  TurkishUtf8Locale turkish;
+  VEL_NEED_LOCALE(turkish);
+  ExpectCasesOfTheCLibrary();
+}
+
+TEST(KorString, WideFindTakesTheFirstOfManyBeginnings) {
+  EXPECT_EQ(korWStringFindSubstring(Wide(std::string(300, 'a') + "aab"), Wide("aab")), 300);
+  EXPECT_EQ(korWStringFindSubstring(Wide(std::string(300, 'a')), Wide("aab")), -1);
+  EXPECT_EQ(korWStringFindSubstring(Wide("xyxyxz"), Wide("xyxz")), 2);
+  EXPECT_EQ(korWStringFindSubstring(Wide(""), Wide("")), 0);
+  EXPECT_EQ(korWStringFindSubstring(Wide(""), Wide("a")), -1);
 }
 
 std::string WideUpper(const wchar_t* text) {

@@ -7,17 +7,30 @@
 #include <cuchar>
 #include <cwchar>
 
-korCharset::korCharset() : kind(Kind::kOther), maxBytes(MB_CUR_MAX) {
+namespace {
+
+// In line, since it is asked for each call of most functions.
+bool IsSame(const char* name, const char* other) {
+  while (*name != '\0' && *name == *other) ++name, ++other;
+  return *name == *other;
+}
+
+}  // namespace
+
+korCharset::korCharset() : kind(Kind::kOther), maxBytes(1) {
   const char* name = nl_langinfo(CODESET);
-  if (std::strcmp(name, "UTF-8") == 0) {
+  if (IsSame(name, "UTF-8")) {
     kind = Kind::kUtf8;
-  } else if (std::strcmp(name, "ANSI_X3.4-1968") == 0) {
+    maxBytes = 4;
+  } else if (IsSame(name, "ANSI_X3.4-1968")) {
     kind = Kind::kAscii;
+  } else {
+    maxBytes = MB_CUR_MAX;
   }
 }
 
-std::size_t korCharset::Decode(const char* text, std::size_t bytes, char32_t* character) const {
-  if (kind == Kind::kUtf8) return korUtf8Decode(text, bytes, character);
+std::size_t korCharset::DecodeOther(const char* text, std::size_t bytes,
+                                    char32_t* character) const {
   const auto first = static_cast<unsigned char>(*text);
   if (first == 0 || (kind == Kind::kAscii && first < 0x80)) {
     *character = first;
@@ -30,8 +43,7 @@ std::size_t korCharset::Decode(const char* text, std::size_t bytes, char32_t* ch
   return length <= bytes && korIsCharacter(*character) ? length : 0;
 }
 
-std::size_t korCharset::Encode(char32_t character, char (&out)[MB_LEN_MAX]) const {
-  if (kind == Kind::kUtf8) return korUtf8Encode(character, out);
+std::size_t korCharset::EncodeOther(char32_t character, char (&out)[MB_LEN_MAX]) const {
   if (kind == Kind::kAscii && character < 0x80) {
     out[0] = static_cast<char>(character);
     return 1;

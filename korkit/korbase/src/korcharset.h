@@ -61,7 +61,9 @@ class korCharset {
 
   /// Reads the character at `text` with `bytes` (at least 1) bytes left.
   /// Returns its bytes, or 0 when there is no valid character.
-  std::size_t Decode(const char* text, std::size_t bytes, char32_t* character) const;
+  std::size_t Decode(const char* text, std::size_t bytes, char32_t* character) const {
+    return IsUtf8() ? korUtf8Decode(text, bytes, character) : DecodeOther(text, bytes, character);
+  }
 
   /// Converts from the start of a text what can be converted in runs: in UTF-8
   /// all valid characters up to the first that is none, in ASCII likewise, in
@@ -87,10 +89,15 @@ class korCharset {
 
   /// Writes `character` to `out`. Returns its bytes, or 0 when the encoding
   /// lacks it.
-  std::size_t Encode(char32_t character, char (&out)[MB_LEN_MAX]) const;
+  std::size_t Encode(char32_t character, char (&out)[MB_LEN_MAX]) const {
+    return IsUtf8() ? korUtf8Encode(character, out) : EncodeOther(character, out);
+  }
 
  private:
   enum class Kind { kUtf8, kAscii, kOther };
+
+  std::size_t DecodeOther(const char* text, std::size_t bytes, char32_t* character) const;
+  std::size_t EncodeOther(char32_t character, char (&out)[MB_LEN_MAX]) const;
 
   Kind kind;
   std::size_t maxBytes;

@@ -18,9 +18,13 @@ namespace {
 
 const char* FindText(const char* text, const char* part) { return std::strstr(text, part); }
 
-// The C library's search knows only its own width.
 const wchar_t* FindText(const wchar_t* text, const wchar_t* part) {
   for (;; ++text) {
+    // The C library's search for one unit knows only its own width.
+    if constexpr (sizeof(wchar_t) == 4) {
+      text = *part == L'\0' ? text : std::wcschr(text, *part);
+      if (!text) return nullptr;
+    }
     std::size_t i = 0;
     while (part[i] != L'\0' && text[i] == part[i]) ++i;
     if (part[i] == L'\0') return text;
@@ -28,16 +32,20 @@ const wchar_t* FindText(const wchar_t* text, const wchar_t* part) {
   }
 }
 
-// The set of separators; the terminator is none.
+// The set of separators; the terminator is none. A bit for each byte: a call that
+// takes one word off a text should not have to fill a larger table first.
 class NarrowSeparators {
  public:
   explicit NarrowSeparators(const char* list) {
-    for (; list && *list != '\0'; ++list) has[static_cast<unsigned char>(*list)] = true;
+    for (; list && *list != '\0'; ++list) bits[Index(*list) / 64] |= Bit(*list);
   }
-  bool Has(char unit) const { return has[static_cast<unsigned char>(unit)]; }
+  bool Has(char unit) const { return (bits[Index(unit) / 64] & Bit(unit)) != 0; }
 
  private:
-  bool has[UCHAR_MAX + 1] = {};
+  static std::size_t Index(char unit) { return static_cast<unsigned char>(unit); }
+  static std::uint64_t Bit(char unit) { return std::uint64_t{1} << (Index(unit) % 64); }
+
+  std::uint64_t bits[(UCHAR_MAX + 1) / 64] = {};
 };
 
 class WideSeparators {
@@ -342,39 +350,87 @@ bool ReadDouble(const char* start, const char* end, double* value) {
 
 using CaseFunction = std::wint_t (*)(std::wint_t);
 
-void ConvertCase(char* text, CaseFunction convert) {
+template <CaseFunction kConvert>
+char32_t OtherCase(char32_t character) {
+  return static_cast<char32_t>(kConvert(static_cast<std::wint_t>(character)));
+}
+
+// What the locale makes of the units below `kUnits`, each asked for when it is
+// met first. The C library is asked through a function a character, which is
+// most of the work; a text has few different letters.
+template <class C, std::size_t kUnits>
+class KnownCases {
+ public:
+  template <class Ask>
+  C Get(std::size_t unit, Ask ask) {
+    if (known[unit] == C()) known[unit] = ask();
+    return known[unit];
+  }
+
+ private:
+  C known[kUnits] = {};
+};
+
+// The character of `length` bytes at `text` is written over by its other case if
+// that has as many bytes.
+template <CaseFunction kConvert>
+inline void ConvertCharacter(const korCharset& charset, char* text, std::size_t length,
+                             char32_t character) {
+  char out[MB_LEN_MAX];
+  const char32_t other = OtherCase<kConvert>(character);
+  if (other == character || charset.Encode(other, out) != length) return;
+  for (std::size_t i = 0; i < length; ++i) text[i] = out[i];  // too few to call for
+}
+
+template <CaseFunction kConvert>
+void ConvertCase(char* text) {
   // Null text has nothing to convert, and the text "uninit" is a literal.
   if (reinterpret_cast<std::uintptr_t>(text) <= 2) return;
   const korCharset charset;
-  std::size_t left = std::strlen(text);
-  while (left > 0) {
+  // Bytes below this one are characters on their own, wherever they stand.
+  const std::size_t alone = charset.GetMaxBytes() == 1 ? UCHAR_MAX + 1U
+                            : charset.IsAsciiSafe()    ? 0x80U
+                                                       : 0;
+  KnownCases<char, UCHAR_MAX + 1U> cases;
+  const char* const end = text + std::strlen(text);
+  while (text < end) {
+    const auto left = static_cast<std::size_t>(end - text);
     char32_t character;
-    std::size_t length = charset.Decode(text, left, &character);
-    if (length == 0) {
-      length = 1;  // an invalid byte stays
-    } else {
-      char out[MB_LEN_MAX];
-      const auto other = static_cast<char32_t>(convert(static_cast<std::wint_t>(character)));
-      if (other != character && charset.Encode(other, out) == length)
-        std::memcpy(text, out, length);
+    const auto first = static_cast<unsigned char>(*text);
+    if (first < alone) {
+      *text = cases.Get(first, [&] {
+        if (charset.Decode(text, left, &character) == 1) {
+          ConvertCharacter<kConvert>(charset, text, 1, character);
+        }
+        return *text;
+      });
+      ++text;
+      continue;
     }
-    text += length;
-    left -= length;
+    const std::size_t length = charset.Decode(text, left, &character);
+    if (length > 0) ConvertCharacter<kConvert>(charset, text, length, character);
+    text += length > 0 ? length : 1;  // an invalid byte stays
   }
 }
 
-void ConvertCase(wchar_t* text, CaseFunction convert) {
+template <CaseFunction kConvert>
+void ConvertCase(wchar_t* text) {
   if (!korText(text)) return;
+  constexpr std::size_t kKnown = 0x80;
+  KnownCases<wchar_t, kKnown> cases;
   for (; *text != L'\0'; ++text) {
-    const auto unit = static_cast<char32_t>(*text);
-    if (!korIsCharacter(unit)) continue;  // half of a pair
-    const auto other = static_cast<char32_t>(convert(static_cast<std::wint_t>(unit)));
-    if (sizeof(wchar_t) > 2 || other <= 0xFFFFU) *text = static_cast<wchar_t>(other);
+    const char32_t unit = korUnit(*text);
+    const auto convert = [unit] {
+      const char32_t other = OtherCase<kConvert>(unit);
+      return static_cast<wchar_t>(sizeof(wchar_t) > 2 || other <= 0xFFFFU ? other : unit);
+    };
+    if (unit < kKnown) {
+      *text = cases.Get(unit, convert);
+    } else if (korIsCharacter(unit)) {  // not half of a pair
+      *text = convert();
+    }
   }
 }
-
-std::wint_t Lower(std::wint_t character) { return std::towlower(character); }
-std::wint_t Upper(std::wint_t character) { return std::towupper(character); }
 
 }  // namespace
 
@@ -501,7 +557,7 @@ bool korWStringToDouble(const wchar_t* textArg, double* value) {
   return ReadDouble(narrow, narrow + length, value);
 }
 
-void korStringToLower(char* text) { ConvertCase(text, Lower); }
-void korStringToUpper(char* text) { ConvertCase(text, Upper); }
-void korWStringToLower(wchar_t* text) { ConvertCase(text, Lower); }
-void korWStringToUpper(wchar_t* text) { ConvertCase(text, Upper); }
+void korStringToLower(char* text) { ConvertCase<std::towlower>(text); }
+void korStringToUpper(char* text) { ConvertCase<std::towupper>(text); }
+void korWStringToLower(wchar_t* text) { ConvertCase<std::towlower>(text); }
+void korWStringToUpper(wchar_t* text) { ConvertCase<std::towupper>(text); }
