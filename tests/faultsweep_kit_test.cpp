@@ -599,6 +599,7 @@ void FillCores(Table& table) {
     dictionary(
         "BaseRemove|xbasedictionary::FindIndex",
         [](Dictionary& d, const xstring&) { d.BaseRemove("key 1", slot, at); }, true);
+    dictionary("BaseLocate", [](Dictionary& d, const xstring&) { d.BaseLocate("key 1", slot, at); });
     dictionary(
         "BaseRemoveByIndex",
         [](Dictionary& d, const xstring&) {

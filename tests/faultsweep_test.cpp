@@ -726,12 +726,13 @@ class DictionaryTable {
 
 constexpr int kColliding = 1024;
 
-// Any two blocks have the same hash, and so have all keys made of ten.
+// Any two blocks have the same hash, and so have all keys made of ten. What is in
+// front of them makes each copy long enough for an allocation of its own.
 const std::string& CollidingKey(int n) {
   static const std::vector<std::string> keys = [] {
     std::vector<std::string> all;
     for (int i = 0; i < kColliding; ++i) {
-      std::string key;
+      std::string key(60, '-');
       for (int bit = 0; bit < 10; ++bit) key += i >> bit & 1 ? "Aa" : "BB";
       all.push_back(key);
     }

@@ -1,12 +1,14 @@
 #include "velbdict.h"
 
+#include <endian.h>
+
+#include <algorithm>
 #include <cstring>
-#include <memory>
 #include <new>
 
 #include "korabort.h"
-#include "korstring.h"
 #include "velbdictindex.h"
+#include "velbdictkeys.h"
 #include "velexceptions.h"
 #include "velupdate.h"
 #include "xstring.h"
@@ -27,22 +29,159 @@ std::uint32_t StepOf(const char* key, unsigned length) {
   return length ? xbdictHashCollision(key, length) : 1;
 }
 
+// ---- texts, eight bytes at a time ----
+
+// The first byte of the text is the lowest of the word.
+std::uint64_t WordAt(const char* at) {
+  std::uint64_t word;
+  std::memcpy(&word, at, sizeof word);
+  return le64toh(word);
+}
+
+// The last length % 8 bytes of a text, and zeros. Reads the text and the zero
+// after it, no more: two halves of a short one overlap.
+std::uint64_t TailOf(const char* text, std::size_t length) {
+  if (length >= 7) return WordAt(text + length - 7) >> (8 * (7 - length % 8));
+  if (length >= 3) {
+    std::uint32_t first, last;
+    std::memcpy(&first, text, sizeof first);
+    std::memcpy(&last, text + length - 3, sizeof last);
+    return le32toh(first) | std::uint64_t{le32toh(last)} << (8 * (length - 3));
+  }
+  if (length == 0) return 0;
+  std::uint16_t both;
+  std::memcpy(&both, text, sizeof both);
+  return le16toh(both);
+}
+
+// Powers of 31 modulo 2^32.
+constexpr std::uint32_t kPowers[] = {1,        31,        961,        29791,     923521,
+                                     28629151, 887503681, 1742810335, 2487512833};
+
+// The sum of the eight bytes of a word, unsigned, each times its power of 31, 7
+// for the first. Neighbours are added up in pairs, pairs in fours, fours in eights:
+// three multiplications, where one byte after the other takes eight in a chain.
+std::uint32_t SumOfBytes(std::uint64_t word) {
+  constexpr std::uint64_t kBytes = 0x00FF00FF00FF00FF;
+  constexpr std::uint64_t kPairs = 0x0000FFFF0000FFFF;
+  word = (word & kBytes) * kPowers[1] + (word >> 8 & kBytes);
+  word = (word & kPairs) * kPowers[2] + (word >> 16 & kPairs);
+  return static_cast<std::uint32_t>(word) * kPowers[4] + static_cast<std::uint32_t>(word >> 32);
+}
+
+// What the polynomial of a text with bytes from 0x80 on is less than it is with
+// unsigned bytes: 256 for each of them, which is twice their highest bit.
+[[gnu::noinline]] std::uint32_t ExcessOf(const char* text, std::size_t length) {
+  std::uint32_t sum = 0;
+  for (const char* const end = text + length; text != end; ++text) {
+    sum = sum * 31 + 2 * (static_cast<unsigned char>(*text) & 0x80U);
+  }
+  return sum;
+}
+
+// The hash of a text of known length, whose tail is given (see TailOf).
+std::uint32_t HashOf(const char* text, std::size_t length, std::uint64_t tail) {
+  std::uint32_t h = 0;
+  std::uint64_t seen = tail;
+  const std::size_t rest = length % 8;
+  const char* const end = text + length / 8 * 8;
+  for (const char* at = text; at != end; at += 8) {
+    const std::uint64_t word = WordAt(at);
+    seen |= word;
+    h = h * kPowers[8] + SumOfBytes(word);
+  }
+  // The tail moves up, so that its last byte is the eighth.
+  h = h * kPowers[rest] + SumOfBytes(tail << 8 << (8 * (7 - rest)));
+  if (__builtin_expect((seen & 0x8080808080808080) != 0, 0)) h -= ExcessOf(text, length);
+  h += ~(h << 9);
+  h ^= h >> 14;
+  h *= 17;
+  h ^= h >> 10;
+  return h;
+}
+
+// Whether `entries` in `slots` are more than `percent`, in whole percent: a quotient
+// is above a number if it is at least the next one, which takes no division.
+bool LoadAbove(std::uint64_t entries, std::uint64_t slots, std::uint64_t percent) {
+  return entries * 100 >= (percent + 1) * slots;
+}
+bool LoadBelow(std::uint64_t entries, std::uint64_t slots, std::uint64_t percent) {
+  return entries * 100 < percent * slots;
+}
+
 }  // namespace
+
+// A text that is looked for.
+struct xbasedictionary::Key {
+  explicit Key(const char* key)
+      : text(key),
+        length(std::strlen(key)),
+        tail(TailOf(key, length)),
+        hash(HashOf(key, length, tail)),
+        tag(TagOf(hash)),
+        bit(BitOf(hash)) {}
+
+  std::uint32_t step() const { return StepOf(text, static_cast<unsigned>(length)); }
+
+  // Whether that is the text of `copy`, which zeros pad to a multiple of eight.
+  bool isTextOf(const char* copy) const {
+    std::size_t at = 0;
+    for (; at + 8 <= length; at += 8) {
+      if (WordAt(copy + at) != WordAt(text + at)) return false;
+    }
+    return WordAt(copy + at) == tail;
+  }
+
+  // The slot number takes the low bits of the hash as they are; multiplied, the
+  // others show in the high ones (Knuth, "The Art of Computer Programming",
+  // volume 3, 6.4: the golden ratio).
+  static std::uint32_t Mixed(std::uint32_t hash) { return hash * 0x9E3779B1U; }
+  static unsigned char TagOf(std::uint32_t hash) {
+    return static_cast<unsigned char>(std::max(Mixed(hash) >> 24, kVacated + 1U));
+  }
+  static unsigned char BitOf(std::uint32_t hash) {
+    return static_cast<unsigned char>(1U << (Mixed(hash) >> 21 & 7));
+  }
+
+  const char* text;
+  std::size_t length;
+  std::uint64_t tail;
+  std::uint32_t hash;
+  unsigned char tag;
+  unsigned char bit;
+};
+
+// The step is twice a signed byte and one.
+struct xbasedictionary::Path {
+  explicit Path(const Key& key)
+      : start(key.hash), byte(static_cast<unsigned char>(key.step() / 2)) {}
+  Path(std::uint32_t hash, unsigned char stepByte) : start(hash), byte(stepByte) {}
+
+  std::uint32_t step() const { return 2 * SignedByte(static_cast<char>(byte)) + 1; }
+
+  std::uint32_t start;
+  unsigned char byte;
+};
+
+// A table that another one takes the place of.
+struct xbasedictionary::Past {
+  void* table;
+  unsigned slotCount;
+  unsigned liveCount;
+  std::uint32_t* hashes;
+  Mark* marks;
+  unsigned mask;
+  velDictIndex* shortcut;
+};
 
 static_assert(sizeof(xdictentry<unsigned char>) == 16 && sizeof(xdictentry<int>) == 16 &&
                   sizeof(xdictentry<double>) == 16 && sizeof(xdictentry<xstring>) == 32,
               "key pointer, then value");
 
 std::uint32_t xbdictHashMain(const char* key, unsigned* length) {
-  std::uint32_t h = 0;
-  const char* at = key;
-  for (; *at; ++at) h = h * 31 + SignedByte(*at);
-  *length = static_cast<unsigned>(at - key);
-  h += ~(h << 9);
-  h ^= h >> 14;
-  h *= 17;
-  h ^= h >> 10;
-  return h;
+  const std::size_t bytes = std::strlen(key);
+  *length = static_cast<unsigned>(bytes);
+  return HashOf(key, bytes, TailOf(key, bytes));
 }
 
 std::uint32_t xbdictHashCollision(const char* key, unsigned length) {
@@ -63,16 +202,14 @@ bool xbasedictionary::IsLive(unsigned index, unsigned slotSize) const {
   return index < slotCount && !xdictentryIsVacant(KeyAt(index, slotSize));
 }
 
-// Whether `entries` in `slots` are more than `percent`, in whole percent.
-bool xbasedictionary::LoadAbove(std::uint64_t entries, std::uint64_t slots,
-                                unsigned percent) const {
-  return entries * 100 / slots > percent;
-}
-
 void* xbasedictionary::AllocateBlock(std::size_t bytes) { return new char[bytes]; }
 void xbasedictionary::ReleaseBlock(void* block) { delete[] static_cast<char*>(block); }
 
-xbasedictionary::~xbasedictionary() { velDictIndex::destroy(shortcut); }
+xbasedictionary::~xbasedictionary() {
+  DropShortcut();
+  DropMarks();
+  DropKeys();
+}
 
 void xbasedictionary::DropShortcut() {
   velDictIndex::destroy(shortcut);
@@ -80,66 +217,110 @@ void xbasedictionary::DropShortcut() {
   wastedProbes = 0;
 }
 
-// Whether `key` is there; if so, `index` gets its slot, else, without a shortcut,
-// the slot to fill, or kNoIndex when all are taken. `probes` gets the number of
+void xbasedictionary::DropMarks() {
+  ::operator delete(slotHashes);
+  slotHashes = nullptr;
+  slotMarks = nullptr;
+  markMask = 0;
+}
+
+void xbasedictionary::DropKeys() {
+  velDictKeys::destroy(keyStore);
+  keyStore = nullptr;
+}
+
+// A copy of a key, owned by the dictionary. Throws std::bad_alloc.
+const char* xbasedictionary::NewKey(const char* text, std::size_t length) {
+  // The first keys lie in one block with their store.
+  constexpr std::size_t kFirstKeys = 128;
+  if (!keyStore) keyStore = velDictKeys::create(kFirstKeys);
+  const char* copy = keyStore ? keyStore->add(text, length) : nullptr;
+  if (!copy) {
+    if (liveCount == 0) DropKeys();
+    throw std::bad_alloc();
+  }
+  return copy;
+}
+
+void xbasedictionary::GiveBackKey(const char* copy, std::size_t length) {
+  if (liveCount == 0) return DropKeys();
+  keyStore->remove(copy, length);
+}
+
+// Whether `key` is there, and its slot, else kNoIndex. `probes` gets the number of
 // slots looked at.
-bool xbasedictionary::IsPresent(const char* key, unsigned& index, unsigned slotSize,
-                                unsigned& probes) const {
+inline bool xbasedictionary::IsPresent(const Key& key, unsigned& index, unsigned slotSize,
+                                       unsigned& probes) const {
   index = kNoIndex;
   probes = 0;
-  if (slotCount == 0 || xdictentryIsVacant(key)) return false;
-  if (shortcut) {
-    index = shortcut->find(key);
+  if (!slotMarks) return false;
+  if (__builtin_expect(shortcut != nullptr, 0)) {
+    index = shortcut->find(key.text);
     return index != kNoIndex;
   }
-  unsigned length;
-  std::uint32_t h = xbdictHashMain(key, &length);
-  std::uint32_t step = 0;
-  while (probes < slotCount) {
-    if (probes == 1) step = StepOf(key, length);
-    ++probes;
-    h += step;
-    const unsigned at = h & (slotCount - 1);
-    const char* found = KeyAt(at, slotSize);
-    if (!found) {
-      if (index == kNoIndex) index = at;
-      return false;
-    }
-    if (found == kTombstone) {
-      // The last one passed wins, not the first: slot order is visible to
-      // callers through getkeybyindex.
-      index = at;
-    } else if (found == key || std::strcmp(found, key) == 0) {
-      index = at;
-      return true;
-    }
+  const unsigned at = key.hash & markMask;
+  // Needed unless the mark says no, and then the wait for both is one.
+  __builtin_prefetch(&KeyOf(table, at, slotSize));
+  probes = 1;
+  const Mark start = slotMarks[at];
+  if (start.tag == key.tag && key.isTextOf(KeyAt(at, slotSize))) {
+    index = at;
+    return true;
   }
-  return false;
+  if (!(start.passed & key.bit)) return false;
+  index = PresentBeyondStart(key, slotSize, probes);
+  return index != kNoIndex;
+}
+
+// The slot of `key` on the rest of its path.
+[[gnu::noinline]] unsigned xbasedictionary::PresentBeyondStart(const Key& key, unsigned slotSize,
+                                                               unsigned& probes) const {
+  std::uint32_t h = key.hash;
+  for (const std::uint32_t step = key.step(); probes <= markMask;) {
+    h += step;
+    ++probes;
+    const unsigned at = h & markMask;
+    const unsigned char tag = slotMarks[at].tag;
+    if (tag == key.tag && key.isTextOf(KeyAt(at, slotSize))) return at;
+    if (tag == kEmpty) break;
+  }
+  return kNoIndex;
+}
+
+// The slot to fill with a key that is not there, or kNoIndex when all are taken;
+// `probes` as above.
+unsigned xbasedictionary::SlotToFill(Path path, unsigned& probes) const {
+  probes = 0;
+  if (!slotMarks) return kNoIndex;
+  if (shortcut) return shortcut->slotToFill(path.start, path.step());
+  unsigned index = kNoIndex;
+  const std::uint32_t step = path.step();
+  for (std::uint32_t h = path.start; probes <= markMask; h += step) {
+    ++probes;
+    const unsigned at = h & markMask;
+    const unsigned char tag = slotMarks[at].tag;
+    if (tag == kEmpty) return index == kNoIndex ? at : index;
+    // The last one passed wins, not the first: slot order is visible to callers
+    // through getkeybyindex.
+    if (tag == kVacated) index = at;
+  }
+  return index;
 }
 
 // Ends the process where an absent key has no slot to go to.
-void xbasedictionary::CheckRoom(const char* key) const {
-  if (slotCount != 0 && liveCount == slotCount && !xdictentryIsVacant(key)) {
-    _korAbort("Hash table overflow.", kSource, 228);
-  }
-}
-
-// What FindIndex does; `probes` as for IsPresent.
-bool xbasedictionary::Seek(const char* key, unsigned& index, unsigned slotSize,
-                           unsigned& probes) const {
-  if (IsPresent(key, index, slotSize, probes)) return true;
-  CheckRoom(key);
-  if (shortcut && !xdictentryIsVacant(key)) {
-    unsigned length;
-    const std::uint32_t start = xbdictHashMain(key, &length);
-    index = shortcut->slotToFill(start, StepOf(key, length));
-  }
-  return false;
+void xbasedictionary::CheckRoom() const {
+  if (liveCount == slotCount && slotCount != 0) _korAbort("Hash table overflow.", kSource, 228);
 }
 
 bool xbasedictionary::FindIndex(const char* key, unsigned& index, unsigned slotSize) const {
+  index = kNoIndex;
+  if (xdictentryIsVacant(key)) return false;
+  const Key sought(key);
   unsigned probes;
-  return Seek(key, index, slotSize, probes);
+  if (IsPresent(sought, index, slotSize, probes)) return true;
+  CheckRoom();
+  index = SlotToFill(Path(sought), probes);
+  return false;
 }
 
 // A table whose probes have added up to its size gets its shortcut. Only changes
@@ -152,35 +333,33 @@ void xbasedictionary::CountProbes(unsigned probes, unsigned slotSize) {
   shortcut = velDictIndex::create({table, slotSize, slotCount});
 }
 
-// The slot for a key that is not there, in a table without tombstones.
-unsigned xbasedictionary::EmptySlotFor(const char* key, unsigned slotSize) {
-  unsigned length;
-  std::uint32_t h = xbdictHashMain(key, &length);
-  const std::uint32_t step = StepOf(key, length);
-  if (shortcut) return shortcut->slotToFill(h, step);
-  unsigned probes = 1;
-  for (; KeyAt(h & (slotCount - 1), slotSize); h += step) ++probes;
-  CountProbes(probes, slotSize);
-  return h & (slotCount - 1);
+// Puts a copy of a key into the slot found for it.
+void xbasedictionary::Occupy(unsigned index, const char* copy, Path path, unsigned slotSize) {
+  if (shortcut) shortcut->adding(index, copy);
+  KeyOf(table, index, slotSize) = copy;
+  slotMarks[index].tag = Key::TagOf(path.start);
+  slotHashes[index] = path.start;
+  SlotSteps()[index] = path.byte;
+  const unsigned start = path.start & markMask;
+  if (index != start) slotMarks[start].passed |= Key::BitOf(path.start);
+  ++liveCount;
 }
 
-// Puts a key into the slot found for it.
-void xbasedictionary::Occupy(unsigned index, const char* key, unsigned slotSize) {
-  if (shortcut) shortcut->adding(index, key);
-  KeyOf(table, index, slotSize) = key;
-  ++liveCount;
+const void* xbasedictionary::BaseLocate(const char* key, unsigned slotSize,
+                                        unsigned valueOffset) const {
+  if (xdictentryIsVacant(key)) return nullptr;
+  unsigned index;
+  unsigned probes;
+  if (IsPresent(Key(key), index, slotSize, probes)) return ValueAt(index, slotSize, valueOffset);
+  CheckRoom();
+  return nullptr;
 }
 
 bool xbasedictionary::BaseFind(const char* key, void* value, unsigned slotSize,
                                unsigned valueOffset) {
-  unsigned index;
-  unsigned probes;
-  if (!IsPresent(key, index, slotSize, probes)) {
-    CheckRoom(key);
-    return false;
-  }
-  if (value) OnCopyEntry(value, ValueAt(index, slotSize, valueOffset));
-  return true;
+  const void* found = BaseLocate(key, slotSize, valueOffset);
+  if (found && value) OnCopyEntry(value, found);
+  return found != nullptr;
 }
 
 // The value of an entry, under a mark: its own code runs.
@@ -189,10 +368,10 @@ void xbasedictionary::Assign(void* slotValue, const void* value) {
   OnCopyEntry(slotValue, value);
 }
 
-void xbasedictionary::BaseSet(const char* key, const void* value, unsigned slotSize,
+void xbasedictionary::BaseSet(const char* text, const void* value, unsigned slotSize,
                               unsigned valueOffset) {
   velUpdate::refuse(this, kSource, 300);
-  velhAssertNotNullKey(key);
+  velhAssertNotNullKey(text);
   std::uint64_t wanted = slotCount;
   if (slotCount == 0) {
     wanted = kFirstSize;
@@ -201,50 +380,61 @@ void xbasedictionary::BaseSet(const char* key, const void* value, unsigned slotS
     if (wanted > kMostSlots) velThrowSizeLimit();
   }
   // What a new entry needs is there before anything changes.
+  const Key key(text);
   unsigned index;
-  const bool resizes = wanted != slotCount;
   unsigned probes;
-  const bool present =
-      resizes ? IsPresent(key, index, slotSize, probes) : Seek(key, index, slotSize, probes);
-  std::unique_ptr<char[]> copy(present ? nullptr : Strnew(key));
+  const bool present = IsPresent(key, index, slotSize, probes);
+  const bool resizes = wanted != slotCount;
+  if (!present && !resizes) CheckRoom();
+  const char* const copy = present ? nullptr : NewKey(text, key.length);
   if (resizes) {
-    AdjustTableSize(static_cast<unsigned>(wanted), slotSize, valueOffset);
-    Seek(key, index, slotSize, probes);
+    try {
+      AdjustTableSize(static_cast<unsigned>(wanted), slotSize, valueOffset);
+    } catch (...) {
+      if (copy) GiveBackKey(copy, key.length);
+      throw;
+    }
+    if (present) IsPresent(key, index, slotSize, probes);
   }
+  const Path path(key);
+  if (!present) index = SlotToFill(path, probes);
   CountProbes(probes, slotSize);
   if (present) {
     Assign(ValueAt(index, slotSize, valueOffset), value);
     return;
   }
   const char* const vacant = KeyAt(index, slotSize);
-  Occupy(index, copy.get(), slotSize);
+  const unsigned char vacantTag = slotMarks[index].tag;
+  Occupy(index, copy, path, slotSize);
   try {
     Assign(ValueAt(index, slotSize, valueOffset), value);
   } catch (...) {
     // No entry without its value.
     DropShortcut();
     KeyOf(table, index, slotSize) = vacant;
+    slotMarks[index].tag = vacantTag;
     --liveCount;
+    GiveBackKey(copy, key.length);
     throw;
   }
-  copy.release();
 }
 
 void xbasedictionary::RemoveAt(unsigned index, unsigned slotSize, unsigned valueOffset) {
   velUpdate::refuse(this, kSource, 330);
   const char*& key = KeyOf(table, index, slotSize);
   if (shortcut) shortcut->removing(index);
-  delete[] key;
+  keyStore->remove(key, std::strlen(key));
   key = kTombstone;
+  slotMarks[index].tag = kVacated;
   {
     const velUpdate update(this);
     OnRemoveEntry(ValueAt(index, slotSize, valueOffset));
   }
-  --liveCount;
+  if (--liveCount == 0) DropKeys();
   const unsigned half = slotCount / 2;
   const bool shrinks = policy.shrinkPercent != 0 && slotCount > kFirstSize &&
-                       std::uint64_t{liveCount} * 100 / slotCount < policy.shrinkPercent &&
-                       std::uint64_t{liveCount} * 100 / half < policy.growPercent;
+                       LoadBelow(liveCount, slotCount, policy.shrinkPercent) &&
+                       LoadBelow(liveCount, half, policy.growPercent);
   if (!shrinks) return;
   try {
     AdjustTableSize(half, slotSize, valueOffset);
@@ -254,12 +444,13 @@ void xbasedictionary::RemoveAt(unsigned index, unsigned slotSize, unsigned value
 }
 
 bool xbasedictionary::BaseRemove(const char* key, unsigned slotSize, unsigned valueOffset) {
+  if (xdictentryIsVacant(key)) return false;
   unsigned index;
   unsigned probes;
-  const bool present = IsPresent(key, index, slotSize, probes);
+  const bool present = IsPresent(Key(key), index, slotSize, probes);
   CountProbes(probes, slotSize);
   if (!present) {
-    CheckRoom(key);
+    CheckRoom();
     return false;
   }
   RemoveAt(index, slotSize, valueOffset);
@@ -293,19 +484,12 @@ bool xbasedictionary::BaseSetByIndex(unsigned index, const void* value, unsigned
   return true;
 }
 
-void xbasedictionary::FreeKeys(void* block, unsigned slots, unsigned slotSize) const {
-  for (unsigned i = 0; i < slots; ++i) {
-    const char* key = KeyOf(block, i, slotSize);
-    if (!xdictentryIsVacant(key)) delete[] key;
-  }
-}
-
-void xbasedictionary::BaseFreeAllKeys(unsigned slotSize) {
+void xbasedictionary::BaseFreeAllKeys(unsigned) {
   DropShortcut();
-  FreeKeys(table, slotCount, slotSize);
+  DropKeys();
 }
 
-void xbasedictionary::BaseClearAll(unsigned slotSize) {
+void xbasedictionary::BaseClearAll(unsigned) {
   velUpdate::refuse(this, kSource, 400);
   void* const block = table;
   const unsigned slots = slotCount;
@@ -313,9 +497,9 @@ void xbasedictionary::BaseClearAll(unsigned slotSize) {
   table = nullptr;
   slotCount = liveCount = 0;
   DropShortcut();
-  if (!block) return;
-  FreeKeys(block, slots, slotSize);
-  OnDestroy(block, slots);
+  DropMarks();
+  DropKeys();
+  if (block) OnDestroy(block, slots);
 }
 
 // The same for what values put in as they go, until there is nothing.
@@ -325,11 +509,25 @@ void xbasedictionary::Empty(unsigned slotSize) {
   } while (table);
 }
 
+// Another table, of empty slots; or, without memory, the one that was there.
 void xbasedictionary::Allocate(unsigned slots, unsigned slotSize) {
   const velUpdate update(this);
-  table = OnAllocate(slots);
+  void* const block = OnAllocate(slots);
+  if (!ownHooks) {
+    for (unsigned i = 0; i < slots; ++i) KeyOf(block, i, slotSize) = nullptr;
+  }
+  constexpr std::size_t kBytes = sizeof(std::uint32_t) + sizeof(Mark) + sizeof(unsigned char);
+  void* const beside = ::operator new (std::size_t{slots} * kBytes, std::nothrow);
+  if (!beside) {
+    OnDestroy(block, slots);
+    throw std::bad_alloc();
+  }
+  table = block;
   slotCount = slots;
-  for (unsigned i = 0; i < slots; ++i) KeyOf(table, i, slotSize) = nullptr;
+  slotHashes = static_cast<std::uint32_t*>(beside);
+  slotMarks = reinterpret_cast<Mark*>(slotHashes + slots);
+  markMask = slots - 1;
+  std::fill_n(slotMarks, slots, Mark{kEmpty, 0});
 }
 
 void xbasedictionary::BaseAllocate(unsigned n, unsigned slotSize) {
@@ -341,39 +539,70 @@ void xbasedictionary::BaseAllocate(unsigned n, unsigned slotSize) {
 }
 
 void xbasedictionary::AdjustTableSize(unsigned newSize, unsigned slotSize, unsigned valueOffset) {
-  void* const oldTable = table;
-  const unsigned oldSize = slotCount;
-  const unsigned oldCount = liveCount;
-  velDictIndex* const oldShortcut = shortcut;
+  const Past past = {table, slotCount, liveCount, slotHashes, slotMarks, markMask, shortcut};
   const velUpdate update(this);
   Allocate(newSize, slotSize);
   liveCount = 0;
   shortcut = nullptr;
   wastedProbes = 0;
+  // A table that gets smaller takes its keys to a smaller store if half of this
+  // one is waste, and if there is memory for it.
+  velDictKeys* const freshKeys =
+      newSize < past.slotCount && keyStore && keyStore->used() < keyStore->room() / 2
+          ? velDictKeys::create(keyStore->used())
+          : nullptr;
   try {
-    for (unsigned i = 0; i < oldSize; ++i) {
-      const char* key = KeyOf(oldTable, i, slotSize);
-      if (xdictentryIsVacant(key)) continue;
-      // The copy of the key moves over; the old block is only tested for
-      // vacancy from here on.
-      const unsigned index = EmptySlotFor(key, slotSize);
-      Occupy(index, key, slotSize);
-      OnCopyEntry(ValueAt(index, slotSize, valueOffset),
-                  static_cast<char*>(oldTable) + std::size_t{i} * slotSize + valueOffset);
-    }
+    Rehash(past, slotSize, valueOffset, freshKeys);
   } catch (...) {
     // A value could not be copied: the old block still has all of them.
     void* const newTable = table;
-    table = oldTable;
-    slotCount = oldSize;
-    liveCount = oldCount;
     DropShortcut();
-    shortcut = oldShortcut;
+    DropMarks();
+    velDictKeys::destroy(freshKeys);
+    table = past.table;
+    slotCount = past.slotCount;
+    liveCount = past.liveCount;
+    slotHashes = past.hashes;
+    slotMarks = past.marks;
+    markMask = past.mask;
+    shortcut = past.shortcut;
     OnDestroy(newTable, newSize);
     throw;
   }
-  velDictIndex::destroy(oldShortcut);
-  OnDestroy(oldTable, oldSize);
+  velDictIndex::destroy(past.shortcut);
+  ::operator delete(past.hashes);
+  if (freshKeys) {
+    freshKeys->takeLong(*keyStore);
+    DropKeys();
+    keyStore = freshKeys;
+  }
+  OnDestroy(past.table, past.slotCount);
+}
+
+// Brings the entries of a table to this one, which is empty, in the order of their
+// slots. The old block keeps its keys, but they are only tested for vacancy from
+// here on.
+void xbasedictionary::Rehash(const Past& past, unsigned slotSize, unsigned valueOffset,
+                             velDictKeys* freshKeys) {
+  if (!past.table) return;
+  const auto* steps = reinterpret_cast<const unsigned char*>(past.marks + past.mask + 1);
+  for (unsigned i = 0; i <= past.mask; ++i) {
+    if (past.marks[i].tag <= kVacated) continue;
+    const Path path(past.hashes[i], steps[i]);
+    unsigned probes;
+    const unsigned index = SlotToFill(path, probes);
+    CountProbes(probes, slotSize);
+    const char* copy = KeyOf(past.table, i, slotSize);
+    if (freshKeys) copy = freshKeys->moved(copy, std::strlen(copy));
+    Occupy(index, copy, path, slotSize);
+    const char* const value =
+        static_cast<char*>(past.table) + std::size_t{i} * slotSize + valueOffset;
+    if (ownBytes) {
+      std::memcpy(ValueAt(index, slotSize, valueOffset), value, slotSize - valueOffset);
+    } else {
+      OnCopyEntry(ValueAt(index, slotSize, valueOffset), value);
+    }
+  }
 }
 
 void xbasedictionary::BaseClone(const xbasedictionary* other, unsigned slotSize,
@@ -387,12 +616,12 @@ void xbasedictionary::BaseClone(const xbasedictionary* other, unsigned slotSize,
     const velUpdate reading(other);
     for (unsigned i = 0; i < slotCount; ++i) {
       const char* key = other->KeyAt(i, slotSize);
-      const char*& own = KeyOf(table, i, slotSize);
-      if (xdictentryIsVacant(key)) {
-        own = key;
-        continue;
-      }
-      own = Strnew(key);
+      const bool live = !xdictentryIsVacant(key);
+      KeyOf(table, i, slotSize) = live ? NewKey(key, std::strlen(key)) : key;
+      slotMarks[i] = other->slotMarks[i];
+      slotHashes[i] = other->slotHashes[i];
+      SlotSteps()[i] = other->SlotSteps()[i];
+      if (!live) continue;
       ++liveCount;
       OnCopyEntry(ValueAt(i, slotSize, valueOffset), other->ValueAt(i, slotSize, valueOffset));
     }

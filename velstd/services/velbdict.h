@@ -16,6 +16,10 @@
 // contents of their own making, or use a block that is gone.
 // Keys are narrow texts, compared byte by byte; null and 1 are no keys and are
 // never found.
+// Beside the table lies a mark of two bytes for each slot, of bits of the hash that
+// the slot number does not use: a lookup reads keys only where they are likely to
+// match, and one in vain mostly reads a single mark. Apart from the marks, the hash
+// and the step of each key wait for the next resize, which then reads no key.
 // A table that many collisions or tombstones have slowed down is searched through
 // a private index from then on (velbdictindex.h), with the same slots as result.
 // Threads: no locks; BaseFind and the reading by index write nothing, so that
@@ -29,6 +33,7 @@
 #include "korapi.h"
 
 class velDictIndex;
+class velDictKeys;
 class xstring;
 
 /// Load policy of a dictionary, in percent.
@@ -117,6 +122,9 @@ class VELSTD_API xbasedictionary {
   /// Releases the copies of the keys and leaves the slots as they are.
   void BaseFreeAllKeys(unsigned slotSize);
 
+  /// The value of `key` in its slot, or null when it is not there. Aborts as FindIndex().
+  const void* BaseLocate(const char* key, unsigned slotSize, unsigned valueOffset) const;
+
   void* GetDataPtr() const { return table; }
   unsigned GetTableSize() const { return slotCount; }
   /// Number of live entries.
@@ -125,30 +133,59 @@ class VELSTD_API xbasedictionary {
  protected:
   ~xbasedictionary();
 
+  /// Declares, in the constructor of a front whose hooks are final, that
+  /// OnAllocate makes keys null and that OnCopyEntry is a plain assignment, which
+  /// the front may then make itself.
+  /// @param bytes   whether values are mere bytes
+  void SetOwnHooks(bool bytes) {
+    ownHooks = true;
+    ownBytes = bytes;
+  }
+  bool HasOwnHooks() const { return ownHooks; }
+
   /// Raw memory for a block; released as an array of char.
   static void* AllocateBlock(std::size_t bytes);
   static void ReleaseBlock(void* block);
 
  private:
+  // What is known of a slot without a look at it.
+  struct Mark {
+    unsigned char tag;     // kEmpty, kVacated, or bits of the hash of its key
+    unsigned char passed;  // a set of bits of the hashes of keys whose path starts
+                           // here and that lie elsewhere, or once did
+  };
+  struct Key;
+  // The way of a key through tables of any size.
+  struct Path;
+  static constexpr unsigned char kEmpty = 0;
+  static constexpr unsigned char kVacated = 1;
+
   const char*& KeyOf(void* block, unsigned index, unsigned slotSize) const;
   const char* KeyAt(unsigned index, unsigned slotSize) const {
     return KeyOf(table, index, slotSize);
   }
   void* ValueAt(unsigned index, unsigned slotSize, unsigned valueOffset) const;
   bool IsLive(unsigned index, unsigned slotSize) const;
-  bool IsPresent(const char* key, unsigned& index, unsigned slotSize, unsigned& probes) const;
-  void CheckRoom(const char* key) const;
-  bool Seek(const char* key, unsigned& index, unsigned slotSize, unsigned& probes) const;
-  unsigned EmptySlotFor(const char* key, unsigned slotSize);
-  void Occupy(unsigned index, const char* key, unsigned slotSize);
+  bool IsPresent(const Key& key, unsigned& index, unsigned slotSize, unsigned& probes) const;
+  unsigned PresentBeyondStart(const Key& key, unsigned slotSize, unsigned& probes) const;
+  unsigned SlotToFill(Path path, unsigned& probes) const;
+  void CheckRoom() const;
+  void Occupy(unsigned index, const char* copy, Path path, unsigned slotSize);
+  const char* NewKey(const char* text, std::size_t length);
+  void GiveBackKey(const char* copy, std::size_t length);
   void CountProbes(unsigned probes, unsigned slotSize);
   void DropShortcut();
-  bool LoadAbove(std::uint64_t entries, std::uint64_t slots, unsigned percent) const;
+  unsigned char* SlotSteps() const {
+    return reinterpret_cast<unsigned char*>(slotMarks + markMask + 1);
+  }
+  void DropMarks();
+  void DropKeys();
   void Assign(void* slotValue, const void* value);
   void Empty(unsigned slotSize);
   void Allocate(unsigned slots, unsigned slotSize);
   void AdjustTableSize(unsigned newSize, unsigned slotSize, unsigned valueOffset);
-  void FreeKeys(void* block, unsigned slots, unsigned slotSize) const;
+  struct Past;
+  void Rehash(const Past& past, unsigned slotSize, unsigned valueOffset, velDictKeys* freshKeys);
   void RemoveAt(unsigned index, unsigned slotSize, unsigned valueOffset);
 
   void* table = nullptr;
@@ -157,6 +194,13 @@ class VELSTD_API xbasedictionary {
   xdictcontrol policy;
   velDictIndex* shortcut = nullptr;  // made when probing gets slow; see velbdictindex.h
   std::uint64_t wastedProbes = 0;
+  // One for each slot: the hashes, then, in the same block, the marks and the steps.
+  std::uint32_t* slotHashes = nullptr;
+  Mark* slotMarks = nullptr;
+  unsigned markMask = 0;  // their number, less one
+  bool ownHooks = false;
+  bool ownBytes = false;
+  velDictKeys* keyStore = nullptr;  // the copies; none without entries
 };
 
 #endif  // VELSTD_SERVICES_VELBDICT_H

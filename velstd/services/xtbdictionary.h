@@ -42,8 +42,11 @@ class VELSTD_API xtbdictionary : public virtual xobject, protected xbasedictiona
   /// which stays untouched otherwise. Throws velXNull for a null key.
   virtual bool find(const char* key, T* value) {
     const SettleRead settle;
-    velhAssertNotNullKey(key);
-    return BaseFind(key, value, kSlot, kValue);
+    if (xdictentryIsVacant(key)) velhAssertNotNullKey(key);
+    const void* const found = BaseLocate(key, kSlot, kValue);
+    if (!found) return false;
+    CopyOut(value, found);
+    return true;
   }
 
   /// Inserts or overwrites. Throws velXNull for a null key.
@@ -61,8 +64,12 @@ class VELSTD_API xtbdictionary : public virtual xobject, protected xbasedictiona
   }
   virtual bool getbyindex(int index, T* value) {
     const SettleRead settle;
-    velhAssertNonNegativeIndex(index);
-    return BaseGetByIndex(static_cast<unsigned>(index), value, kSlot, kValue);
+    if (index < 0) velhAssertNonNegativeIndex(index);
+    if (static_cast<unsigned>(index) >= GetTableSize()) return false;
+    const Entry& entry = static_cast<const Entry*>(GetDataPtr())[index];
+    if (xdictentryIsVacant(entry.key)) return false;
+    CopyOut(value, &entry.value);
+    return true;
   }
 
   /// Overwrites the value in slot `index`; false, and nothing done, when it is
@@ -130,6 +137,16 @@ class VELSTD_API xtbdictionary : public virtual xobject, protected xbasedictiona
   using SettleRead =
       std::conditional_t<std::is_same<T, xstring>::value || std::is_same<T, xany>::value, Nothing,
                          Settle>;
+
+  /// What OnCopyEntry does, called only where a subclass may have its own.
+  void CopyOut(T* value, const void* found) {
+    if (!value) return;
+    if (HasOwnHooks()) {
+      *value = *static_cast<const T*>(found);
+    } else {
+      OnCopyEntry(value, found);
+    }
+  }
 
   unsigned Slot(int index) {
     velhAssertNonNegativeIndex(index);

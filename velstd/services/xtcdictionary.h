@@ -11,7 +11,10 @@ template <class T>
 class VELSTD_API xtcdictionary : public xtbdictionary<T> {
  public:
   /// Empty, with a table for `capacity` entries (below 1: none).
-  explicit xtcdictionary(int capacity) { this->Reserve(capacity); }
+  explicit xtcdictionary(int capacity) {
+    this->SetOwnHooks(false);
+    this->Reserve(capacity);
+  }
   ~xtcdictionary() override {
     // Again for what the end of a value puts in.
     do {

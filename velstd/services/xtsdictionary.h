@@ -10,7 +10,10 @@ template <class T>
 class VELSTD_API xtsdictionary : public xtbdictionary<T> {
  public:
   /// Empty, with a table for `capacity` entries (below 1: none).
-  explicit xtsdictionary(int capacity) { this->Reserve(capacity); }
+  explicit xtsdictionary(int capacity) {
+    this->SetOwnHooks(true);
+    this->Reserve(capacity);
+  }
   ~xtsdictionary() override { this->BaseClearAll(this->kSlot); }
 
   void Destroy(void* block, unsigned) override { this->ReleaseBlock(block); }
