@@ -4,8 +4,9 @@
     table.py FOLDER [--repetitions N] [--min-time SECONDS] [TOPIC...]
 
 FOLDER holds the programs <topic>_bench; without a topic all are run. A case is named
-"<work>/<side>"; the side "velstd" is set beside the best of the others. Times are processor time
-for one item: the median of the repetitions and the best one, the floor.
+"<work>/<side>"; the side "velstd" is set beside the best of the others, with --all beside each of
+them. Times are processor time for one item: the median of the repetitions and the best one, the
+floor. The difference is that of the floors.
 """
 import argparse
 import datetime
@@ -26,6 +27,7 @@ def parse_arguments():
     parser.add_argument("folder", type=pathlib.Path)
     parser.add_argument("--repetitions", type=int, default=10)
     parser.add_argument("--min-time", type=float, default=0.02, metavar="SECONDS")
+    parser.add_argument("--all", action="store_true", help="a line for each peer")
     parser.add_argument("topics", nargs="*", metavar="topic")
     return parser.parse_intermixed_args()
 
@@ -86,26 +88,34 @@ def cells(side):
     return [shown(statistics.median(figures), unit), shown(min(figures), unit)]
 
 
-def row(work, sides):
+def line(work, ours, name, peer):
+    """One line of the table; `ours` or `peer` may be missing."""
+    cell = [work] + (cells(ours) if ours else ["–", "–"])
+    cell += [name] + cells(peer) if peer else ["–", "–", "–"]
+    if not ours or not peer:
+        return cell + ["–", "–"]
+    unit, own, other = ours[0], min(ours[1]), min(peer[1])
+    sign = "-" if own < other else "+"
+    return cell + [sign + shown(abs(own - other), unit), f"{own / other:.2f}"]
+
+
+def lines(work, sides, every):
     ours = sides.get(OURS)
-    peers = {name: side for name, side in sides.items() if name != OURS}
-    line = [work] + (cells(ours) if ours else ["–", "–"])
+    peers = sorted((name for name in sides if name != OURS), key=lambda name: min(sides[name][1]))
     if not peers:
-        return line + ["–", "–", "–", "–"]
-    best = min(peers, key=lambda name: min(peers[name][1]))
-    line += [best] + cells(peers[best])
-    return line + [f"{min(ours[1]) / min(peers[best][1]):.2f}" if ours else "–"]
+        return [line(work, ours, None, None)]
+    return [line(work, ours, name, sides[name]) for name in (peers if every else peers[:1])]
 
 
 def print_table(rows):
-    heads = ["work", "ours: median", "floor", "best peer", "median", "floor", "floor / floor"]
-    lines = [heads] + rows
-    widths = [max(len(line[i]) for line in lines) for i in range(len(heads))]
+    heads = ["work", "ours: median", "floor", "peer", "median", "floor", "difference", "ratio"]
+    rows = [heads] + rows
+    widths = [max(len(row[i]) for row in rows) for i in range(len(heads))]
     left = (0, 3)
-    lines.insert(1, ["-" * w if i in left else "-" * (w - 1) + ":" for i, w in enumerate(widths)])
-    for line in lines:
+    rows.insert(1, ["-" * w if i in left else "-" * (w - 1) + ":" for i, w in enumerate(widths)])
+    for row in rows:
         padded = [c.ljust(w) if i in left else c.rjust(w)
-                  for i, (c, w) in enumerate(zip(line, widths))]
+                  for i, (c, w) in enumerate(zip(row, widths))]
         print("| " + " | ".join(padded) + " |")
 
 
@@ -127,8 +137,9 @@ def main():
     for topic, program in chosen:
         print(f"bench: {topic}", file=sys.stderr)
         for second_thread in (False, True):
-            works = collect(run(program, options, second_thread))
-            rows += [row(work, sides) for work, sides in works.items()]
+            works = collect(run(topic, program, options, second_thread))
+            for work, sides in works.items():
+                rows += lines(work, sides, options.all)
     print(about + "\n")
     print_table(rows)
 
