@@ -20,6 +20,9 @@ import sys
 
 OURS = "velstd"
 FIRST = "machine"  # the figures beside which the others are read
+LARGER = {"ns": ("µs", "ms", "s"), "B": ("kB", "MB")}
+# GLib's pools would lie scattered between the nodes of the other sides' trees.
+SURROUNDINGS = {"tree": {"G_SLICE": "always-malloc"}}
 
 
 def parse_arguments():
@@ -68,6 +71,8 @@ def collect(entries):
         work, side = entry["run_name"].split("/")[:2]
         if "bytes" in entry:
             unit, figure = "B", entry["bytes"]
+        elif "ratio" in entry:
+            unit, figure = "×", entry["ratio"]
         else:
             unit, figure = "ns", 1e9 / entry["items_per_second"]
         works.setdefault(work, {}).setdefault(side, (unit, []))[1].append(figure)
@@ -75,8 +80,8 @@ def collect(entries):
 
 
 def shown(figure, unit):
-    for larger in ("µs", "ms", "s"):
-        if unit == "B" or figure < 10000:
+    for larger in LARGER.get(unit, ()):
+        if figure < 10000:
             break
         figure, unit = figure / 1000, larger
     digits = 0 if figure >= 100 else 1 if figure >= 10 else 2
