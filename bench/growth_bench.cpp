@@ -29,10 +29,9 @@ constexpr int kSteps = 1000000;
 const char* word(int i) { return velbench::words()[static_cast<std::size_t>(i)].c_str(); }
 
 void addRatio(const std::string& work, const char* side, const std::function<double()>& ratio) {
-  if (!velbench::isWanted(false)) return;
-  benchmark::RegisterBenchmark(velbench::caseName(work.c_str(), side).c_str(), [=](State& state) {
+  velbench::addOnce(work.c_str(), side, [=](State& state) {
     for (auto _ : state) state.counters["ratio"] = ratio();
-  })->Iterations(1);
+  });
 }
 
 // ---- growth --------------------------------------------------------------------

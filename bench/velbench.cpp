@@ -1,6 +1,7 @@
 // The main program of the benchmarks, and what they share out of line.
 #include "velbench.h"
 
+#include <malloc.h>
 #include <sys/single_threaded.h>
 
 #include <clocale>
@@ -62,6 +63,11 @@ double threadSeconds() {
   timespec now;
   check(clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now) == 0, "clock");
   return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+double allocatedBytes() {
+  const auto info = mallinfo2();
+  return static_cast<double>(info.uordblks + info.hblkhd);
 }
 
 const std::vector<std::string>& words() {

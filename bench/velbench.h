@@ -52,6 +52,9 @@ void check(bool holds, const char* what);
 /// Seconds of processor time that this thread has used.
 double threadSeconds();
 
+/// Bytes that malloc has handed out, its own heads included.
+double allocatedBytes();
+
 /// The words of a large dictionary, in an order that is the same in every run.
 const std::vector<std::string>& words();
 
@@ -89,6 +92,14 @@ template <class Body>
 void addTimed(const char* work, const char* side, bool counting, Body body) {
   if (!isWanted(counting)) return;
   benchmark::RegisterBenchmark(caseName(work, side).c_str(), body)->UseManualTime();
+}
+
+/// Adds a case whose body runs once in each repetition, counts no references, and
+/// tells its figure itself: the time, or a counter "bytes" or "ratio".
+template <class Body>
+void addOnce(const char* work, const char* side, Body body) {
+  if (!isWanted(false)) return;
+  benchmark::RegisterBenchmark(caseName(work, side).c_str(), body)->UseManualTime()->Iterations(1);
 }
 
 /// Runs step(0) to step(n - 1) again and again; one step is one item.
