@@ -23,6 +23,17 @@ void copyOne(State& state) {
   check(Side::count(source) == 2, "count after copies");
 }
 
+// Two threads count the same object at once.
+template <class Side>
+void copyContended(State& state) {
+  static const auto source = Side::make(1);
+  velbench::repeat(state, kSteps, [&](int) {
+    const typename Side::Handle copy(source);
+    keep(copy);
+  });
+  check(Side::count(source) == 1, "count after copies of two threads");
+}
+
 // Objects made one after the other and visited in no order.
 template <class Side>
 void copyMany(State& state) {
@@ -50,6 +61,7 @@ template <class Side>
 void addSide() {
   velbench::addCounting("handle copy and drop", Side::kName, copyOne<Side>);
   velbench::addCounting("handle copy and drop, 100k objects", Side::kName, copyMany<Side>);
+  velbench::addContended("handle copy and drop, contended by 2", Side::kName, copyContended<Side>);
   velbench::addCounting("create and release an object", Side::kName, createAndRelease<Side>);
 }
 

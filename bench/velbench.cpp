@@ -11,6 +11,7 @@
 #include <ctime>
 #include <fstream>
 #include <future>
+#include <iterator>
 #include <thread>
 
 namespace velbench {
@@ -36,12 +37,35 @@ class Sleeper {
   std::thread thread_;
 };
 
+// The translated texts of a compiled message catalogue, as gettext writes them:
+// a head of 32-bit words tells where a table of lengths and places lies.
+std::vector<std::string> translations(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  const auto wordAt = [&](std::size_t at) {
+    std::uint32_t word = 0;
+    check(at + sizeof word <= bytes.size(), "a catalogue of country names is missing");
+    std::memcpy(&word, bytes.data() + at, sizeof word);
+    return word;
+  };
+  check(wordAt(0) == 0x950412de, "a catalogue of country names has another format");
+  const std::size_t count = wordAt(8);
+  const std::size_t table = wordAt(16);
+  std::vector<std::string> texts;
+  for (std::size_t i = 1; i < count; ++i) {  // the first text is about the catalogue
+    texts.push_back(bytes.substr(wordAt(table + i * 8 + 4), wordAt(table + i * 8)));
+  }
+  return texts;
+}
+
 void run() {
   registerCases();
   if (caseCount > 0) benchmark::RunSpecifiedBenchmarks();
 }
 
 }  // namespace
+
+bool isSecondThread() { return secondThread; }
 
 bool isWanted(bool counting) {
   const bool wanted = counting || !secondThread;
@@ -76,6 +100,24 @@ const std::vector<std::string>& words() {
     std::ifstream file("/usr/share/dict/american-english-insane");
     for (std::string line; std::getline(file, line);) read.push_back(line);
     check(read.size() > 600000, "the list of words is missing");
+    shuffle(read, 1);
+    return read;
+  }();
+  return list;
+}
+
+const std::vector<std::string>& countryNames() {
+  static const std::vector<std::string> list = [] {
+    std::vector<std::string> read;
+    for (const char* language :
+         {"am", "ar", "bn", "cs", "de", "el", "fa", "fr", "gu", "he", "hi", "hy", "is", "ja",
+          "ka", "kk", "kn", "ko", "ml", "mn", "pa", "ru", "ta", "te", "th", "tr", "vi", "zh_CN"}) {
+      const std::string path = "/usr/share/locale/" + std::string(language);
+      for (std::string& name : translations(path + "/LC_MESSAGES/iso_3166-1.mo")) {
+        read.push_back(std::move(name));
+      }
+    }
+    check(read.size() > 5000, "country names are missing");
     shuffle(read, 1);
     return read;
   }();

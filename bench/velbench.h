@@ -58,6 +58,10 @@ double allocatedBytes();
 /// The words of a large dictionary, in an order that is the same in every run.
 const std::vector<std::string>& words();
 
+/// Names of countries in many languages and scripts, as UTF-8;
+/// in an order that is the same in every run.
+const std::vector<std::string>& countryNames();
+
 /// `values` in another order, the same in every run; `seed` chooses it.
 template <class T>
 void shuffle(std::vector<T>& values, std::uint32_t seed) {
@@ -70,6 +74,9 @@ void shuffle(std::vector<T>& values, std::uint32_t seed) {
 }
 
 std::string caseName(const char* work, const char* side);
+
+/// Whether this process has a second thread.
+bool isSecondThread();
 
 /// Whether a case runs in this process: with a second thread, only those that
 /// count references do.
@@ -85,6 +92,15 @@ void add(const char* work, const char* side, Body body) {
 template <class Body>
 void addCounting(const char* work, const char* side, Body body) {
   if (isWanted(true)) benchmark::RegisterBenchmark(caseName(work, side).c_str(), body);
+}
+
+/// Adds a case that two threads run at the same time; it is one of those that run
+/// with a second thread. Their loops begin and end together.
+template <class Body>
+void addContended(const char* work, const char* side, Body body) {
+  if (!isSecondThread()) return;
+  isWanted(true);
+  benchmark::RegisterBenchmark(caseName(work, side).c_str(), body)->Threads(2);
 }
 
 /// Adds a case whose body tells the time itself, through `timed`.
