@@ -46,7 +46,7 @@ def programs(folder, topics):
     return [(topic, found[topic]) for topic in chosen]
 
 
-def run(program, options, second_thread):
+def run(topic, program, options, second_thread):
     """The single repetitions of every case, as Google Benchmark reports them."""
     command = [program] + (["--second_thread"] if second_thread else []) + [
         f"--benchmark_repetitions={options.repetitions}",
@@ -54,7 +54,8 @@ def run(program, options, second_thread):
         "--benchmark_enable_random_interleaving=true",
         "--benchmark_format=json",
     ]
-    done = subprocess.run(command, stdout=subprocess.PIPE, check=False)
+    surroundings = {**os.environ, **SURROUNDINGS.get(topic, {})}
+    done = subprocess.run(command, stdout=subprocess.PIPE, env=surroundings, check=False)
     if done.returncode != 0:
         sys.exit(f"{program.name} ended with {done.returncode}")
     if not done.stdout.strip():
