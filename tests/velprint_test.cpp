@@ -850,4 +850,39 @@ TEST(VelPrint, OneMillionNestedValuesFitAnOrdinaryStack) {
   EXPECT_TRUE(text == expected) << text.size() << " characters instead of " << expected.size();
 }
 
+// A width that is set on the stream pads the first thing that is written.
+TEST(VelPrint, WidthPadsWhatComesFirst) {
+  const auto sequence = xintsequence::create();
+  sequence->append(1);
+  std::ostringstream out;
+  out << std::setfill('.') << std::setw(8);
+  velPrint(xany(sequence), out, -1);
+  EXPECT_EQ(out.str(), "..intseq [ 0 : 1 ]");
+  out.str("");
+  out << std::setw(4);
+  velPrint(xany("a"), out, -1);
+  EXPECT_EQ(out.str(), "...\"a\"");
+}
+
+TEST(VelPrint, LongTextsAreWrittenWhole) {
+  for (const int length : {100, 253, 254, 255, 256, 257, 10000}) {
+    const std::string text(static_cast<std::size_t>(length), 'x');
+    const auto dictionary = xanydictionary::create();
+    dictionary->set(text.c_str(), xany(text.c_str()));
+    std::ostringstream out;
+    velPrint(xany(dictionary), out, -1);
+    EXPECT_EQ(out.str(), "anydict { \"" + text + "\" : \"" + text + "\" }");
+  }
+}
+
+// What a line begins with is there, whatever its value throws.
+TEST(VelPrint, WhatComesBeforeAnExceptionIsWritten) {
+  std::ostringstream out;
+  velPrintTraverser printer(out, -1);
+  VelArrayType array("A", {1, 1});
+  EXPECT_VEL_THROW(printer.beginArrayDimension(&array, 5, xintsequence::create(), 0),
+                   velXInvalidSeqIndex);
+  EXPECT_EQ(out.str(), " ");
+}
+
 }  // namespace

@@ -60,13 +60,11 @@ class VELSTD_API velPrintTraverser : public velTraverser {
   velTraverseResult alreadyVisited(xrcunihandle<xobject> object) override;
 
  private:
-  void nextLine();
   void shiftRight();
   void shiftLeft();
   void printBeginObject(xrttiobject* type, xrcunihandle<xobject> object, char open);
   void printEndObject(xrttiobject* type, xrcunihandle<xobject> object, char close);
   void printObjectAttribute(xrttiattr* attr);
-  void printNumber(int number);
 
   std::ostream& out;
   unsigned int step;

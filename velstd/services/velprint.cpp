@@ -1,6 +1,7 @@
 #include "velprint.h"
 
 #include <charconv>
+#include <cstring>
 #include <fstream>
 #include <ostream>
 #include <string_view>
@@ -16,7 +17,100 @@ namespace {
 constexpr unsigned kOneLine = 0xFFFFFFFF;
 constexpr int kDefaultStep = 2;
 
-bool PrintOwnName(std::ostream& out, xrttiobject* type) {
+/// What a call writes, gathered and handed to the stream in few pieces: each piece
+/// costs a look at the state of the stream and a call of its buffer. Nothing stays
+/// here from one call to the next, so that others may write in between.
+class Block {
+ public:
+  explicit Block(std::ostream& stream) : out(stream), gathers(stream.width() == 0) {}
+  Block(const Block&) = delete;
+  Block& operator=(const Block&) = delete;
+  /// Writes what comes before an exception of somebody else.
+  ~Block() {
+    if (used == 0) return;
+    try {
+      flush();
+    } catch (...) {}
+  }
+
+  Block& operator<<(std::string_view text) {
+    if (gathers && text.size() <= sizeof gathered - used) {
+      std::memcpy(gathered + used, text.data(), text.size());
+      used += text.size();
+    } else {
+      pass(text);
+    }
+    return *this;
+  }
+  Block& operator<<(const char* text) { return *this << std::string_view(text); }
+  Block& operator<<(char c) { return *this << std::string_view(&c, 1); }
+
+  Block& operator<<(const xstring& text) {
+    const __xstring_c view = text.getxstring_c_unattached();
+    if (!view.buffer) return *this << "nil";
+    if (view.narrow) return *this << std::string_view(view.narrow);
+    // A wide-only text is converted for the output alone.
+    flush();
+    out << text;
+    gathers = out.width() == 0;
+    return *this;
+  }
+
+  // Not through the stream's own formatting, which may group digits.
+  Block& operator<<(int number) {
+    char digits[16];
+    const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+    return *this << std::string_view(digits, static_cast<std::size_t>(end - digits));
+  }
+
+  /// Begins the next line, or goes on in the only one.
+  void nextLine(unsigned step, int indent) {
+    if (step == kOneLine) {
+      *this << ' ';
+      return;
+    }
+    flush();
+    out << std::endl;
+    for (int i = 0; i < indent; ++i) *this << ' ';
+  }
+
+  /// Ends each call that writes. May throw, as the stream does.
+  void flush() {
+    if (used > 0) writeOut();
+  }
+
+ private:
+  // Out of line: g++ 12 with the sanitizers takes the array for one that nobody has
+  // written to.
+  __attribute__((noinline)) void writeOut() {
+    const auto size = static_cast<std::streamsize>(used);
+    used = 0;
+    out.write(gathered, size);
+  }
+
+  // Past the gathered text. A width that is set on the stream pads what comes
+  // first, and only that, so this one goes by itself.
+  void pass(std::string_view text) {
+    flush();
+    out << text;
+    gathers = out.width() == 0;
+  }
+
+  std::ostream& out;
+  bool gathers;
+  std::size_t used = 0;
+  char gathered[256];
+};
+
+/// The narrow text of a string value that has one (borrowed), else null. A value has
+/// the layout of its C view.
+const char* NarrowText(const xany& value) {
+  __xany_c view;
+  std::memcpy(&view, &value, sizeof view);
+  return view.u.s.buffer ? view.u.s.narrow : nullptr;
+}
+
+bool PrintOwnName(Block& out, xrttiobject* type) {
   const xstring name = type->getName();
   if (name.IsNull() || name.IsEmpty()) return false;
   out << name;
@@ -26,7 +120,7 @@ bool PrintOwnName(std::ostream& out, xrttiobject* type) {
 /// The name of a type; one without a name is called by its parents' names, the
 /// last first, each with a blank behind it. Nameless types under way are passed
 /// by: they may be their own parents.
-void PrintTypeName(std::ostream& out, xrttiobject* type) {
+void PrintTypeName(Block& out, xrttiobject* type) {
   if (PrintOwnName(out, type)) return;
   struct Step {
     xrttiobject* type;
@@ -64,15 +158,6 @@ void PrintObject(std::ostream& out, xobject* object) {
 velPrintTraverser::velPrintTraverser(std::ostream& stream, int stepWidth)
     : out(stream), step(static_cast<unsigned>(stepWidth)), indent(0) {}
 
-void velPrintTraverser::nextLine() {
-  if (step == kOneLine) {
-    out << ' ';
-    return;
-  }
-  out << std::endl;
-  for (int i = 0; i < indent; ++i) out << ' ';
-}
-
 // Unsigned, so that a large step wraps around: what is added is taken off again.
 void velPrintTraverser::shiftRight() {
   if (step != kOneLine) indent = static_cast<int>(static_cast<unsigned>(indent) + step);
@@ -83,46 +168,54 @@ void velPrintTraverser::shiftLeft() {
 }
 
 void velPrintTraverser::printBeginObject(xrttiobject* type, xrcunihandle<xobject>, char open) {
-  PrintTypeName(out, type);
-  nextLine();
-  out << open;
+  Block block(out);
+  PrintTypeName(block, type);
+  block.nextLine(step, indent);
+  block << open;
+  block.flush();
   shiftRight();
 }
 
 void velPrintTraverser::printEndObject(xrttiobject*, xrcunihandle<xobject>, char close) {
   shiftLeft();
-  nextLine();
-  out << close;
+  Block block(out);
+  block.nextLine(step, indent);
+  block << close;
+  block.flush();
 }
 
 void velPrintTraverser::printObjectAttribute(xrttiattr* attr) {
-  nextLine();
-  out << (attr ? attr->getName() : xstring()) << " : ";
-}
-
-// Not through the stream's own formatting, which may group digits.
-void velPrintTraverser::printNumber(int number) {
-  char digits[16];
-  const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-  out << std::string_view(digits, static_cast<std::size_t>(end - digits));
+  Block block(out);
+  block.nextLine(step, indent);
+  block << (attr ? attr->getName() : xstring()) << " : ";
+  block.flush();
 }
 
 velTraverseResult velPrintTraverser::simpleValue(xany value) {
+  Block block(out);
   if (value.isuninit()) {
-    out << "uninit";
+    block << "uninit";
   } else if (value.isnil()) {
-    out << "nil";
+    block << "nil";
   } else if (value.isint()) {
-    printNumber(value.operator int());
+    block << value.operator int();
   } else if (value.isbool()) {
-    out << (value.operator unsigned char() ? "true" : "false");
+    block << (value.operator unsigned char() ? "true" : "false");
   } else if (value.isreal()) {
     out << value.operator double();
   } else if (value.isstring()) {
-    out << '"' << value.operator xstring() << '"';
+    const char* text = NarrowText(value);
+    block << '"';
+    if (text) {
+      block << text;
+    } else {
+      block << value.operator xstring();
+    }
+    block << '"';
   } else {
     return errorOccured("Invalid simple value", 0);
   }
+  block.flush();
   return velTrContinue;
 }
 
@@ -173,9 +266,10 @@ velTraverseResult velPrintTraverser::endSequence(xrttisequence* type,
 
 velTraverseResult velPrintTraverser::beginSeqElement(xrttisequence*, int position,
                                                      xrcunihandle<xobject>) {
-  nextLine();
-  printNumber(position);
-  out << " : ";
+  Block block(out);
+  block.nextLine(step, indent);
+  block << position << " : ";
+  block.flush();
   return velTrContinue;
 }
 
@@ -193,8 +287,10 @@ velTraverseResult velPrintTraverser::endDictionary(xrttidictionary* type,
 
 velTraverseResult velPrintTraverser::beginDictElement(xrttidictionary*, xstring key,
                                                       xrcunihandle<xobject>) {
-  nextLine();
-  out << '"' << key << "\" : ";
+  Block block(out);
+  block.nextLine(step, indent);
+  block << '"' << key << "\" : ";
+  block.flush();
   return velTrContinue;
 }
 
@@ -211,9 +307,10 @@ velTraverseResult velPrintTraverser::endArray(xrttiarray* type, xrcunihandle<xob
 velTraverseResult velPrintTraverser::beginArrayDimension(xrttiarray*, int dimension,
                                                          xrchandle<xintsequence> index,
                                                          xrcunihandle<xobject>) {
-  nextLine();
-  printNumber(index->get(dimension));
-  out << " : [";
+  Block block(out);
+  block.nextLine(step, indent);
+  block << index->get(dimension) << " : [";
+  block.flush();
   shiftRight();
   return velTrContinue;
 }
@@ -221,16 +318,19 @@ velTraverseResult velPrintTraverser::beginArrayDimension(xrttiarray*, int dimens
 velTraverseResult velPrintTraverser::endArrayDimension(xrttiarray*, int, xrchandle<xintsequence>,
                                                        xrcunihandle<xobject>) {
   shiftLeft();
-  nextLine();
-  out << ']';
+  Block block(out);
+  block.nextLine(step, indent);
+  block << ']';
+  block.flush();
   return velTrContinue;
 }
 
 velTraverseResult velPrintTraverser::beginArrayElement(xrttiarray*, xrchandle<xintsequence> index,
                                                        xrcunihandle<xobject>) {
-  nextLine();
-  printNumber(index->get(index->getarraysize() - 1));
-  out << " : ";
+  Block block(out);
+  block.nextLine(step, indent);
+  block << index->get(index->getarraysize() - 1) << " : ";
+  block.flush();
   return velTrContinue;
 }
 
@@ -255,8 +355,10 @@ velTraverseResult velPrintTraverser::beginUnionValue(xrttiunion*, xrttiattr* mem
   if (member) {
     printObjectAttribute(member);
   } else {
-    nextLine();
-    out << "Unknown union attribute";
+    Block block(out);
+    block.nextLine(step, indent);
+    block << "Unknown union attribute";
+    block.flush();
   }
   return velTrContinue;
 }
