@@ -600,6 +600,7 @@ void FillCores(Table& table) {
         "BaseRemove|xbasedictionary::FindIndex",
         [](Dictionary& d, const xstring&) { d.BaseRemove("key 1", slot, at); }, true);
     dictionary("BaseLocate", [](Dictionary& d, const xstring&) { d.BaseLocate("key 1", slot, at); });
+    dictionary("NextEntry", [](Dictionary& d, const xstring&) { d.NextEntry(0, d.GetTableSize()); });
     dictionary(
         "BaseRemoveByIndex",
         [](Dictionary& d, const xstring&) {

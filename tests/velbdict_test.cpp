@@ -1437,4 +1437,28 @@ TEST(XBaseDictionaryNoMemory, CloneLeavesAnEmptyWholeDictionary) {
   EXPECT_EQ(source.GetCount(), 4U);
 }
 
+// From each slot to each end, as the slots themselves tell it.
+TEST(XBaseDictionary, NextEntryFindsTheFirstLiveSlot) {
+  LogDict dict;
+  EXPECT_EQ(dict.NextEntry(0, 0), 0U);
+  EXPECT_GE(dict.NextEntry(0, 100), 0U);
+  for (int i = 0; i < 40; ++i) dict.Set("key " + std::to_string(i), i);
+  for (int i = 0; i < 30; ++i) dict.Remove("key " + std::to_string(i));
+  const unsigned slots = dict.GetTableSize();
+  for (unsigned end = 0; end <= slots + 5; ++end) {
+    for (unsigned from = 0; from <= end; ++from) {
+      unsigned expected = from;
+      while (expected < std::min(end, slots) && xdictentryIsVacant(dict.At(expected).key)) {
+        ++expected;
+      }
+      const unsigned found = dict.NextEntry(from, end);
+      if (expected < std::min(end, slots)) {
+        ASSERT_EQ(found, expected) << from << " to " << end;
+      } else {
+        ASSERT_GE(found, std::min(end, slots)) << from << " to " << end;
+      }
+    }
+  }
+}
+
 }  // namespace

@@ -222,6 +222,7 @@ class VELSTD_API xrttisequence : public virtual xrttiobject {
   virtual xany getElemValue(xobject* sequence, int index);
 
  protected:
+  friend struct velReadAccess;
   xrtti* elemType = nullptr;
   unsigned char isElemOptional = 0;
   SizeGetter sizeGetter = nullptr;
@@ -254,6 +255,7 @@ class VELSTD_API xrttidictionary : public virtual xrttiobject {
   virtual unsigned char getElemValueByIdx(xobject* dictionary, int index, xany* value);
 
  protected:
+  friend struct velReadAccess;
   xrtti* elemType = nullptr;
   unsigned char isElemOptional = 0;
   SizeGetter sizeGetter = nullptr;

@@ -125,6 +125,10 @@ class VELSTD_API xbasedictionary {
   /// The value of `key` in its slot, or null when it is not there. Aborts as FindIndex().
   const void* BaseLocate(const char* key, unsigned slotSize, unsigned valueOffset) const;
 
+  /// The first slot from `index` on that holds an entry; at least `end` if there is
+  /// none below it. Reads the marks alone.
+  unsigned NextEntry(unsigned index, unsigned end) const;
+
   void* GetDataPtr() const { return table; }
   unsigned GetTableSize() const { return slotCount; }
   /// Number of live entries.

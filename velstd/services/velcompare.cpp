@@ -2,6 +2,8 @@
 
 #include <limits>
 
+#include "velcollectionreads.h"
+
 namespace {
 constexpr int kNilInt = std::numeric_limits<int>::min();
 constexpr int kUninitInt = kNilInt + 1;
@@ -60,15 +62,22 @@ velTraverseResult velCompareTraverser::beginStructAttribute(xrttistruct*, xrttia
 
 velTraverseResult velCompareTraverser::beginSeqElement(xrttisequence* type, int position,
                                                        xrcunihandle<xobject>) {
-  current = type->getElemValue(objects.Top(), position);
+  const velSequenceReads* reads = velReadsOf(type);
+  void* sequence = velCollectionAt(reads, objects.Top());
+  current =
+      sequence ? reads->element(sequence, position) : type->getElemValue(objects.Top(), position);
   return velTrContinue;
 }
 
 velTraverseResult velCompareTraverser::beginDictElement(xrttidictionary* type, xstring key,
                                                         xrcunihandle<xobject>) {
+  const velDictionaryReads* reads = velReadsOf(type);
+  void* dictionary = velCollectionAt(reads, objects.Top());
   xany value;
-  if (!type->findElemValue(objects.Top(), key, &value)) return require(false);
-  current = value;
+  const bool found = dictionary ? reads->find(dictionary, key, &value)
+                                : type->findElemValue(objects.Top(), key, &value) != 0;
+  if (!found) return require(false);
+  current = static_cast<xany&&>(value);
   return velTrContinue;
 }
 
@@ -85,8 +94,7 @@ velTraverseResult velCompareTraverser::beginArrayElement(xrttiarray* type,
   return velTrContinue;
 }
 
-velTraverseResult velCompareTraverser::beginUnionDicriminator(xrttiunion*,
-                                                              xrttiattr* discriminator,
+velTraverseResult velCompareTraverser::beginUnionDicriminator(xrttiunion*, xrttiattr* discriminator,
                                                               xrcunihandle<xobject>) {
   return descend(discriminator);
 }

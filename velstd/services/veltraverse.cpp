@@ -6,13 +6,16 @@
 // value may push a frame, so it comes last in a move.
 #include <cxxabi.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <limits>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
 
+#include "velcollectionreads.h"
 #include "veltraverser.h"
 
 namespace {
@@ -30,7 +33,13 @@ struct View {
     xrttiunion* choice;
   };
 
-  View() : structure(nullptr) {}
+  // The short way, where the type has one and its objects may take it.
+  union {
+    const velSequenceReads* sequenceReads;
+    const velDictionaryReads* dictionaryReads;
+  };
+
+  View() : structure(nullptr), sequenceReads(nullptr) {}
 
   // Takes the first of `order` that fits.
   View(xrttiobject* type, std::initializer_list<Shape> order) : View() {
@@ -49,9 +58,11 @@ struct View {
         break;
       case Shape::sequence:
         sequence = dynamic_cast<xrttisequence*>(type);
+        if (sequence) sequenceReads = velReadsOf(sequence);
         break;
       case Shape::dictionary:
         dictionary = dynamic_cast<xrttidictionary*>(type);
+        if (dictionary) dictionaryReads = velReadsOf(dictionary);
         break;
       case Shape::array:
         array = dynamic_cast<xrttiarray*>(type);
@@ -127,6 +138,7 @@ struct Frame {
   // The place in the current part: attribute, element, entry or dimension.
   int index = 0;
   int count = 0;
+  void* collection = nullptr;       // sequence, dictionary: for the short way, if there is one
   xstring key;                      // dictionary: the current entry's
   xany discriminator;               // union
   xrttiattr* member = nullptr;      // union: what the discriminator selects
@@ -152,8 +164,10 @@ class Walk {
 
   // Runs a read out of an object; false when it threw and was reported.
   // The end of a thread arrives as a null reference, which is not looked at.
+  // Takes the lambda by reference: what has just been stored word by word is slow
+  // to copy in blocks.
   template <class Read>
-  __attribute__((noinline, no_sanitize("null"))) bool guarded(Read read) {
+  __attribute__((noinline, no_sanitize("null"))) bool guarded(const Read& read) {
     const char* text = "Unknown exception";
     xrcunihandle<xthrowable> exception;
     try {
@@ -167,53 +181,61 @@ class Walk {
       xrcrelease(velAsObject(caught));
     } catch (const abi::__forced_unwind&) {
       throw;
-    } catch (...) {
-    }
+    } catch (...) {}
     // Outside the handlers: what the visitor throws is not caught.
     heed(visitor.errorOccured(text, exception));
     return false;
   }
 
-  // A guarded read of a value; uninit when it failed.
+  // A guarded read, which stores what it reads in `value`; uninit when it failed.
   template <class Read>
-  xany guardedValue(Read read) {
+  void readValue(xany& value, const Read& read) {
+    if (!guarded(read)) value = xany();
+  }
+
+  // The same for a read that gives the value.
+  template <class Read>
+  xany guardedValue(const Read& read) {
     xany value;
-    if (!guarded([&] { value = read(); })) value = xany();
+    readValue(value, [&] { value = read(); });
     return value;
   }
 
-  // `value` may lie in a frame: once one is pushed it is not looked at again.
-  // It is not copied either before its kind is known to be a valid one.
-  void visit(const xany& value) {
-    if (value.isuninit()) return;
+  // `value` may lie in a frame: once one is pushed it is not looked at again. It is
+  // not copied either before its kind is known to be a valid one. One that nobody
+  // looks at afterwards is handed on as it is.
+  // True for an object: the frames may lie elsewhere now.
+  template <class Value>
+  bool visit(Value&& value) {
+    if (value.isuninit()) return false;
     if (value.isnil()) {
       heed(visitor.simpleValue(xany(xanyNil)));
-      return;
+      return false;
     }
     switch (value.getkind()) {
       case xanyInt:
       case xanyBool:
       case xanyReal:
       case xanyString:
-        heed(visitor.simpleValue(value));
-        return;
+        heed(visitor.simpleValue(std::forward<Value>(value)));
+        return false;
       case xanyEnum:
         if (auto* type = dynamic_cast<xrttienum*>(value.getRtti())) {
           heed(visitor.enumValue(type, value.operator int()));
         } else {
           heed(visitor.errorOccured("Invalid enum value", 0));
         }
-        return;
+        return false;
       case xanyObject:
         visitObject(value.operator xobject*());
-        return;
+        return true;
       default:
-        return;
+        return false;
     }
   }
 
   void visitObject(xobject* object) {
-    if (!path.insert(object).second) {
+    if (!enter(object)) {
       heed(visitor.alreadyVisited(object));
       return;
     }
@@ -226,17 +248,36 @@ class Walk {
     }
   }
 
+  // Makes `object` one of those under visit; false if it is one already. A look at a
+  // few frames costs less than an entry in the set.
+  bool enter(xobject* object) {
+    const std::size_t looked = std::min(frames.size(), kShallow);
+    for (std::size_t i = 0; i < looked; ++i) {
+      if (frames[i].object.operator->() == object) return false;
+    }
+    return frames.size() < kShallow || deepPath.insert(object).second;
+  }
+
   void finish() {
-    path.erase(frames.back().object);
+    if (frames.size() > kShallow) deepPath.erase(frames.back().object);
     frames.pop_back();
   }
 
+  // The same type comes again and again: the elements of a sequence.
   const TypePlan* planFor(xrttiobject* type) {
+    if (type != lastType) {
+      lastPlan = findPlan(type);
+      lastType = type;
+    }
+    return lastPlan;
+  }
+
+  const TypePlan* findPlan(xrttiobject* type) {
     const auto known = plans.find(type);
     if (known != plans.end()) return &known->second;
     TypePlan plan;
-    plan.own = View(type, {Shape::structure, Shape::sequence, Shape::dictionary, Shape::array,
-                           Shape::choice});
+    plan.own = View(
+        type, {Shape::structure, Shape::sequence, Shape::dictionary, Shape::array, Shape::choice});
     for (xrttiobject* part : ContentsOrder(type)) {
       const View view(part, {Shape::structure, Shape::array, Shape::sequence, Shape::dictionary,
                              Shape::choice});
@@ -332,11 +373,19 @@ class Walk {
         frame.move = Move::attribute;
         break;
       case Shape::sequence:
-        frame.count = guardedCount([&] { return part.sequence->getSize(frame.object); });
+        frame.collection = velCollectionAt(part.sequenceReads, frame.object);
+        frame.count = guardedCount([&] {
+          return frame.collection ? part.sequenceReads->size(frame.collection)
+                                  : part.sequence->getSize(frame.object);
+        });
         frame.move = Move::element;
         break;
       case Shape::dictionary:
-        frame.count = guardedCount([&] { return part.dictionary->getSize(frame.object); });
+        frame.collection = velCollectionAt(part.dictionaryReads, frame.object);
+        frame.count = guardedCount([&] {
+          return frame.collection ? part.dictionaryReads->size(frame.collection)
+                                  : part.dictionary->getSize(frame.object);
+        });
         frame.move = Move::entry;
         break;
       case Shape::array:
@@ -352,7 +401,7 @@ class Walk {
 
   // A count that cannot be read is 0.
   template <class Read>
-  int guardedCount(Read read) {
+  int guardedCount(const Read& read) {
     int count = 0;
     if (!guarded([&] { count = read(); })) count = 0;
     return count;
@@ -363,26 +412,36 @@ class Walk {
     frame.move = Move::nextPart;
   }
 
+  // The parts of structures, sequences and dictionaries that are plain values need
+  // no turn in the stack: one function goes through them until it meets an object.
+  // What begins a part tells whether it has.
+
   // ---- structure: the only one whose leave ends the parts that follow ----
 
   void attribute(Frame& frame) {
+    while (frame.move == Move::attribute) {
+      if (attributeBegin(frame)) return;
+      if (frame.move == Move::attributeEnd) attributeEnd(frame);
+    }
+  }
+
+  bool attributeBegin(Frame& frame) {
     xrttistruct* type = frame.part().structure;
-    if (frame.index >= frame.count) return closePart(frame);
+    if (frame.index >= frame.count) return closePart(frame), false;
     xrttiattr* attr = type->getAttr(frame.index);
     switch (heed(visitor.beginStructAttribute(type, attr, frame.object))) {
       case velTrSkip:
         ++frame.index;
-        return;
+        return false;
       case velTrLeave:
         frame.move = Move::close;
-        return;
+        return false;
       default:
         break;
     }
-    const xany value =
-        guardedValue([&] { return attr ? attr->getValue(frame.object) : xany(); });
+    xany value = guardedValue([&] { return attr ? attr->getValue(frame.object) : xany(); });
     frame.move = Move::attributeEnd;
-    visit(value);
+    return visit(std::move(value));
   }
 
   void attributeEnd(Frame& frame) {
@@ -396,21 +455,31 @@ class Walk {
   // ---- sequence ----
 
   void element(Frame& frame) {
+    while (frame.move == Move::element) {
+      if (elementBegin(frame)) return;
+      if (frame.move == Move::elementEnd) elementEnd(frame);
+    }
+  }
+
+  bool elementBegin(Frame& frame) {
     xrttisequence* type = frame.part().sequence;
-    if (frame.index >= frame.count) return closePart(frame);
+    if (frame.index >= frame.count) return closePart(frame), false;
     switch (heed(visitor.beginSeqElement(type, frame.index, frame.object))) {
       case velTrSkip:
         ++frame.index;
-        return;
+        return false;
       case velTrLeave:
-        return closePart(frame);
+        return closePart(frame), false;
       default:
         break;
     }
-    const xany value =
-        guardedValue([&] { return type->getElemValue(frame.object, frame.index); });
+    xany value;
+    readValue(value, [&] {
+      value = frame.collection ? frame.part().sequenceReads->element(frame.collection, frame.index)
+                               : type->getElemValue(frame.object, frame.index);
+    });
     frame.move = Move::elementEnd;
-    visit(value);
+    return visit(std::move(value));
   }
 
   void elementEnd(Frame& frame) {
@@ -424,38 +493,67 @@ class Walk {
   // ---- dictionary: an index without a key is no entry ----
 
   void entry(Frame& frame) {
+    while (frame.move == Move::entry) {
+      if (entryBegin(frame)) return;
+      if (frame.move == Move::entryEnd) entryEnd(frame);
+    }
+  }
+
+  bool entryBegin(Frame& frame) {
     xrttidictionary* type = frame.part().dictionary;
-    if (frame.index >= frame.count) return closePart(frame);
-    bool present = false;
-    frame.key = xstring();
-    if (!guarded([&] {
-          present = type->getElemKeyByIdx(frame.object, frame.index, &frame.key) != 0;
-        }) ||
-        !present) {
+    if (frame.index >= frame.count) return closePart(frame), false;
+    const velDictionaryReads* reads = frame.collection ? frame.part().dictionaryReads : nullptr;
+    if (!(reads ? readNextKey(frame, *reads) : readKey(frame, type))) {
       ++frame.index;
-      return;
+      return false;
     }
     switch (heed(visitor.beginDictElement(type, frame.key, frame.object))) {
       case velTrSkip:
         ++frame.index;
-        return;
+        return false;
       case velTrLeave:
-        return closePart(frame);
+        return closePart(frame), false;
       default:
         break;
     }
-    const xany value = guardedValue([&] {
-      xany found;
-      if (!type->getElemValueByIdx(frame.object, frame.index, &found)) found = xany("<uninit>");
-      return found;
+    xany value;
+    readValue(value, [&] {
+      const bool found = reads ? reads->value(frame.collection, frame.index, &value)
+                               : type->getElemValueByIdx(frame.object, frame.index, &value) != 0;
+      if (!found) value = xany("<uninit>");
     });
     frame.move = Move::entryEnd;
-    visit(value);
+    return visit(std::move(value));
+  }
+
+  // These two answer whether frame.index is an entry whose key could be read.
+  bool readKey(Frame& frame, xrttidictionary* type) {
+    bool present = false;
+    frame.key = xstring();
+    return guarded([&] {
+             present = type->getElemKeyByIdx(frame.object, frame.index, &frame.key) != 0;
+           }) &&
+           present;
+  }
+
+  // Dictionaries that mean the same kind of thing have the same keys, and these lie
+  // in the same slots: most often the last key that was met there is this one, and
+  // need not be made again.
+  bool readNextKey(Frame& frame, const velDictionaryReads& reads) {
+    const char* text = reads.nextKey(frame.collection, &frame.index, frame.count);
+    if (!text) return false;
+    if (recentKeys.empty()) recentKeys.resize(kRecentKeys);
+    xstring& recent = recentKeys[static_cast<std::size_t>(frame.index) % kRecentKeys];
+    if (recent.IsNull() || std::strcmp(recent.CastToCString(), text) != 0) {
+      if (!guarded([&] { recent = text; })) return false;
+    }
+    frame.key = recent;
+    return true;
   }
 
   void entryEnd(Frame& frame) {
     const velTraverseResult result =
-        heed(visitor.endDictElement(frame.part().dictionary, frame.key, frame.object));
+        heed(visitor.endDictElement(frame.part().dictionary, std::move(frame.key), frame.object));
     if (result == velTrLeave) return closePart(frame);
     ++frame.index;
     frame.move = Move::entry;
@@ -516,10 +614,10 @@ class Walk {
       default:
         break;
     }
-    const xany value = guardedValue(
-        [&] { return frame.member ? frame.member->getValue(frame.object) : xany(); });
+    xany value =
+        guardedValue([&] { return frame.member ? frame.member->getValue(frame.object) : xany(); });
     frame.move = Move::memberEnd;
-    visit(value);
+    visit(std::move(value));
   }
 
   // ---- array: frame.index is the dimension, frame.count their number ----
@@ -567,12 +665,12 @@ class Walk {
       default:
         break;
     }
-    const xany value = guardedValue([&] {
+    xany value = guardedValue([&] {
       std::vector<int> at = frame.positions;
       return type->getElemValue(frame.object, at.data());
     });
     frame.move = Move::cellEnd;
-    visit(value);
+    visit(std::move(value));
   }
 
   void cellEnd(Frame& frame) {
@@ -598,8 +696,15 @@ class Walk {
 
   velTraverser& visitor;
   std::unordered_map<xrttiobject*, TypePlan> plans;
-  std::unordered_set<xobject*> path;  // the objects under visit
+  const TypePlan* lastPlan = nullptr;
+  xrttiobject* lastType = nullptr;
   std::vector<Frame> frames;
+  // The objects under visit but those of the first frames.
+  std::unordered_set<xobject*> deepPath;
+  static constexpr std::size_t kShallow = 8;
+  // Of standard dictionaries, by slot; none before the first.
+  static constexpr std::size_t kRecentKeys = 32;
+  std::vector<xstring> recentKeys;
 };
 
 }  // namespace

@@ -105,6 +105,7 @@ class VELSTD_API xtbdictionary : public virtual xobject, protected xbasedictiona
 
  protected:
   using Entry = xdictentry<T>;
+  friend struct velReadAccess;
 
   xtbdictionary() : xbasedictionary(nullptr) {}
 

@@ -1,0 +1,221 @@
+// The short ways that walks and comparisons take into standard collections.
+#include <functional>
+#include <string>
+
+#include "velcompare.h"
+#include "veltest.h"
+#include "veltraverser.h"
+#include "xcollections.h"
+
+namespace {
+
+// The same class for all who ask its descriptor, but not exactly it: it is read
+// through descriptor, cast and table.
+template <class C>
+class Derived : public C {};
+
+template <class T>
+struct Numbered;
+template <>
+struct Numbered<unsigned char> {
+  static unsigned char value(int i) { return i % 2 == 0; }
+};
+template <>
+struct Numbered<int> {
+  static int value(int i) { return i; }
+};
+template <>
+struct Numbered<double> {
+  static double value(int i) { return i + 0.5; }
+};
+template <>
+struct Numbered<xstring> {
+  static xstring value(int i) { return i % 3 == 0 ? xstring() : xstring::Printf("text %d", i); }
+};
+template <>
+struct Numbered<xany> {
+  static xany value(int i) {
+    switch (i % 5) {
+      case 0:
+        return xany();
+      case 1:
+        return xany(xanyNil);
+      case 2:
+        return xany(xstring::Printf("text %d", i));
+      case 3:
+        return xany(i);
+      default: {
+        const auto inner = xintdictionary::create();
+        inner->set("inner", i);
+        return xany(inner);
+      }
+    }
+  }
+};
+
+std::string Key(int i) { return "key " + std::to_string(i * 7919 % 1000); }
+
+// `count` entries; every third is removed again, which leaves tombstones.
+template <class C, class T>
+xrchandle<C> Filled(int count) {
+  const xrchandle<C> made = new C;
+  for (int i = 0; i < count; ++i) made->set(Key(i).c_str(), Numbered<T>::value(i));
+  for (int i = 0; i < count; i += 3) made->remove(Key(i).c_str());
+  return made;
+}
+
+template <class C, class T>
+xrchandle<C> Appended(int count) {
+  const xrchandle<C> made = new C;
+  for (int i = 0; i < count; ++i) made->append(Numbered<T>::value(i));
+  return made;
+}
+
+using Prepare = std::function<void(LogTraverser&)>;
+std::string Walked(
+    const xany& value, const Prepare& prepare = [](LogTraverser&) {}) {
+  LogTraverser log;
+  prepare(log);
+  velTraverse(value, &log);
+  return log.text();
+}
+
+template <class C, class T>
+void ExpectEqualDictionaries() {
+  for (const int count : {0, 1, 2, 28, 29, 40, 100, 300}) {
+    const xany shortWay(Filled<C, T>(count));
+    const xany longWay(Filled<Derived<C>, T>(count));
+    EXPECT_EQ(Walked(shortWay), Walked(longWay)) << count;
+    EXPECT_TRUE(velCompare(shortWay, longWay)) << count;
+    EXPECT_TRUE(velCompare(longWay, shortWay)) << count;
+    for (const velTraverseResult answer : {velTrSkip, velTrLeave, velTrStop}) {
+      for (const char* operation : {"beginDictElement", "endDictElement", "simpleValue"}) {
+        const Prepare second = [&](LogTraverser& log) { log.answer(operation, answer, 2); };
+        EXPECT_EQ(Walked(shortWay, second), Walked(longWay, second)) << operation << ' ' << answer;
+      }
+    }
+  }
+}
+
+template <class C, class T>
+void ExpectEqualSequences() {
+  for (const int count : {0, 1, 2, 17}) {
+    const xany shortWay(Appended<C, T>(count));
+    const xany longWay(Appended<Derived<C>, T>(count));
+    EXPECT_EQ(Walked(shortWay), Walked(longWay)) << count;
+    EXPECT_TRUE(velCompare(shortWay, longWay)) << count;
+    EXPECT_TRUE(velCompare(longWay, shortWay)) << count;
+    for (const velTraverseResult answer : {velTrSkip, velTrLeave, velTrStop}) {
+      for (const char* operation : {"beginSeqElement", "endSeqElement", "simpleValue"}) {
+        const Prepare second = [&](LogTraverser& log) { log.answer(operation, answer, 2); };
+        EXPECT_EQ(Walked(shortWay, second), Walked(longWay, second)) << operation << ' ' << answer;
+      }
+    }
+  }
+}
+
+TEST(VelCollectionReads, WalkTheSameDictionariesAsTheLongWay) {
+  ExpectEqualDictionaries<xbooldictionary, unsigned char>();
+  ExpectEqualDictionaries<xintdictionary, int>();
+  ExpectEqualDictionaries<xrealdictionary, double>();
+  ExpectEqualDictionaries<xstringdictionary, xstring>();
+  ExpectEqualDictionaries<xanydictionary, xany>();
+}
+
+TEST(VelCollectionReads, WalkTheSameSequencesAsTheLongWay) {
+  ExpectEqualSequences<xboolsequence, unsigned char>();
+  ExpectEqualSequences<xintsequence, int>();
+  ExpectEqualSequences<xrealsequence, double>();
+  ExpectEqualSequences<xstringsequence, xstring>();
+  ExpectEqualSequences<xanysequence, xany>();
+}
+
+// A class of the same descriptor whose members say something else.
+class Shouting : public xanydictionary {
+ public:
+  bool getkeybyindex(int index, xstring* key) override {
+    if (!xanydictionary::getkeybyindex(index, key)) return false;
+    *key = key->ToUpper();
+    return true;
+  }
+};
+
+TEST(VelCollectionReads, LeaveOverridesTheirSay) {
+  const xrchandle<Shouting> dictionary = new Shouting;
+  dictionary->set("key", xany(1));
+  EXPECT_EQ(Walked(xany(dictionary)),
+            "beginObject(anydict) beginDictionary(anydict) beginDictElement(KEY) "
+            "simpleValue(1) endDictElement(KEY) endDictionary(anydict) endObject(anydict)");
+}
+
+// Changes the collection that it visits.
+template <class C>
+class Changing : public LogTraverser {
+ public:
+  Changing(C* visited, void (*change)(C&, int)) : visited_(visited), change_(change) {}
+
+  velTraverseResult beginDictElement(xrttidictionary* type, xstring key,
+                                     xrcunihandle<xobject> object) override {
+    change_(*visited_, ++calls_);
+    return LogTraverser::beginDictElement(type, key, object);
+  }
+  velTraverseResult beginSeqElement(xrttisequence* type, int position,
+                                    xrcunihandle<xobject> object) override {
+    change_(*visited_, ++calls_);
+    return LogTraverser::beginSeqElement(type, position, object);
+  }
+
+ private:
+  C* visited_;
+  void (*change_)(C&, int);
+  int calls_ = 0;
+};
+
+template <class C>
+std::string Changed(const xrchandle<C>& visited, void (*change)(C&, int)) {
+  Changing<C> visitor(visited.operator->(), change);
+  velTraverse(xany(visited), &visitor);
+  return visitor.text();
+}
+
+template <class C, class Change>
+void Apply(C& visited, int call) {
+  Change()(visited, call);
+}
+
+template <class Change, class Exact, class Long>
+void ExpectEqualChanges(const xrchandle<Exact>& exact, const xrchandle<Long>& other) {
+  EXPECT_EQ(Changed<Exact>(exact, &Apply<Exact, Change>),
+            Changed<Long>(other, &Apply<Long, Change>));
+}
+
+struct RemoveAll {
+  template <class C>
+  void operator()(C& dictionary, int call) const {
+    if (call == 2) dictionary.clearall();
+  }
+};
+struct Grow {
+  template <class C>
+  void operator()(C& dictionary, int call) const {
+    if (call == 2) {
+      for (int i = 0; i < 200; ++i) dictionary.set(("new " + std::to_string(i)).c_str(), i);
+    }
+  }
+};
+struct Shrink {
+  template <class C>
+  void operator()(C& sequence, int call) const {
+    if (call == 2) sequence.removerange(1, 100);
+  }
+};
+
+TEST(VelCollectionReads, SeeWhatTheVisitorDoesToTheCollection) {
+  using Dictionary = xintdictionary;
+  using Sequence = xintsequence;
+  ExpectEqualChanges<RemoveAll>(Filled<Dictionary, int>(20), Filled<Derived<Dictionary>, int>(20));
+  ExpectEqualChanges<Grow>(Filled<Dictionary, int>(20), Filled<Derived<Dictionary>, int>(20));
+  ExpectEqualChanges<Shrink>(Appended<Sequence, int>(20), Appended<Derived<Sequence>, int>(20));
+}
+
+}  // namespace
