@@ -480,7 +480,7 @@ void FillText(Table& table) {
   for (const bool wide : {false, true}) {
     table.push_back(
         {"korStrBuf::NoteLength|korStrBuf::Extend|korStrBuf::Reuse|"
-         "korStrBuf::AddReference|korStrBuf::DropReference (" +
+         "korStrBuf::AddReference|korStrBuf::DropReference|korStrBuf::KnownLength (" +
              std::to_string(wide) + ')',
          [wide](Trial& t) {
            char* narrowText = nullptr;

@@ -1,6 +1,7 @@
 // Comparison, output and the free functions.
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "korostream.h"
 #include "veltest.h"
@@ -47,6 +48,43 @@ TYPED_TEST(XStringCompare, ComparisonWithText) {
     EXPECT_FALSE(*s != this->T("abc"));
     EXPECT_TRUE(this->T("abd") != *s);
   }
+}
+
+// Lengths are known or not, and forms are there or not: the answer is the same.
+TEST(XString, WhatIsKnownOfAStringDoesNotChangeWhatItEquals) {
+  const auto made = [](const std::string& text) {
+    const std::string first = text.substr(0, 1);
+    std::vector<xstring> all;
+    all.emplace_back(text.c_str());
+    xstring built(first.c_str());
+    for (std::size_t i = 1; i < text.size(); ++i) built += text[i];
+    all.push_back(built);
+    xstring edited(text.c_str());
+    edited.Substitute(first.c_str(), "Q");
+    edited.Substitute("Q", first.c_str());
+    all.push_back(edited);
+    all.emplace_back(Lit<wchar_t>(text));
+    xstring wide(Lit<wchar_t>(text));
+    wide.CastToCString();
+    all.push_back(wide);
+    xstring both(text.c_str());
+    both.CastToCWString();
+    all.push_back(both);
+    return all;
+  };
+  for (const xstring& a : made("abcde")) {
+    for (const xstring& b : made("abcde")) EXPECT_TRUE(a == b);
+    for (const xstring& b : made("abcdf")) EXPECT_FALSE(a == b);
+    for (const xstring& b : made("abcd")) EXPECT_FALSE(a == b);
+    EXPECT_FALSE(a == xstring());
+    EXPECT_FALSE(xstring() == a);
+    EXPECT_FALSE(a == xstring(""));
+    EXPECT_FALSE(xstring("") == a);
+  }
+  const xstring none(__xstring_c{nullptr, nullptr, nullptr}, false);
+  EXPECT_TRUE(none == xstring());
+  EXPECT_FALSE(none == xstring("a"));
+  EXPECT_FALSE(xstring("a") == none);
 }
 
 TEST(XString, ComparisonWithTextProducesTheFormOfTheText) {

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdarg>
 #include <cstring>
+#include <cwchar>
 #include <ostream>
 #include <type_traits>
 
@@ -73,12 +74,32 @@ struct Width<wchar_t> {
 template <class Ch>
 bool SameText(const Ch* a, const Ch* b) {
   if (a == b) return true;
+  // The C library's function knows only its own width.
+  if constexpr (sizeof(Ch) == 4) return std::wcscmp(a, b) == 0;
   while (*a && *a == *b) ++a, ++b;
   return *a == *b;
 }
 template <>
 bool SameText(const char* a, const char* b) {
   return a == b || std::strcmp(a, b) == 0;
+}
+
+// Copies a text; a short one, as most are, without a call: its first and its last
+// bytes, which may overlap.
+template <class Ch>
+void CopyText(Ch* dest, const Ch* source, std::size_t length) {
+  const std::size_t bytes = length * sizeof(Ch);
+  if (bytes - 8 > 8) {
+    std::memcpy(dest, source, bytes);
+    return;
+  }
+  std::uint64_t first;
+  std::uint64_t last;
+  const char* const end = reinterpret_cast<const char*>(source) + bytes;
+  std::memcpy(&first, source, sizeof first);
+  std::memcpy(&last, end - sizeof last, sizeof last);
+  std::memcpy(dest, &first, sizeof first);
+  std::memcpy(reinterpret_cast<char*>(dest) + bytes - sizeof last, &last, sizeof last);
 }
 
 // The one empty buffer; never freed, so an edit always finds it shared.
@@ -158,7 +179,7 @@ void xstring::CreateFrom(const Ch* text, std::size_t length) {
   if (length == 0) {
     xstringAttachEmptyStrBuf(&view);
   } else {
-    std::memcpy(Allocate<Ch>(length), text, length * sizeof(Ch));
+    CopyText(Allocate<Ch>(length), text, length);
   }
 }
 
@@ -374,7 +395,7 @@ xstring& xstring::AppendText(const Ch* text) {
   if (IsNull()) return *this = text;
   const std::size_t length = Strlen(text);
   if (Ch* place = view.buffer->Extend(Slot<Ch>(), length)) {
-    std::memcpy(place, text, length * sizeof(Ch));
+    CopyText(place, text, length);
   } else {
     Append(text, length);
   }
@@ -566,12 +587,12 @@ bool xstring::EqualsString(const xstring& other) const {
   return view.buffer == other.view.buffer || SameText(Form<Ch>(), other.Form<Ch>());
 }
 
-bool operator==(const xstring& a, const char* text) { return a.EqualsText(text); }
-bool operator==(const xstring& a, const wchar_t* text) { return a.EqualsText(text); }
-bool operator==(const xstring& a, const xstring& b) {
-  return a.view.wide ? a.EqualsString<wchar_t>(b) : a.EqualsString<char>(b);
+bool xstring::EqualsSlowly(const xstring& other) const {
+  return view.wide ? EqualsString<wchar_t>(other) : EqualsString<char>(other);
 }
 
+bool operator==(const xstring& a, const char* text) { return a.EqualsText(text); }
+bool operator==(const xstring& a, const wchar_t* text) { return a.EqualsText(text); }
 namespace {
 
 // The narrow text of a string for the time of one output; a wide-only string

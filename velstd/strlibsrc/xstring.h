@@ -25,6 +25,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <iosfwd>
 
 #include "korapi.h"
@@ -185,7 +186,17 @@ class VELSTD_API xstring {
   /// Exact, byte by byte, in the form of the argument; null equals only null.
   friend VELSTD_API bool operator==(const xstring& a, const char* text);
   friend VELSTD_API bool operator==(const xstring& a, const wchar_t* text);
-  friend VELSTD_API bool operator==(const xstring& a, const xstring& b);
+  friend bool operator==(const xstring& a, const xstring& b) {
+    // Most strings have a narrow form only, whose length is known.
+    if (!a.view.wide && a.view.buffer && b.view.buffer) {
+      const std::size_t length = a.view.buffer->KnownLength(a.view.narrow);
+      const std::size_t other = b.view.buffer->KnownLength(b.view.narrow);
+      if (length > 0 && other > 0) {
+        return length == other && std::memcmp(a.view.narrow, b.view.narrow, length) == 0;
+      }
+    }
+    return a.EqualsSlowly(b);
+  }
 
   /// Writes the narrow text; a wide-only string is converted for the call
   /// alone. The null string writes nothing here and "nil" there.
@@ -268,6 +279,7 @@ class VELSTD_API xstring {
   bool EqualsText(const Ch* text) const;
   template <class Ch>
   bool EqualsString(const xstring& other) const;
+  bool EqualsSlowly(const xstring& other) const;
   xstring InCase(bool upper) const;
 
   void CreateFromString(const char* text);

@@ -89,6 +89,12 @@ class VELSTD_API korStrBuf final {
   bool Reuse(const char* text, std::size_t length) noexcept { return ReuseForm(text, length); }
   bool Reuse(const wchar_t* text, std::size_t length) noexcept { return ReuseForm(text, length); }
 
+  /// Length in characters of `text`, which is one of the buffer's forms; 0 where
+  /// only measuring can tell.
+  std::size_t KnownLength(const void* text) const noexcept {
+    return IsInline(text) ? knownLength : 0;
+  }
+
   /// Length in characters of `text`, which is one of the buffer's forms.
   std::size_t GetLength(const char* text) const;
   std::size_t GetLength(const wchar_t* text) const;

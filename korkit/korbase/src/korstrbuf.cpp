@@ -8,6 +8,7 @@
 #include "korcharset.h"
 #include "korcount.h"
 #include "kormbcs.h"
+#include "korpool.h"
 #include "korstring.h"
 
 namespace {
@@ -89,7 +90,7 @@ template <class Ch>
 korStrBuf* korStrBuf::Alloc(std::size_t size, Ch** text) {
   if (size < sizeof(Ch)) size = sizeof(Ch);
   if (size / sizeof(Ch) > kMaxLength + 1) velThrowSizeLimit();
-  void* block = korAlloc(sizeof(korStrBuf) + size);
+  void* block = korpool::Alloc(sizeof(korStrBuf) + size);
   if (!block) throw std::bad_alloc();
   auto* buffer = new (block) korStrBuf;
   buffer->room = size;
@@ -187,11 +188,13 @@ void korStrBuf::CommitLength(std::size_t length) {
 }
 
 std::size_t korStrBuf::GetLength(const char* text) const {
-  return knownLength > 0 && IsInline(text) ? knownLength : Strlen(text);
+  const std::size_t known = KnownLength(text);
+  return known > 0 ? known : Strlen(text);
 }
 
 std::size_t korStrBuf::GetLength(const wchar_t* text) const {
-  return knownLength > 0 && IsInline(text) ? knownLength : Strlen(text);
+  const std::size_t known = KnownLength(text);
+  return known > 0 ? known : Strlen(text);
 }
 
 template <class Ch>
@@ -219,7 +222,7 @@ void korStrBuf::Release() { DropReference(); }
 void korStrBuf::Free() noexcept {
   char* narrow = narrowText.load(std::memory_order_relaxed);
   wchar_t* wide = wideText.load(std::memory_order_relaxed);
-  if (!IsInline(narrow)) korFree(narrow);
-  if (!IsInline(wide)) korFree(wide);
-  korFree(this);
+  if (narrow && !IsInline(narrow)) korFree(narrow);
+  if (wide && !IsInline(wide)) korFree(wide);
+  korpool::Free(this, sizeof(korStrBuf) + room);
 }
