@@ -1075,7 +1075,7 @@ TEST(XBaseDictionaryKeys, TextsThatDifferInOneByteAreDifferent) {
 TEST(XBaseDictionaryKeys, ATableThatShrinksGivesTheirMemoryBack) {
   LogDict dict;
   dict.quiet = true;
-  const auto names = Names(20000);
+  const auto names = Names(20000, "a name of some length ");
   const long empty = velLiveBlocks();
   for (std::size_t i = 0; i < names.size(); ++i) dict.Set(names[i], static_cast<int>(i));
   dict.Set(std::string(100, 'a'), 7);
@@ -1083,7 +1083,7 @@ TEST(XBaseDictionaryKeys, ATableThatShrinksGivesTheirMemoryBack) {
   for (std::size_t i = 10; i < names.size(); ++i) ASSERT_TRUE(dict.Remove(names[i]));
   EXPECT_EQ(dict.GetTableSize(), 32U);
   EXPECT_LT(velLiveBlocks(), full - 5);
-  EXPECT_LE(velLiveBlocks(), empty + 5) << "table, marks, store and its only chunk, long key";
+  EXPECT_LE(velLiveBlocks(), empty + 5) << "table, marks, store, a chunk, the long key";
   for (std::size_t i = 0; i < 10; ++i) EXPECT_EQ(dict.Find(names[i]), static_cast<int>(i));
   EXPECT_EQ(dict.Find(std::string(100, 'a')), 7);
   for (std::size_t i = 0; i < 10; ++i) EXPECT_TRUE(dict.Remove(names[i]));
@@ -1095,7 +1095,7 @@ TEST(XBaseDictionaryKeys, ATableThatShrinksGivesTheirMemoryBack) {
 TEST(XBaseDictionaryKeys, AShrinkThatCannotCopyKeepsTheirOldStore) {
   LogDict dict;
   dict.quiet = true;
-  const auto names = Names(2000);
+  const auto names = Names(2000, "a name of some length ");
   for (const std::string& name : names) dict.Set(name, 1);
   dict.Set(std::string(100, 'a'), 7);
   for (std::size_t i = 1999; i >= 20; --i) {
@@ -1147,9 +1147,10 @@ TEST(XBaseDictionaryClear, FreeAllKeysLeavesTheSlotsAsTheyAre) {
   LogDict dict;
   dict.quiet = true;
   dict.BaseAllocate(1, kSlot);
+  const std::string longKey(64, 'b');  // has a block of its own
   const long before = velLiveBlocks();
   const int value = 1;
-  for (const char* key : {"a", "b", "c"}) dict.BaseSet(key, &value, kSlot, kValue);
+  for (const char* key : {"a", longKey.c_str(), "c"}) dict.BaseSet(key, &value, kSlot, kValue);
   dict.BaseRemove("c", kSlot, kValue);
   EXPECT_GT(velLiveBlocks(), before);
   std::vector<Entry> slots(32);
@@ -1421,7 +1422,7 @@ TEST(XBaseDictionaryNoMemory, CloneLeavesAnEmptyWholeDictionary) {
     clone.Set("y", 2);
     EXPECT_EQ(clone.Find("y"), 2);
   };
-  // The block, what lies beside it, the short keys, the long one.
+  // The block, what lies beside it, the store of long keys, one of them.
   for (long nth = 1; nth <= 4; ++nth) {
     tryClone([&](LogDict& clone) {
       const VelFailAllocation fail(nth);

@@ -111,7 +111,22 @@ bool LoadBelow(std::uint64_t entries, std::uint64_t slots, std::uint64_t percent
 
 }  // namespace
 
-// A text that is looked for.
+// One write, and one part of a cache line, for all that is known of a key.
+struct xbasedictionary::Record {
+  static constexpr std::size_t kMostText = 14;
+
+  // The eight bytes from `at` on, the step in the last of them.
+  std::uint64_t word(std::size_t at) const {
+    return WordAt(reinterpret_cast<const char*>(this) + at);
+  }
+  bool isLong() const { return text[kMostText] != 0; }
+  std::uint32_t step() const { return 2 * SignedByte(stepByte) + 1; }
+
+  char text[kMostText + 1];  // and zeros; the last is 1 for a longer one
+  char stepByte;             // half of the step, which is twice a signed byte and one
+  std::uint32_t hash;
+};
+
 struct xbasedictionary::Key {
   explicit Key(const char* key)
       : text(key),
@@ -123,8 +138,30 @@ struct xbasedictionary::Key {
 
   std::uint32_t step() const { return StepOf(text, static_cast<unsigned>(length)); }
 
-  // Whether that is the text of `copy`, which zeros pad to a multiple of eight.
-  bool isTextOf(const char* copy) const {
+  bool isLong() const { return length > Record::kMostText; }
+  // The words of a short one.
+  std::uint64_t firstWord() const { return length < 8 ? tail : WordAt(text); }
+  std::uint64_t secondWord() const { return length < 8 ? 0 : tail; }
+
+  Record record() const {
+    Record record;
+    const std::uint64_t words[2] = {htole64(isLong() ? 0 : firstWord()),
+                                    htole64(isLong() ? 0 : secondWord())};
+    static_assert(sizeof words == offsetof(Record, hash), "text and step");
+    std::memcpy(&record, words, sizeof words);
+    record.text[Record::kMostText] = isLong();
+    record.stepByte = static_cast<char>(step() / 2);
+    record.hash = hash;
+    return record;
+  }
+
+  // Whether the slot of that record and that key has this text. Copies of long keys
+  // are padded with zeros to a multiple of eight, and the word in which a text ends
+  // ends the comparison.
+  bool isTextOf(const Record& its, const char* const& slotKey) const {
+    if (!isLong()) return its.word(0) == firstWord() && its.word(8) << 8 == secondWord() << 8;
+    if (!its.isLong()) return false;
+    const char* const copy = slotKey;
     std::size_t at = 0;
     for (; at + 8 <= length; at += 8) {
       if (WordAt(copy + at) != WordAt(text + at)) return false;
@@ -151,24 +188,11 @@ struct xbasedictionary::Key {
   unsigned char bit;
 };
 
-// The step is twice a signed byte and one.
-struct xbasedictionary::Path {
-  explicit Path(const Key& key)
-      : start(key.hash), byte(static_cast<unsigned char>(key.step() / 2)) {}
-  Path(std::uint32_t hash, unsigned char stepByte) : start(hash), byte(stepByte) {}
-
-  std::uint32_t step() const { return 2 * SignedByte(static_cast<char>(byte)) + 1; }
-
-  std::uint32_t start;
-  unsigned char byte;
-};
-
-// A table that another one takes the place of.
 struct xbasedictionary::Past {
   void* table;
   unsigned slotCount;
   unsigned liveCount;
-  std::uint32_t* hashes;
+  Record* records;
   Mark* marks;
   unsigned mask;
   velDictIndex* shortcut;
@@ -248,8 +272,8 @@ void xbasedictionary::DropShortcut() {
 }
 
 void xbasedictionary::DropMarks() {
-  ::operator delete(slotHashes);
-  slotHashes = nullptr;
+  ::operator delete(slotRecords);
+  slotRecords = nullptr;
   slotMarks = nullptr;
   markMask = 0;
 }
@@ -259,22 +283,22 @@ void xbasedictionary::DropKeys() {
   keyStore = nullptr;
 }
 
-// A copy of a key, owned by the dictionary. Throws std::bad_alloc.
+// A copy of a long key, owned by the dictionary. Throws std::bad_alloc.
 const char* xbasedictionary::NewKey(const char* text, std::size_t length) {
-  // The first keys lie in one block with their store.
+  // The first of them lie in one block with their store.
   constexpr std::size_t kFirstKeys = 128;
   if (!keyStore) keyStore = velDictKeys::create(kFirstKeys);
   const char* copy = keyStore ? keyStore->add(text, length) : nullptr;
   if (!copy) {
-    if (liveCount == 0) DropKeys();
+    if (keyStore && keyStore->isEmpty()) DropKeys();
     throw std::bad_alloc();
   }
   return copy;
 }
 
 void xbasedictionary::GiveBackKey(const char* copy, std::size_t length) {
-  if (liveCount == 0) return DropKeys();
   keyStore->remove(copy, length);
+  if (keyStore->isEmpty()) DropKeys();
 }
 
 // Whether `key` is there, and its slot, else kNoIndex. `probes` gets the number of
@@ -289,11 +313,12 @@ inline bool xbasedictionary::IsPresent(const Key& key, unsigned& index, unsigned
     return index != kNoIndex;
   }
   const unsigned at = key.hash & markMask;
-  // Needed unless the mark says no, and then the wait for both is one.
+  // Needed unless the mark says no, and then the wait for all of them is one.
+  __builtin_prefetch(&slotRecords[at]);
   __builtin_prefetch(&KeyOf(table, at, slotSize));
   probes = 1;
   const Mark start = slotMarks[at];
-  if (start.tag == key.tag && key.isTextOf(KeyAt(at, slotSize))) {
+  if (start.tag == key.tag && key.isTextOf(slotRecords[at], KeyOf(table, at, slotSize))) {
     index = at;
     return true;
   }
@@ -311,7 +336,7 @@ inline bool xbasedictionary::IsPresent(const Key& key, unsigned& index, unsigned
     ++probes;
     const unsigned at = h & markMask;
     const unsigned char tag = slotMarks[at].tag;
-    if (tag == key.tag && key.isTextOf(KeyAt(at, slotSize))) return at;
+    if (tag == key.tag && key.isTextOf(slotRecords[at], KeyOf(table, at, slotSize))) return at;
     if (tag == kEmpty) break;
   }
   return kNoIndex;
@@ -319,13 +344,13 @@ inline bool xbasedictionary::IsPresent(const Key& key, unsigned& index, unsigned
 
 // The slot to fill with a key that is not there, or kNoIndex when all are taken;
 // `probes` as above.
-unsigned xbasedictionary::SlotToFill(Path path, unsigned& probes) const {
+unsigned xbasedictionary::SlotToFill(const Record& record, unsigned& probes) const {
   probes = 0;
   if (!slotMarks) return kNoIndex;
-  if (shortcut) return shortcut->slotToFill(path.start, path.step());
+  if (shortcut) return shortcut->slotToFill(record.hash, record.step());
   unsigned index = kNoIndex;
-  const std::uint32_t step = path.step();
-  for (std::uint32_t h = path.start; probes <= markMask; h += step) {
+  const std::uint32_t step = record.step();
+  for (std::uint32_t h = record.hash; probes <= markMask; h += step) {
     ++probes;
     const unsigned at = h & markMask;
     const unsigned char tag = slotMarks[at].tag;
@@ -349,7 +374,7 @@ bool xbasedictionary::FindIndex(const char* key, unsigned& index, unsigned slotS
   unsigned probes;
   if (IsPresent(sought, index, slotSize, probes)) return true;
   CheckRoom();
-  index = SlotToFill(Path(sought), probes);
+  index = SlotToFill(sought.record(), probes);
   return false;
 }
 
@@ -363,15 +388,16 @@ void xbasedictionary::CountProbes(unsigned probes, unsigned slotSize) {
   shortcut = velDictIndex::create({table, slotSize, slotCount});
 }
 
-// Puts a copy of a key into the slot found for it.
-void xbasedictionary::Occupy(unsigned index, const char* copy, Path path, unsigned slotSize) {
-  if (shortcut) shortcut->adding(index, copy);
-  KeyOf(table, index, slotSize) = copy;
-  slotMarks[index].tag = Key::TagOf(path.start);
-  slotHashes[index] = path.start;
-  SlotSteps()[index] = path.byte;
-  const unsigned start = path.start & markMask;
-  if (index != start) slotMarks[start].passed |= Key::BitOf(path.start);
+// Puts a key into the slot found for it; `longCopy` is for long ones.
+void xbasedictionary::Occupy(unsigned index, const Record& record, const char* longCopy,
+                             unsigned slotSize) {
+  slotRecords[index] = record;
+  const char* const key = longCopy ? longCopy : slotRecords[index].text;
+  if (shortcut) shortcut->adding(index, key);
+  KeyOf(table, index, slotSize) = key;
+  slotMarks[index].tag = Key::TagOf(record.hash);
+  const unsigned start = record.hash & markMask;
+  if (index != start) slotMarks[start].passed |= Key::BitOf(record.hash);
   ++liveCount;
 }
 
@@ -410,32 +436,40 @@ void xbasedictionary::BaseSet(const char* text, const void* value, unsigned slot
     if (wanted > kMostSlots) velThrowSizeLimit();
   }
   // What a new entry needs is there before anything changes.
-  const Key key(text);
+  Key key(text);
   unsigned index;
   unsigned probes;
   const bool present = IsPresent(key, index, slotSize, probes);
   const bool resizes = wanted != slotCount;
-  if (!present && !resizes) CheckRoom();
-  const char* const copy = present ? nullptr : NewKey(text, key.length);
+  if (!resizes) {
+    if (present) {
+      CountProbes(probes, slotSize);
+      return Assign(ValueAt(index, slotSize, valueOffset), value);
+    }
+    CheckRoom();
+  }
+  const Record record = key.record();
+  const char* const longCopy = !present && key.isLong() ? NewKey(text, key.length) : nullptr;
   if (resizes) {
+    // The text may be one of our own, and short ones move.
+    if (!key.isLong()) key.text = record.text;
     try {
       AdjustTableSize(static_cast<unsigned>(wanted), slotSize, valueOffset);
     } catch (...) {
-      if (copy) GiveBackKey(copy, key.length);
+      if (longCopy) GiveBackKey(longCopy, key.length);
       throw;
     }
-    if (present) IsPresent(key, index, slotSize, probes);
+    if (present) {
+      IsPresent(key, index, slotSize, probes);
+      CountProbes(probes, slotSize);
+      return Assign(ValueAt(index, slotSize, valueOffset), value);
+    }
   }
-  const Path path(key);
-  if (!present) index = SlotToFill(path, probes);
+  index = SlotToFill(record, probes);
   CountProbes(probes, slotSize);
-  if (present) {
-    Assign(ValueAt(index, slotSize, valueOffset), value);
-    return;
-  }
   const char* const vacant = KeyAt(index, slotSize);
   const unsigned char vacantTag = slotMarks[index].tag;
-  Occupy(index, copy, path, slotSize);
+  Occupy(index, record, longCopy, slotSize);
   try {
     Assign(ValueAt(index, slotSize, valueOffset), value);
   } catch (...) {
@@ -444,7 +478,7 @@ void xbasedictionary::BaseSet(const char* text, const void* value, unsigned slot
     KeyOf(table, index, slotSize) = vacant;
     slotMarks[index].tag = vacantTag;
     --liveCount;
-    GiveBackKey(copy, key.length);
+    if (longCopy) GiveBackKey(longCopy, key.length);
     throw;
   }
 }
@@ -453,14 +487,14 @@ void xbasedictionary::RemoveAt(unsigned index, unsigned slotSize, unsigned value
   velUpdate::refuse(this, kSource, 330);
   const char*& key = KeyOf(table, index, slotSize);
   if (shortcut) shortcut->removing(index);
-  keyStore->remove(key, std::strlen(key));
+  if (slotRecords[index].isLong()) GiveBackKey(key, std::strlen(key));
   key = kTombstone;
   slotMarks[index].tag = kVacated;
   {
     const velUpdate update(this);
     OnRemoveEntry(ValueAt(index, slotSize, valueOffset));
   }
-  if (--liveCount == 0) DropKeys();
+  --liveCount;
   const unsigned half = slotCount / 2;
   const bool shrinks = policy.shrinkPercent != 0 && slotCount > kFirstSize &&
                        LoadBelow(liveCount, slotCount, policy.shrinkPercent) &&
@@ -546,7 +580,7 @@ void xbasedictionary::Allocate(unsigned slots, unsigned slotSize) {
   if (!ownHooks) {
     for (unsigned i = 0; i < slots; ++i) KeyOf(block, i, slotSize) = nullptr;
   }
-  constexpr std::size_t kBytes = sizeof(std::uint32_t) + sizeof(Mark) + sizeof(unsigned char);
+  constexpr std::size_t kBytes = sizeof(Record) + sizeof(Mark);
   void* const beside = ::operator new (std::size_t{slots} * kBytes, std::nothrow);
   if (!beside) {
     OnDestroy(block, slots);
@@ -554,8 +588,8 @@ void xbasedictionary::Allocate(unsigned slots, unsigned slotSize) {
   }
   table = block;
   slotCount = slots;
-  slotHashes = static_cast<std::uint32_t*>(beside);
-  slotMarks = reinterpret_cast<Mark*>(slotHashes + slots);
+  slotRecords = static_cast<Record*>(beside);
+  slotMarks = reinterpret_cast<Mark*>(slotRecords + slots);
   markMask = slots - 1;
   std::fill_n(slotMarks, slots, Mark{kEmpty, 0});
 }
@@ -569,7 +603,7 @@ void xbasedictionary::BaseAllocate(unsigned n, unsigned slotSize) {
 }
 
 void xbasedictionary::AdjustTableSize(unsigned newSize, unsigned slotSize, unsigned valueOffset) {
-  const Past past = {table, slotCount, liveCount, slotHashes, slotMarks, markMask, shortcut};
+  const Past past = {table, slotCount, liveCount, slotRecords, slotMarks, markMask, shortcut};
   const velUpdate update(this);
   Allocate(newSize, slotSize);
   liveCount = 0;
@@ -592,7 +626,7 @@ void xbasedictionary::AdjustTableSize(unsigned newSize, unsigned slotSize, unsig
     table = past.table;
     slotCount = past.slotCount;
     liveCount = past.liveCount;
-    slotHashes = past.hashes;
+    slotRecords = past.records;
     slotMarks = past.marks;
     markMask = past.mask;
     shortcut = past.shortcut;
@@ -600,7 +634,7 @@ void xbasedictionary::AdjustTableSize(unsigned newSize, unsigned slotSize, unsig
     throw;
   }
   velDictIndex::destroy(past.shortcut);
-  ::operator delete(past.hashes);
+  ::operator delete(past.records);
   if (freshKeys) {
     freshKeys->takeLong(*keyStore);
     DropKeys();
@@ -615,16 +649,18 @@ void xbasedictionary::AdjustTableSize(unsigned newSize, unsigned slotSize, unsig
 void xbasedictionary::Rehash(const Past& past, unsigned slotSize, unsigned valueOffset,
                              velDictKeys* freshKeys) {
   if (!past.table) return;
-  const auto* steps = reinterpret_cast<const unsigned char*>(past.marks + past.mask + 1);
   for (unsigned i = 0; i <= past.mask; ++i) {
     if (past.marks[i].tag <= kVacated) continue;
-    const Path path(past.hashes[i], steps[i]);
+    const Record& record = past.records[i];
     unsigned probes;
-    const unsigned index = SlotToFill(path, probes);
+    const unsigned index = SlotToFill(record, probes);
     CountProbes(probes, slotSize);
-    const char* copy = KeyOf(past.table, i, slotSize);
-    if (freshKeys) copy = freshKeys->moved(copy, std::strlen(copy));
-    Occupy(index, copy, path, slotSize);
+    const char* longCopy = nullptr;
+    if (record.isLong()) {
+      longCopy = KeyOf(past.table, i, slotSize);
+      if (freshKeys) longCopy = freshKeys->moved(longCopy, std::strlen(longCopy));
+    }
+    Occupy(index, record, longCopy, slotSize);
     const char* const value =
         static_cast<char*>(past.table) + std::size_t{i} * slotSize + valueOffset;
     if (ownBytes) {
@@ -645,13 +681,14 @@ void xbasedictionary::BaseClone(const xbasedictionary* other, unsigned slotSize,
     const velUpdate update(this);
     const velUpdate reading(other);
     for (unsigned i = 0; i < slotCount; ++i) {
-      const char* key = other->KeyAt(i, slotSize);
-      const bool live = !xdictentryIsVacant(key);
-      KeyOf(table, i, slotSize) = live ? NewKey(key, std::strlen(key)) : key;
       slotMarks[i] = other->slotMarks[i];
-      slotHashes[i] = other->slotHashes[i];
-      SlotSteps()[i] = other->SlotSteps()[i];
-      if (!live) continue;
+      const char* key = other->KeyAt(i, slotSize);
+      if (!xdictentryIsVacant(key)) {
+        slotRecords[i] = other->slotRecords[i];
+        key = slotRecords[i].isLong() ? NewKey(key, std::strlen(key)) : slotRecords[i].text;
+      }
+      KeyOf(table, i, slotSize) = key;
+      if (xdictentryIsVacant(key)) continue;
       ++liveCount;
       OnCopyEntry(ValueAt(i, slotSize, valueOffset), other->ValueAt(i, slotSize, valueOffset));
     }

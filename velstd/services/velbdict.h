@@ -18,8 +18,9 @@
 // never found.
 // Beside the table lies a mark of two bytes for each slot, of bits of the hash that
 // the slot number does not use: a lookup reads keys only where they are likely to
-// match, and one in vain mostly reads a single mark. Apart from the marks, the hash
-// and the step of each key wait for the next resize, which then reads no key.
+// match, and one in vain mostly reads a single mark. There is a record of each key,
+// too: its text, if it is short, which a lookup reads without waiting for the pointer
+// in the slot, and its hash and step, for the next resize.
 // A table that many collisions or tombstones have slowed down is searched through
 // a private index from then on (velbdictindex.h), with the same slots as result.
 // Threads: no locks; BaseFind and the reading by index write nothing, so that
@@ -158,9 +159,12 @@ class VELSTD_API xbasedictionary {
     unsigned char passed;  // a set of bits of the hashes of keys whose path starts
                            // here and that lie elsewhere, or once did
   };
+  // What a slot's key is.
+  struct Record;
+  // A text that is looked for.
   struct Key;
-  // The way of a key through tables of any size.
-  struct Path;
+  // A table that another one takes the place of.
+  struct Past;
   static constexpr unsigned char kEmpty = 0;
   static constexpr unsigned char kVacated = 1;
 
@@ -172,23 +176,19 @@ class VELSTD_API xbasedictionary {
   bool IsLive(unsigned index, unsigned slotSize) const;
   bool IsPresent(const Key& key, unsigned& index, unsigned slotSize, unsigned& probes) const;
   unsigned PresentBeyondStart(const Key& key, unsigned slotSize, unsigned& probes) const;
-  unsigned SlotToFill(Path path, unsigned& probes) const;
+  unsigned SlotToFill(const Record& record, unsigned& probes) const;
   void CheckRoom() const;
-  void Occupy(unsigned index, const char* copy, Path path, unsigned slotSize);
+  void Occupy(unsigned index, const Record& record, const char* longCopy, unsigned slotSize);
   const char* NewKey(const char* text, std::size_t length);
   void GiveBackKey(const char* copy, std::size_t length);
   void CountProbes(unsigned probes, unsigned slotSize);
   void DropShortcut();
-  unsigned char* SlotSteps() const {
-    return reinterpret_cast<unsigned char*>(slotMarks + markMask + 1);
-  }
   void DropMarks();
   void DropKeys();
   void Assign(void* slotValue, const void* value);
   void Empty(unsigned slotSize);
   void Allocate(unsigned slots, unsigned slotSize);
   void AdjustTableSize(unsigned newSize, unsigned slotSize, unsigned valueOffset);
-  struct Past;
   void Rehash(const Past& past, unsigned slotSize, unsigned valueOffset, velDictKeys* freshKeys);
   void RemoveAt(unsigned index, unsigned slotSize, unsigned valueOffset);
 
@@ -198,13 +198,13 @@ class VELSTD_API xbasedictionary {
   xdictcontrol policy;
   velDictIndex* shortcut = nullptr;  // made when probing gets slow; see velbdictindex.h
   std::uint64_t wastedProbes = 0;
-  // One for each slot: the hashes, then, in the same block, the marks and the steps.
-  std::uint32_t* slotHashes = nullptr;
+  // One for each slot, and behind them, in the same block, the marks.
+  Record* slotRecords = nullptr;
   Mark* slotMarks = nullptr;
   unsigned markMask = 0;  // their number, less one
   bool ownHooks = false;
   bool ownBytes = false;
-  velDictKeys* keyStore = nullptr;  // the copies; none without entries
+  velDictKeys* keyStore = nullptr;  // the copies of long keys; none without them
 };
 
 #endif  // VELSTD_SERVICES_VELBDICT_H

@@ -43,6 +43,8 @@ class velDictKeys {
   std::size_t used() const { return usedBytes; }
   std::size_t room() const { return chunkBytes; }
 
+  bool isEmpty() const { return usedBytes == 0 && !longKeys; }
+
   static std::size_t paddedSize(std::size_t length) { return (length / 8 + 1) * 8; }
 
  private:
