@@ -427,7 +427,7 @@ void xbasedictionary::Assign(void* slotValue, const void* value) {
 void xbasedictionary::BaseSet(const char* text, const void* value, unsigned slotSize,
                               unsigned valueOffset) {
   velUpdate::refuse(this, kSource, 300);
-  velhAssertNotNullKey(text);
+  if (xdictentryIsVacant(text)) velhAssertNotNullKey(text);
   std::uint64_t wanted = slotCount;
   if (slotCount == 0) {
     wanted = kFirstSize;
