@@ -1,10 +1,10 @@
-// velbdictkeys.h - where a dictionary keeps the texts of its keys.
+// velbdictkeys.h - where a dictionary keeps the texts that do not fit its records.
 //
-// A table of short keys that asks malloc for each of them spends more on headers
-// and rounding than on text, and more time there than on hashing. A store lays
-// short keys one behind the other in chunks that grow with it, hands the place
-// of a removed one to the next of its size, and goes as a whole. Longer keys
-// have a block each.
+// A dictionary that asks malloc for each of its keys spends more on headers and
+// rounding than on text, and more time there than on hashing. A store lays all but
+// long ones one behind the other in chunks that grow with it, hands the place of a
+// removed one to the next of its size, and goes as a whole. Long ones have a block
+// each.
 //
 // A copy starts at a multiple of eight and is padded with zeros to the next one,
 // so that it can be compared a word at a time. It stays where it is until it is
