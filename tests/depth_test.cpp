@@ -446,7 +446,8 @@ class Depth : public ::testing::TestWithParam<Kind> {};
 
 TEST_P(Depth, IsBoundedByMemoryAloneAndCostsLinearTime) {
   const Kind& kind = GetParam();
-  const int depth = Scaled(20000) / kind.shareOf;
+  // Also the quarter lies beyond the caches.
+  const int depth = Scaled(100000) / kind.shareOf;
   OnStack(kUsualStack, [&] {
     ExpectLinear(kind.name, depth, [&](int size, Best& best) { GoThrough(kind, size, best); });
   });
