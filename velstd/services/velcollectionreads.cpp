@@ -7,8 +7,18 @@
 
 // The library's own door to what the descriptors and the dictionaries keep.
 struct velReadAccess {
-  static xrttisequence::ElemGetter function(const xrttisequence* type) { return type->elemGetter; }
-  static xrttidictionary::KeyByIdx function(const xrttidictionary* type) { return type->keyByIdx; }
+  // Whether all functions of a descriptor are those of a standard class.
+  template <class C>
+  static bool isOf(const xrttisequence* type) {
+    using Functions = velSequenceFunctions<C>;
+    return type->sizeGetter == &Functions::size && type->elemGetter == &Functions::element;
+  }
+  template <class C, class T>
+  static bool isOf(const xrttidictionary* type) {
+    using Functions = velDictionaryFunctions<C, T>;
+    return type->sizeGetter == &Functions::size && type->findElem == &Functions::find &&
+           type->keyByIdx == &Functions::key && type->valueByIdx == &Functions::value;
+  }
 
   template <class T>
   static const xdictentry<T>* table(const xtbdictionary<T>* dictionary) {
@@ -75,41 +85,31 @@ struct DictionaryReads {
   static constexpr velDictionaryReads reads{&typeid(C), size, nextKey, value, find};
 };
 
-// Of the first whose function is that of the descriptor.
-template <class... C>
-const velSequenceReads* Search(xrttisequence::ElemGetter function) {
-  const velSequenceReads* found = nullptr;
-  (void)((function == &velSequenceFunctions<C>::element && (found = &SequenceReads<C>::reads)) ||
-         ...);
-  return found;
+template <class C>
+const velSequenceReads* ReadsIfOf(const xrttisequence* type) {
+  return velReadAccess::isOf<C>(type) ? &SequenceReads<C>::reads : nullptr;
 }
-
 template <class C, class T>
-bool IsKeyOf(xrttidictionary::KeyByIdx function) {
-  return function == &velDictionaryFunctions<C, T>::key;
+const velDictionaryReads* ReadsIfOf(const xrttidictionary* type) {
+  return velReadAccess::isOf<C, T>(type) ? &DictionaryReads<C, T>::reads : nullptr;
 }
 
 }  // namespace
 
 const velSequenceReads* velReadsOf(xrttisequence* type) {
   if (typeid(*type) != typeid(xrttisequence)) return nullptr;
-  return Search<xanysequence, xstringsequence, xintsequence, xrealsequence, xboolsequence>(
-      velReadAccess::function(type));
+  if (const auto* reads = ReadsIfOf<xanysequence>(type)) return reads;
+  if (const auto* reads = ReadsIfOf<xstringsequence>(type)) return reads;
+  if (const auto* reads = ReadsIfOf<xintsequence>(type)) return reads;
+  if (const auto* reads = ReadsIfOf<xrealsequence>(type)) return reads;
+  return ReadsIfOf<xboolsequence>(type);
 }
 
 const velDictionaryReads* velReadsOf(xrttidictionary* type) {
   if (typeid(*type) != typeid(xrttidictionary)) return nullptr;
-  const xrttidictionary::KeyByIdx function = velReadAccess::function(type);
-  if (IsKeyOf<xanydictionary, xany>(function)) return &DictionaryReads<xanydictionary, xany>::reads;
-  if (IsKeyOf<xstringdictionary, xstring>(function)) {
-    return &DictionaryReads<xstringdictionary, xstring>::reads;
-  }
-  if (IsKeyOf<xintdictionary, int>(function)) return &DictionaryReads<xintdictionary, int>::reads;
-  if (IsKeyOf<xrealdictionary, double>(function)) {
-    return &DictionaryReads<xrealdictionary, double>::reads;
-  }
-  if (IsKeyOf<xbooldictionary, unsigned char>(function)) {
-    return &DictionaryReads<xbooldictionary, unsigned char>::reads;
-  }
-  return nullptr;
+  if (const auto* reads = ReadsIfOf<xanydictionary, xany>(type)) return reads;
+  if (const auto* reads = ReadsIfOf<xstringdictionary, xstring>(type)) return reads;
+  if (const auto* reads = ReadsIfOf<xintdictionary, int>(type)) return reads;
+  if (const auto* reads = ReadsIfOf<xrealdictionary, double>(type)) return reads;
+  return ReadsIfOf<xbooldictionary, unsigned char>(type);
 }
