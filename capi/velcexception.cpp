@@ -67,17 +67,7 @@ void velPark(xthrowable* caught) noexcept {
   if (!velIsUninit(old)) velGuard([=] { Dispose(old); });
 }
 
-void velComplaint::null() { velPark(Retained(new velXNull)); }
-
-void velComplaint::index(xobject* sequence, int index) {
-  xthrowable* made = nullptr;
-  if (index < 0) {
-    made = new velXNegativeIndex(index);
-  } else {
-    made = new velXInvalidSeqIndex(xany(sequence), index);
-  }
-  velPark(Retained(made));
-}
+void velParkNew(xthrowable* made) { velPark(Retained(made)); }
 
 void velParkOutOfMemory() noexcept {
   velPark(Retained(outOfMemory.load(std::memory_order_acquire)));

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "velargument.h"
+#include "velcomplaint.h"
 #include "velflatvalue.h"
 #include "velguard.h"
 #include "velobjectaccess.h"
@@ -22,7 +23,7 @@ R velOnCollection(const void* address, R onError, Call call) {
   return velGuard(onError, [&] {
     velClearPending();
     if (!address) {
-      velComplaint::null();
+      velParkNew(velComplaint::null());
       return onError;
     }
     C* collection = velArgument<C>(address);
@@ -84,7 +85,8 @@ struct velFlatSequence : velFlatCollection<C> {
       // What the class's own get would throw; one that overrides it is asked.
       if (typeid(*sequence) == typeid(C) &&
           static_cast<unsigned>(index) >= static_cast<unsigned>(sequence->getarraysize())) {
-        return velComplaint::index(sequence, index);
+        return velParkNew(index < 0 ? velComplaint::negativeIndex(index)
+                                    : velComplaint::sequenceIndex(sequence, index));
       }
       result = sequence->get(index);
     });

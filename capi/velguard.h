@@ -20,12 +20,9 @@ void velPark(xthrowable* caught) noexcept;
 void velParkOutOfMemory() noexcept;
 /// Parks a velXNativeException with that text.
 void velParkNative(const char* text) noexcept;
-/// Complaints that are part of ordinary work, parked as if they had been thrown: a
-/// throw costs more than all the rest of a call. They throw std::bad_alloc.
-struct velComplaint {
-  static void null();
-  static void index(xobject* sequence, int index);
-};
+/// Parks a new exception as if it had been thrown. For complaints that are part
+/// of ordinary work: a throw costs more than all the rest of a call.
+void velParkNew(xthrowable* made);
 
 /// Runs `step`; what it throws is parked and `onError` returned. An overload
 /// without `onError` serves void calls.

@@ -1,0 +1,17 @@
+// velcomplaint.h - exceptions that are made without being thrown.
+//
+// For those who park what would only be caught again, and for those who throw
+// from a frame in which nothing has to end. Each is new, with a count of 0.
+// Throw std::bad_alloc.
+#ifndef VELSTD_SERVICES_VELCOMPLAINT_H
+#define VELSTD_SERVICES_VELCOMPLAINT_H
+
+#include "xthrowable.h"
+
+struct velComplaint {
+  static xthrowable* null();
+  static xthrowable* negativeIndex(int index);
+  static xthrowable* sequenceIndex(xobject* sequence, int index);
+};
+
+#endif  // VELSTD_SERVICES_VELCOMPLAINT_H
