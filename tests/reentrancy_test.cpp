@@ -692,15 +692,15 @@ TEST(ReentrancyDeathTest, HookOfASubclassDoesNotChangeItsSequence) {
       kReentry, kSequence, 125);
 }
 
-// An override of xattach runs in the middle of what moves the variant that it is in.
-TEST(ReentrancyDeathTest, AttachOverrideDoesNotChangeTheSequenceThatMovesIt) {
+// An override of xattach runs in the middle of what copies the variant that it is in.
+TEST(ReentrancyDeathTest, AttachOverrideDoesNotChangeTheSequenceThatCopiesIt) {
   EXPECT_VEL_ABORT(
       {
         VelAnyItems real;
         VelItemsModel model;
         for (int i = 0; i < 8; ++i) Add(real, model, i);
         velForeign.start(VelPlace::attach, [&] { real.append(1); });
-        real.append(2);
+        real.insertOwn(0);
       },
       kReentry, kSequence, 125);
 }

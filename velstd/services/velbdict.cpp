@@ -581,10 +581,12 @@ void xbasedictionary::Allocate(unsigned slots, unsigned slotSize) {
     for (unsigned i = 0; i < slots; ++i) KeyOf(block, i, slotSize) = nullptr;
   }
   constexpr std::size_t kBytes = sizeof(Record) + sizeof(Mark);
-  void* const beside = ::operator new (std::size_t{slots} * kBytes, std::nothrow);
-  if (!beside) {
+  void* beside;
+  try {
+    beside = ::operator new(std::size_t{slots} * kBytes);
+  } catch (...) {
     OnDestroy(block, slots);
-    throw std::bad_alloc();
+    throw;
   }
   table = block;
   slotCount = slots;

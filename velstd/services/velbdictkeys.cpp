@@ -23,7 +23,15 @@ namespace {
 // that malloc serves from memory that other blocks have left.
 constexpr std::size_t kMostChunk = 32768;
 
-void* NewMemory(std::size_t bytes) { return ::operator new(bytes, std::nothrow); }
+// Null without memory. By the operator that a program is likely to replace together
+// with the one that gives back.
+void* NewMemory(std::size_t bytes) noexcept {
+  try {
+    return ::operator new(bytes);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
 
 void Forbid([[maybe_unused]] void* at, [[maybe_unused]] std::size_t bytes) {
 #ifdef VEL_ADDRESS_SANITIZER
