@@ -446,8 +446,9 @@ class Depth : public ::testing::TestWithParam<Kind> {};
 
 TEST_P(Depth, IsBoundedByMemoryAloneAndCostsLinearTime) {
   const Kind& kind = GetParam();
-  // In the long form also the quarter of every kind lies beyond the caches.
-  const int depth = Scaled(100000, kFull * kind.shareOf) / kind.shareOf;
+  // Also the quarter of every kind lies beyond the caches.
+  const int depth =
+      Scaled(kind.shareOf > 1 ? kFull * kind.shareOf : 100000, kFull * kind.shareOf) / kind.shareOf;
   OnStack(kUsualStack, [&] {
     ExpectLinear(kind.name, depth, [&](int size, Best& best) { GoThrough(kind, size, best); });
   });
