@@ -1,5 +1,6 @@
 // Depth: values that nest as deep as memory carries, on stacks of fixed size and
 // in time that grows as the depth does.
+#include <gtest/gtest-spi.h>
 #include <malloc.h>
 #include <pthread.h>
 #include <sys/mman.h>
@@ -127,69 +128,102 @@ double Took(const std::function<void()>& step) {
   return Now() - before;
 }
 
-// The best times of the steps of a piece of work, by size.
-struct Best {
-  std::vector<std::string> steps;
-  std::vector<double> times;
-
+// The best times of the steps of a piece of work at one size.
+class Best {
+ public:
+  // Adds to what `step` took in this round.
   void note(const std::string& step, double time) {
-    const auto at = std::find(steps.begin(), steps.end(), step);
-    if (at == steps.end()) {
-      steps.push_back(step);
-      times.push_back(time);
+    const auto at = std::find(steps_.begin(), steps_.end(), step);
+    round_.resize(steps_.size());
+    if (at == steps_.end()) {
+      steps_.push_back(step);
+      round_.push_back(time);
     } else {
-      double& best = times[static_cast<std::size_t>(at - steps.begin())];
-      best = std::min(best, time);
+      round_[static_cast<std::size_t>(at - steps_.begin())] += time;
     }
   }
+
+  // A round did each step `times` times.
+  void endRound(int times) {
+    times_.resize(steps_.size(), std::numeric_limits<double>::max());
+    for (std::size_t s = 0; s < times_.size(); ++s) {
+      times_[s] = std::min(times_[s], round_[s] / times);
+    }
+    round_.assign(round_.size(), 0);
+  }
+
+  const std::vector<std::string>& steps() const { return steps_; }
+  const std::vector<double>& times() const { return times_; }
+
+ private:
+  std::vector<std::string> steps_;
+  std::vector<double> round_;
+  std::vector<double> times_;
 };
+
+// Does something with as many values of a size as it is told, all alive at once.
+using Work = std::function<void(int size, int times, Best&)>;
+
+// The same with one value after the other.
+Work InTurn(const std::function<void(int, Best&)>& work) {
+  return [work](int size, int times, Best& best) {
+    for (int i = 0; i < times; ++i) work(size, best);
+  };
+}
 
 // A step that takes time proportional to the size takes twice as long when that
 // doubles; a quadratic one four times. The work, which notes how long each step
-// took, is done at a quarter, a half and the whole of `size`, and bounded twice:
-// - From the quarter to the whole a step takes at most 2.5 * 2.5 times as long. So
-//   2.5 bounds the mean of two doublings, no single one: memory beyond a cache makes
-//   one of them steeper, which the other makes up for.
-// - Each of the two doublings takes at most 3.2 times as long, beyond what a cache
-//   does and still below four, so that a flat one does not hide a quadratic one.
+// took, is done on one value of the whole `size`, on 8 of an eighth and on 64 of a
+// 64th, and in the mean of the three doublings between two of these sizes a step
+// takes at most 2.5 times as long. As much memory is touched at each size, so the
+// ratio tells little of caches, and what is left of them shows less in three
+// doublings, after which a quadratic step takes 8 times the time that is due.
 // Everything is repeated, for a disturbance is not there every time.
-void ExpectLinear(const std::string& what, int size, const std::function<void(int, Best&)>& work) {
+void ExpectLinear(const std::string& what, int size, const Work& work) {
   EXPECT_TRUE(kKeepsMemory || kSanitized);
-  constexpr double kMeanAtMost = 2.5;
-  constexpr double kEachAtMost = 3.2;
+  constexpr double kAtMost = 2.5;
   constexpr int kTries = 12;
-  Best quarter;
-  Best half;
-  Best whole;
-  const auto times = [](const Best& larger, const Best& smaller, std::size_t step) {
-    return larger.times[step] / std::max(smaller.times[step], 0.01);
+  constexpr int kShares[] = {64, 8, 1};
+  Best best[std::size(kShares)];
+  const auto doubling = [&](std::size_t step, std::size_t smaller) {
+    const double time = std::max(best[smaller].times()[step], 1e-4);
+    return std::cbrt(best[smaller + 1].times()[step] / time);
   };
-  const auto mean = [&](std::size_t step) { return std::sqrt(times(whole, quarter, step)); };
-  const auto first = [&](std::size_t step) { return times(half, quarter, step); };
-  const auto second = [&](std::size_t step) { return times(whole, half, step); };
+  const auto steepest = [&](std::size_t step) {
+    return std::max(doubling(step, 0), doubling(step, 1));
+  };
   const auto isLinear = [&] {
-    for (std::size_t s = 0; s < whole.times.size(); ++s) {
-      if (mean(s) > kMeanAtMost || std::max(first(s), second(s)) > kEachAtMost) return false;
+    for (std::size_t s = 0; s < best[0].steps().size(); ++s) {
+      if (steepest(s) > kAtMost) return false;
     }
     return true;
   };
   for (int i = 0; i < kTries && (i < 2 || !isLinear()); ++i) {
-    work(size / 4, quarter);
-    work(size / 2, half);
-    work(size, whole);
+    for (std::size_t n = 0; n < std::size(kShares); ++n) {
+      work(size / kShares[n], kShares[n], best[n]);
+      best[n].endRound(kShares[n]);
+    }
   }
-  for (std::size_t s = 0; s < whole.times.size(); ++s) {
-    const std::string name = what + ", " + whole.steps[s] + " at " + std::to_string(size);
-    const std::string all = name + ": " + std::to_string(quarter.times[s]) + ", " +
-                            std::to_string(half.times[s]) + " and " +
-                            std::to_string(whole.times[s]) + " ms";
-    EXPECT_LE(mean(s), kMeanAtMost) << all;
-    EXPECT_LE(first(s), kEachAtMost) << all;
-    EXPECT_LE(second(s), kEachAtMost) << all;
-    Figure(name, whole.times[s], "ms");
-    Figure(name + ", ratio of doubling", mean(s), "");
-    Figure(name + ", ratio of the steeper doubling", std::max(first(s), second(s)), "");
+  for (std::size_t s = 0; s < best[0].steps().size(); ++s) {
+    const std::string name = what + ", " + best[0].steps()[s] + " at " + std::to_string(size);
+    EXPECT_LE(steepest(s), kAtMost) << name << ": " << best[0].times()[s] << ", "
+                                    << best[1].times()[s] << " and " << best[2].times()[s] << " ms";
+    if (what.empty()) continue;  // a test of this measure
+    Figure(name, best[2].times()[s], "ms");
+    Figure(name + ", ratio of doubling", steepest(s), "");
   }
+}
+
+TEST(DepthMeasure, OfTimeRefusesWhatGrowsFasterThanItMay) {
+  const auto growingWith = [](double exponent) {
+    ExpectLinear("", 64000, [=](int size, int times, Best& best) {
+      for (int i = 0; i < times; ++i) best.note("", std::pow(size, exponent));
+    });
+  };
+  growingWith(1);
+  growingWith(1.3);  // 2.46 times the time for twice the size
+  EXPECT_NONFATAL_FAILURE(growingWith(1.35), "at 64000");
+  EXPECT_NONFATAL_FAILURE(growingWith(2), "at 64000");
 }
 
 // ---- kinds of nesting ----
@@ -314,39 +348,37 @@ struct Kind {
   const char* name;
   xany (*wrap)(xany inner);
   int objects;  // that one level has
-  int shareOf;  // of the depth that is asked for: levels of this kind are large
 };
 
 const Kind kKinds[] = {
-    {"structures", [](xany v) { return LinkOf(StructType(), std::move(v)); }, 1, 1},
-    {"sequences of a user's type", [](xany v) { return LinkOf(SeqType(), std::move(v)); }, 1, 1},
-    {"dictionaries of a user's type", [](xany v) { return LinkOf(DictType(), std::move(v)); }, 1,
-     1},
-    {"arrays", [](xany v) { return LinkOf(ArrayType(), std::move(v)); }, 1, 1},
-    {"unions", [](xany v) { return LinkOf(UnionType(), std::move(v)); }, 1, 1},
+    {"structures", [](xany v) { return LinkOf(StructType(), std::move(v)); }, 1},
+    {"sequences of a user's type", [](xany v) { return LinkOf(SeqType(), std::move(v)); }, 1},
+    {"dictionaries of a user's type", [](xany v) { return LinkOf(DictType(), std::move(v)); }, 1},
+    {"arrays", [](xany v) { return LinkOf(ArrayType(), std::move(v)); }, 1},
+    {"unions", [](xany v) { return LinkOf(UnionType(), std::move(v)); }, 1},
     {"any sequences",
      [](xany v) {
        const auto outer = xanysequence::create();
        outer->append(std::move(v));
        return xany(outer);
      },
-     1, 1},
+     1},
     {"any dictionaries",
      [](xany v) {
        const auto outer = xanydictionary::create();
        outer->set("k", std::move(v));
        return xany(outer);
      },
-     1, 1},
-    {"type mismatches", [](xany v) { return xany(new Mismatch(std::move(v))); }, 1, 1},
+     1},
+    {"type mismatches", [](xany v) { return xany(new Mismatch(std::move(v))); }, 1},
     {"exceptions of called functions",
      [](xany v) {
        const xrchandle<velXArgs> args(new Args(std::move(v)));
        const xrchandle<velXFunc> func(new velXFunc("f", args));
        return xany(new velXExternFunc("e", func));
      },
-     3, 3},
-    {"exceptions with a source", [](xany v) { return xany(new Serialization(v)); }, 1, 1},
+     3},
+    {"exceptions with a source", [](xany v) { return xany(new Serialization(v)); }, 1},
 };
 
 xany Nested(const Kind& kind, int depth, xany value = xany(5)) {
@@ -408,37 +440,36 @@ std::size_t ExpectedBytes(const Kind& kind, int depth, int step) {
   return two + (three - two) * static_cast<std::size_t>(depth - 2);
 }
 
-// Drives everything else out of the processor's caches: what a release touches
-// is met there or not by the size of the value, which has no part in its time.
-void EmptyCaches() {
-  static std::vector<char> filler(64 << 20);
-  for (std::size_t i = 0; i < filler.size(); i += 64) ++filler[i];
-}
-
-// Everything that can be done with a value, step by step.
-void GoThrough(const Kind& kind, int depth, Best& best) {
+// Everything that can be done with values, step by step.
+void GoThrough(const Kind& kind, int depth, int times, Best& best) {
   const int objectsBefore = Link::alive();
-  xany value;
-  xany same;
-  best.note("building", Took([&] { value = Nested(kind, depth); }));
-  same = Nested(kind, depth);
-  Counter counter;
-  best.note("walking", Took([&] { velTraverse(value, &counter); }));
-  EXPECT_EQ(counter.objects, depth * kind.objects);
-  EXPECT_EQ(counter.deepest, depth * kind.objects);
-  EXPECT_EQ(counter.revisits, 0);
-  for (const int step : {-1, 0}) {
-    std::size_t bytes = 0;
-    best.note("printing with step " + std::to_string(step),
-              Took([&] { bytes = PrintedBytes(value, step); }));
-    EXPECT_EQ(bytes, ExpectedBytes(kind, depth, step));
+  std::vector<xany> values(static_cast<std::size_t>(times));
+  for (xany& value : values) best.note("building", Took([&] { value = Nested(kind, depth); }));
+  std::vector<xany> same(values.size());
+  for (xany& value : same) value = Nested(kind, depth);
+  for (const xany& value : values) {
+    Counter counter;
+    best.note("walking", Took([&] { velTraverse(value, &counter); }));
+    EXPECT_EQ(counter.objects, depth * kind.objects);
+    EXPECT_EQ(counter.deepest, depth * kind.objects);
+    EXPECT_EQ(counter.revisits, 0);
   }
-  bool equal = false;
-  best.note("comparing", Took([&] { equal = velCompare(value, same); }));
-  EXPECT_TRUE(equal);
-  same = xany();
-  EmptyCaches();
-  best.note("releasing", Took([&] { value = xany(); }));
+  for (const int step : {-1, 0}) {
+    const std::size_t expected = ExpectedBytes(kind, depth, step);
+    for (const xany& value : values) {
+      std::size_t bytes = 0;
+      best.note("printing with step " + std::to_string(step),
+                Took([&] { bytes = PrintedBytes(value, step); }));
+      EXPECT_EQ(bytes, expected);
+    }
+  }
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    bool equal = false;
+    best.note("comparing", Took([&] { equal = velCompare(values[i], same[i]); }));
+    EXPECT_TRUE(equal);
+  }
+  same.clear();
+  for (xany& value : values) best.note("releasing", Took([&] { value = xany(); }));
   EXPECT_EQ(Link::alive(), objectsBefore);
 }
 
@@ -446,22 +477,21 @@ class Depth : public ::testing::TestWithParam<Kind> {};
 
 TEST_P(Depth, IsBoundedByMemoryAloneAndCostsLinearTime) {
   const Kind& kind = GetParam();
-  // Also the quarter of every kind lies beyond the caches.
-  const int depth =
-      Scaled(kind.shareOf > 1 ? kFull * kind.shareOf : 100000, kFull * kind.shareOf) / kind.shareOf;
+  const int depth = Scaled(100000 / kind.objects);
   OnStack(kUsualStack, [&] {
-    ExpectLinear(kind.name, depth, [&](int size, Best& best) { GoThrough(kind, size, best); });
+    ExpectLinear(kind.name, depth,
+                 [&](int size, int times, Best& best) { GoThrough(kind, size, times, best); });
   });
   OnStacks(kind.name, [&] {
     Best best;
-    GoThrough(kind, depth, best);
+    GoThrough(kind, depth, 1, best);
   });
   Figure(std::string("levels of ") + kind.name, depth, "");
 }
 
 TEST_P(Depth, DifferenceAtTheBottomIsFound) {
   const Kind& kind = GetParam();
-  const int depth = Scaled(20000) / kind.shareOf;
+  const int depth = Scaled(20000 / kind.objects);
   OnStacks(std::string(kind.name) + ", comparing", [&] {
     EXPECT_TRUE(velCompare(Nested(kind, depth, xany("leaf")), Nested(kind, depth, xany("leaf"))));
     EXPECT_FALSE(velCompare(Nested(kind, depth, xany("leaf")), Nested(kind, depth, xany("other"))));
@@ -481,7 +511,7 @@ TEST(DepthOfAMillion, IsWalkedPrintedComparedAndReleased) {
   const int depth = Scaled(kFull);
   const std::size_t used = OnStack(kUsualStack, [=] {
     Best best;
-    GoThrough(kKinds[0], depth, best);
+    GoThrough(kKinds[0], depth, 1, best);
   });
   EXPECT_LT(used, std::size_t{kSanitized ? 1 << 20 : 128 << 10});
   Figure("levels of structures", depth, "");
@@ -791,46 +821,48 @@ TEST(DepthOfDestruction, DoesNotShowOnTheStackWhereverObjectsGiveUpOthers) {
 // ---- walks ----
 
 TEST(DepthOfWalk, WideValuesAndRevisitsCostLinearTime) {
-  ExpectLinear("a wide sequence", Scaled(100000), [](int size, Best& best) {
-    const auto wide = xanysequence::create();
-    const xany shared = LinkOf(StructType(), xany(5));
-    for (int i = 0; i < size; ++i) wide->append(LinkOf(StructType(), i % 2 ? shared : xany(i)));
-    Counter counter;
-    best.note("walking", Took([&] { velTraverse(xany(wide), &counter); }));
-    EXPECT_EQ(counter.objects, 1 + size + size / 2);
-    EXPECT_EQ(counter.revisits, 0);
-  });
+  ExpectLinear("a wide sequence", Scaled(100000), InTurn([](int size, Best& best) {
+                 const auto wide = xanysequence::create();
+                 const xany shared = LinkOf(StructType(), xany(5));
+                 for (int i = 0; i < size; ++i)
+                   wide->append(LinkOf(StructType(), i % 2 ? shared : xany(i)));
+                 Counter counter;
+                 best.note("walking", Took([&] { velTraverse(xany(wide), &counter); }));
+                 EXPECT_EQ(counter.objects, 1 + size + size / 2);
+                 EXPECT_EQ(counter.revisits, 0);
+               }));
 }
 
 TEST(DepthOfWalk, WayBackFromEveryLevelCostsLinearTime) {
-  ExpectLinear("references to the root at every level", Scaled(100000), [](int size, Best& best) {
-    const auto root = xanysequence::create();
-    xany inner(5);
-    for (int i = 0; i < size; ++i) {
-      const auto level = xanysequence::create();
-      level->append(xany(root));
-      level->append(inner);
-      level->append(xany(root));
-      inner = level;
-    }
-    root->append(inner);
-    inner = xany();
-    Counter counter;
-    best.note("walking", Took([&] { velTraverse(xany(root), &counter); }));
-    EXPECT_EQ(counter.objects, size + 1);
-    EXPECT_EQ(counter.revisits, 2 * size);
-    root->clear();
-  });
+  ExpectLinear("references to the root at every level", Scaled(100000),
+               InTurn([](int size, Best& best) {
+                 const auto root = xanysequence::create();
+                 xany inner(5);
+                 for (int i = 0; i < size; ++i) {
+                   const auto level = xanysequence::create();
+                   level->append(xany(root));
+                   level->append(inner);
+                   level->append(xany(root));
+                   inner = level;
+                 }
+                 root->append(inner);
+                 inner = xany();
+                 Counter counter;
+                 best.note("walking", Took([&] { velTraverse(xany(root), &counter); }));
+                 EXPECT_EQ(counter.objects, size + 1);
+                 EXPECT_EQ(counter.revisits, 2 * size);
+                 root->clear();
+               }));
 }
 
 TEST(DepthOfWalk, StackOfTheComparisonGrowsInAmortisedConstantTime) {
-  ExpectLinear("velStack", Scaled(1000000, 16000000), [](int size, Best& best) {
-    velStack<xobject*> stack;
-    best.note("pushing and popping", Took([&] {
-                for (int i = 0; i < size; ++i) stack.Push(nullptr);
-                while (!stack.IsEmpty()) stack.Pop();
-              }));
-  });
+  ExpectLinear("velStack", Scaled(1000000, 16000000), InTurn([](int size, Best& best) {
+                 velStack<xobject*> stack;
+                 best.note("pushing and popping", Took([&] {
+                             for (int i = 0; i < size; ++i) stack.Push(nullptr);
+                             while (!stack.IsEmpty()) stack.Pop();
+                           }));
+               }));
 }
 
 // ---- descriptors ----
@@ -963,62 +995,63 @@ struct Ancestors {
 TEST(DepthOfDescriptors, LongLinesOfParentsCostLinearTimeAndNoStack) {
   using Parents = VelTyped<xrttiobject>::Parents;
   OnStacks("100000 parents", [] {
-    ExpectLinear("parents above parents", Scaled(20000, 100000), [](int size, Best& best) {
-      VelAttr wanted("wanted");
-      Ancestors<VelStructType> structs(size, [&](const Parents& above, int level) {
-        return std::make_unique<VelStructType>(
-            level == 0 ? "Top" : "S", above,
-            level == 0 ? std::vector<xrttiattr*>{&wanted} : std::vector<xrttiattr*>());
-      });
-      Ancestors<VelUnionType> unions(size, [&](const Parents& above, int level) {
-        std::vector<VelUnionType::Branch> branches;
-        if (level == 0) branches.push_back({5, &wanted});
-        return std::make_unique<VelUnionType>("U", nullptr, branches, nullptr, above);
-      });
-      Ancestors<VelStructType> nameless(size, [&](const Parents& above, int level) {
-        return std::make_unique<VelStructType>(level == 0 ? "Top" : nullptr, above,
-                                               std::vector<xrttiattr*>());
-      });
-      best.note("isTypeKindOf",
-                Took([&] { EXPECT_TRUE(structs.bottom().isTypeKindOf(&structs.top())); }));
-      best.note("findAttr",
-                Took([&] { EXPECT_EQ(structs.bottom().findAttr("wanted", 1), &wanted); }));
-      best.note("mapLabelToAttr",
-                Took([&] { EXPECT_EQ(unions.bottom().mapLabelToAttr(5, 1), &wanted); }));
-      best.note("velRttiCollectAttrs", Took([&] {
-                  xrttiattrseq* attrs = velRttiCollectAttrs(&structs.bottom(), 1);
-                  EXPECT_EQ(attrs->getarraysize(), 1);
-                  xdelete(attrs);
-                }));
-      const xany value(velNewThing(&structs.bottom()));
-      Counter counter;
-      best.note("walking", Took([&] { velTraverse(value, &counter); }));
-      const xany unnamed(velNewThing(&nameless.bottom()));
-      std::string text;
-      best.note("printing of nameless types", Took([&] { text = velPrinted(unnamed, -1); }));
-      EXPECT_EQ(text, "Top" + std::string(static_cast<std::size_t>(size) - 1, ' ') + " { }");
-    });
+    ExpectLinear(
+        "parents above parents", velShortOrLong(20000, 100000), InTurn([](int size, Best& best) {
+          VelAttr wanted("wanted");
+          Ancestors<VelStructType> structs(size, [&](const Parents& above, int level) {
+            return std::make_unique<VelStructType>(
+                level == 0 ? "Top" : "S", above,
+                level == 0 ? std::vector<xrttiattr*>{&wanted} : std::vector<xrttiattr*>());
+          });
+          Ancestors<VelUnionType> unions(size, [&](const Parents& above, int level) {
+            std::vector<VelUnionType::Branch> branches;
+            if (level == 0) branches.push_back({5, &wanted});
+            return std::make_unique<VelUnionType>("U", nullptr, branches, nullptr, above);
+          });
+          Ancestors<VelStructType> nameless(size, [&](const Parents& above, int level) {
+            return std::make_unique<VelStructType>(level == 0 ? "Top" : nullptr, above,
+                                                   std::vector<xrttiattr*>());
+          });
+          best.note("isTypeKindOf",
+                    Took([&] { EXPECT_TRUE(structs.bottom().isTypeKindOf(&structs.top())); }));
+          best.note("findAttr",
+                    Took([&] { EXPECT_EQ(structs.bottom().findAttr("wanted", 1), &wanted); }));
+          best.note("mapLabelToAttr",
+                    Took([&] { EXPECT_EQ(unions.bottom().mapLabelToAttr(5, 1), &wanted); }));
+          best.note("velRttiCollectAttrs", Took([&] {
+                      xrttiattrseq* attrs = velRttiCollectAttrs(&structs.bottom(), 1);
+                      EXPECT_EQ(attrs->getarraysize(), 1);
+                      xdelete(attrs);
+                    }));
+          const xany value(velNewThing(&structs.bottom()));
+          Counter counter;
+          best.note("walking", Took([&] { velTraverse(value, &counter); }));
+          const xany unnamed(velNewThing(&nameless.bottom()));
+          std::string text;
+          best.note("printing of nameless types", Took([&] { text = velPrinted(unnamed, -1); }));
+          EXPECT_EQ(text, "Top" + std::string(static_cast<std::size_t>(size) - 1, ' ') + " { }");
+        }));
   });
 }
 
 // ---- long texts ----
 
 TEST(DepthOfText, AppendsCostLinearTime) {
-  ExpectLinear("xstring +=", Scaled(1000000), [](int size, Best& best) {
-    const auto length = static_cast<std::size_t>(size);
-    const auto row = [&](const char* what, auto piece) {
-      xstring text;
-      best.note(what, Took([&] {
-                  for (int i = 0; i < size; ++i) text += piece;
-                }));
-      EXPECT_EQ(Strlen(text.CastToCString()), length);
-    };
-    row("a narrow character", 'x');
-    row("a wide character", L'x');
-    row("a narrow text", "x");
-    row("a wide text", L"x");
-    row("a string", xstring("x"));
-  });
+  ExpectLinear("xstring +=", Scaled(1000000), InTurn([](int size, Best& best) {
+                 const auto length = static_cast<std::size_t>(size);
+                 const auto row = [&](const char* what, auto piece) {
+                   xstring text;
+                   best.note(what, Took([&] {
+                               for (int i = 0; i < size; ++i) text += piece;
+                             }));
+                   EXPECT_EQ(Strlen(text.CastToCString()), length);
+                 };
+                 row("a narrow character", 'x');
+                 row("a wide character", L'x');
+                 row("a narrow text", "x");
+                 row("a wide text", L"x");
+                 row("a string", xstring("x"));
+               }));
 }
 
 TEST(DepthOfText, AppendsKeepTrackOfOtherEdits) {
@@ -1042,57 +1075,59 @@ TEST(DepthOfText, AppendsKeepTrackOfOtherEdits) {
 }
 
 TEST(DepthOfText, PathologicalPatternsAreMatchedInLinearTime) {
-  ExpectLinear("Match", Scaled(200000), [](int size, Best& best) {
-    const xstring narrow(std::string(static_cast<std::size_t>(size), 'a').c_str());
-    xstring wide = narrow;
-    wide += L'a';
-    std::string stars;
-    for (int i = 0; i < 20; ++i) stars += "a*";
-    const std::string patterns[] = {stars + "b", "*" + stars + "ab", stars + "?b"};
-    best.note("narrow", Took([&] {
-                for (const auto& pattern : patterns) EXPECT_FALSE(narrow.Match(pattern.c_str()));
-              }));
-    best.note("wide", Took([&] {
-                for (const auto& pattern : patterns) {
-                  EXPECT_FALSE(wide.Match(xstring(pattern.c_str()).CastToCWString()));
-                }
-              }));
-    EXPECT_TRUE(narrow.Match((stars + "a").c_str()));
-  });
+  ExpectLinear("Match", Scaled(200000), InTurn([](int size, Best& best) {
+                 const xstring narrow(std::string(static_cast<std::size_t>(size), 'a').c_str());
+                 xstring wide = narrow;
+                 wide += L'a';
+                 std::string stars;
+                 for (int i = 0; i < 20; ++i) stars += "a*";
+                 const std::string patterns[] = {stars + "b", "*" + stars + "ab", stars + "?b"};
+                 best.note("narrow", Took([&] {
+                             for (const auto& pattern : patterns)
+                               EXPECT_FALSE(narrow.Match(pattern.c_str()));
+                           }));
+                 best.note("wide", Took([&] {
+                             for (const auto& pattern : patterns) {
+                               EXPECT_FALSE(wide.Match(xstring(pattern.c_str()).CastToCWString()));
+                             }
+                           }));
+                 EXPECT_TRUE(narrow.Match((stars + "a").c_str()));
+               }));
 }
 
 TEST(DepthOfText, SubstitutionEscapingAndParsingCostLinearTime) {
-  ExpectLinear("texts", Scaled(200000), [](int size, Best& best) {
-    std::string pieces;
-    for (int i = 0; i < size / 4; ++i) pieces += "ab,\\";
-    const xstring text(pieces.c_str());
-    for (const char* to : {"", "x", "longer"}) {
-      xstring changed = text;
-      const double time = Took([&] { changed.Substitute("ab", to); });
-      // A sanitizer measures the whole rest of the text at each strstr.
-      if (!kSanitized) best.note(std::string("Substitute by '") + to + "'", time);
-      xstring wide = text;
-      const xstring wideTo(to);
-      wide.CastToCWString();
-      best.note(std::string("wide Substitute by '") + to + "'",
-                Took([&] { wide.Substitute(L"ab", wideTo.CastToCWString()); }));
-      EXPECT_TRUE(wide == changed);
-    }
-    xstring escaped;
-    best.note("makeEscapedString",
-              Took([&] { escaped = velStringUtils::makeEscapedString(text, ",", "\\"); }));
-    EXPECT_EQ(Strlen(escaped.CastToCString()), pieces.size() + pieces.size() / 2);
-    xrchandle<xstringsequence> parsed;
-    best.note("parseEscapedandFormattedString", Took([&] {
-                parsed = velStringUtils::parseEscapedandFormattedString(escaped, ",\\", "\\");
-              }));
-    EXPECT_EQ(parsed->getarraysize(), 1);
-    EXPECT_TRUE(parsed->get(0) == text);
-    best.note("parsing into elements", Took([&] {
-                parsed = velStringUtils::parseEscapedandFormattedString(text, ",", "");
-              }));
-    EXPECT_EQ(parsed->getarraysize(), size / 4 * 2 + 1);
-  });
+  ExpectLinear(
+      "texts", Scaled(200000), InTurn([](int size, Best& best) {
+        std::string pieces;
+        for (int i = 0; i < size / 4; ++i) pieces += "ab,\\";
+        const xstring text(pieces.c_str());
+        for (const char* to : {"", "x", "longer"}) {
+          xstring changed = text;
+          const double time = Took([&] { changed.Substitute("ab", to); });
+          // A sanitizer measures the whole rest of the text at each strstr.
+          if (!kSanitized) best.note(std::string("Substitute by '") + to + "'", time);
+          xstring wide = text;
+          const xstring wideTo(to);
+          wide.CastToCWString();
+          best.note(std::string("wide Substitute by '") + to + "'",
+                    Took([&] { wide.Substitute(L"ab", wideTo.CastToCWString()); }));
+          EXPECT_TRUE(wide == changed);
+        }
+        xstring escaped;
+        best.note("makeEscapedString",
+                  Took([&] { escaped = velStringUtils::makeEscapedString(text, ",", "\\"); }));
+        EXPECT_EQ(Strlen(escaped.CastToCString()), pieces.size() + pieces.size() / 2);
+        xrchandle<xstringsequence> parsed;
+        best.note("parseEscapedandFormattedString", Took([&] {
+                    parsed = velStringUtils::parseEscapedandFormattedString(escaped, ",\\", "\\");
+                  }));
+        EXPECT_EQ(parsed->getarraysize(), 1);
+        EXPECT_TRUE(parsed->get(0) == text);
+        best.note("parsing into elements", Took([&] {
+                    parsed = velStringUtils::parseEscapedandFormattedString(text, ",", "");
+                  }));
+        EXPECT_EQ(parsed->getarraysize(), size / 4 * 2 + 1);
+      }));
 }
 
 }  // namespace
