@@ -14,173 +14,13 @@
 #include <vector>
 
 #include "veltest.h"
+#include "veltest_dictmodel.h"
 #include "veltest_long.h"
 #include "xcollections.h"
 
 namespace {
 
-// ---- the model ----
-
-using Number = long long;
-constexpr Number kWord = Number{1} << 32;
-
-// The remainder that is never negative.
-Number Wrap(Number n) { return ((n % kWord) + kWord) % kWord; }
-
-int SignedByte(char c) {
-  const int byte = c & 0xFF;
-  return byte < 128 ? byte : byte - 256;
-}
-
-Number ModelHash(const std::string& key) {
-  Number h = 0;
-  for (const char c : key) h = Wrap(h * 31 + SignedByte(c));
-  const Number shifted = Wrap(h * 512);
-  h = Wrap(h + (kWord - 1 - shifted));
-  h ^= h / (1 << 14);
-  h = Wrap(h * 17);
-  h ^= h / (1 << 10);
-  return h;
-}
-
-Number ModelStep(const std::string& key) {
-  const std::size_t length = key.size();
-  if (length == 0) return 1;
-  if (length <= 2) return Wrap(2 * SignedByte(key[0]) + 1);
-  const int mixed =
-      SignedByte(key[length / 2 + 1]) ^ SignedByte(key[length - 2]) ^ SignedByte(key[1]);
-  return Wrap(2 * mixed + 1);
-}
-
-struct Policy {
-  Number shrink;
-  Number grow;
-};
-
-class Model {
- public:
-  enum State { kEmpty, kVacated, kLive };
-  struct Slot {
-    State state = kEmpty;
-    std::string key;
-    int value = 0;
-  };
-
-  explicit Model(Policy thresholds) : policy(thresholds) {}
-
-  Number Size() const { return static_cast<Number>(slots.size()); }
-  Number Count() const { return count; }
-  const Slot& At(Number index) const { return slots[static_cast<std::size_t>(index)]; }
-  bool IsLive(Number index) const { return index < Size() && At(index).state == kLive; }
-
-  // True when the key is there; `index` is its slot, else the one to fill, else
-  // -1.
-  bool FindIndex(const std::string& key, Number& index) const {
-    index = -1;
-    if (slots.empty()) return false;
-    Number h = ModelHash(key);
-    Number step = 0;
-    bool freeSlot = false;
-    Number at = 0;
-    for (Number probe = 0; probe < Size(); ++probe) {
-      if (probe == 1) step = ModelStep(key);
-      if (probe >= 1) h = Wrap(h + step);
-      at = h % Size();
-      const Slot& slot = At(at);
-      if (slot.state == kEmpty) {
-        freeSlot = true;
-        break;
-      }
-      if (slot.state == kVacated) {
-        index = at;
-      } else if (slot.key == key) {
-        index = at;
-        return true;
-      }
-    }
-    if (freeSlot && index < 0) index = at;
-    EXPECT_GE(index, 0) << "the model's table is full";
-    return false;
-  }
-
-  void Set(const std::string& key, int value) {
-    Number wanted = Size();
-    if (slots.empty())
-      wanted = 32;
-    else if (count * 100 / Size() > policy.grow)
-      wanted = 2 * Size();
-    if (wanted != Size()) Resize(wanted);
-    Put(key, value);
-  }
-
-  bool RemoveByIndex(Number index) {
-    if (!IsLive(index)) return false;
-    Mutable(index) = Slot();
-    Mutable(index).state = kVacated;
-    --count;
-    if (policy.shrink != 0 && Size() >= 33 && count * 100 / Size() < policy.shrink &&
-        count * 100 / (Size() / 2) < policy.grow) {
-      Resize(Size() / 2);
-    }
-    return true;
-  }
-  bool Remove(const std::string& key) {
-    Number index;
-    return FindIndex(key, index) && RemoveByIndex(index);
-  }
-  bool SetByIndex(Number index, int value) {
-    if (!IsLive(index)) return false;
-    Mutable(index).value = value;
-    return true;
-  }
-
-  void Clear() {
-    slots.clear();
-    count = 0;
-    allTouched = true;
-  }
-  void Allocate(Number n) {
-    Clear();
-    if (n == 0) return;
-    Number size = 32;
-    while (n * 100 / size > policy.grow) size *= 2;
-    slots.resize(static_cast<std::size_t>(size));
-  }
-
-  // What changed since ForgetTouched.
-  bool allTouched = false;
-  std::vector<Number> touched;
-  void ForgetTouched() {
-    allTouched = false;
-    touched.clear();
-  }
-
- private:
-  Slot& Mutable(Number index) {
-    touched.push_back(index);
-    return slots[static_cast<std::size_t>(index)];
-  }
-  void Put(const std::string& key, int value) {
-    Number index;
-    if (!FindIndex(key, index)) {
-      ++count;
-      Mutable(index).state = kLive;
-      Mutable(index).key = key;
-    }
-    Mutable(index).value = value;
-  }
-  void Resize(Number size) {
-    const std::vector<Slot> old = slots;
-    Clear();
-    slots.resize(static_cast<std::size_t>(size));
-    for (const Slot& slot : old)
-      if (slot.state == kLive) Put(slot.key, slot.value);
-  }
-
-  Policy policy;
-  std::vector<Slot> slots;
-  Number count = 0;
-};
+using Number = VelModelNumber;
 
 // ---- the dictionaries under test, with an open core ----
 
@@ -202,7 +42,7 @@ struct Registered {
   using Dict = Open<Base>;
   using Handle = xrchandle<Dict>;
   static Handle New() { return new Dict; }
-  static Policy Thresholds() { return {70, 90}; }
+  static VelDictPolicy Thresholds() { return {70, 90}; }
 };
 
 struct Bools : Registered<xbooldictionary, unsigned char> {
@@ -282,15 +122,15 @@ struct Core {
   using Value = int;
   using Dict = PolicyDict;
   using Handle = std::unique_ptr<PolicyDict>;
-  static Policy policy;
+  static VelDictPolicy policy;
   static Handle New() {
     return std::make_unique<PolicyDict>(
         xdictcontrol(static_cast<unsigned>(policy.shrink), static_cast<unsigned>(policy.grow)));
   }
-  static Policy Thresholds() { return policy; }
+  static VelDictPolicy Thresholds() { return policy; }
   static int Make(int n) { return n; }
 };
-Policy Core::policy = {70, 90};
+VelDictPolicy Core::policy = {70, 90};
 
 // ---- words ----
 
@@ -523,11 +363,11 @@ class Duel {
 
   bool SameSlot(Number index) const {
     const Entry& entry = static_cast<const Entry*>(dict->GetDataPtr())[index];
-    const Model::Slot& slot = model.At(index);
+    const VelDictModel::Slot& slot = model.At(index);
     const auto address = reinterpret_cast<std::uintptr_t>(entry.key);
-    if (address == 0) return Expect(slot.state == Model::kEmpty, index, "empty");
-    if (address == 1) return Expect(slot.state == Model::kVacated, index, "vacated");
-    return Expect(slot.state == Model::kLive && slot.key == entry.key, index, entry.key) &&
+    if (address == 0) return Expect(slot.state == VelDictModel::kEmpty, index, "empty");
+    if (address == 1) return Expect(slot.state == VelDictModel::kVacated, index, "vacated");
+    return Expect(slot.state == VelDictModel::kLive && slot.key == entry.key, index, entry.key) &&
            Expect(entry.value == T::Make(slot.value), index, "of another value");
   }
   static bool Expect(bool holds, Number index, const char* found) {
@@ -555,7 +395,7 @@ class Duel {
   std::mt19937 random;
   const Regime& regime;
   typename T::Handle dict;
-  Model model;
+  VelDictModel model;
   Number target = 0;
   Number largest = 0;
   int indexed = 0;
@@ -592,8 +432,9 @@ TEST(VelbdictModelAny, ObjectsAreHeldOncePerEntry) {
 
 TEST(VelbdictModelCore, SlotsAreEqualWithOtherThresholds) {
   // Up to 95 percent no table gets full.
-  for (const Policy policy : {Policy{0, 90}, Policy{70, 95}, Policy{100, 50}, Policy{20, 60},
-                              Policy{90, 70}, Policy{1, 1}, Policy{500, 95}}) {
+  for (const VelDictPolicy policy :
+       {VelDictPolicy{0, 90}, VelDictPolicy{70, 95}, VelDictPolicy{100, 50}, VelDictPolicy{20, 60},
+        VelDictPolicy{90, 70}, VelDictPolicy{1, 1}, VelDictPolicy{500, 95}}) {
     Core::policy = policy;
     Duel<Core>(static_cast<unsigned>(policy.shrink + policy.grow)).Run(20000);
     if (HasFailure()) FAIL() << "thresholds " << policy.shrink << ", " << policy.grow;
@@ -664,11 +505,11 @@ TEST(VelbdictModelCrowded, TheIndexIsMadeInTimeAndGoesWithTheTable) {
 // ---- the model itself ----
 
 TEST(VelbdictModelItself, HashesAsAnotherProgramDoes) {
-  EXPECT_EQ(ModelHash(""), 0xFF83EF00LL);
-  EXPECT_EQ(ModelHash("hello"), 0x6F28961ALL);
-  EXPECT_EQ(ModelHash("\x80\x81\x82\x83\xfe\xff"), 0xF0DE040CLL);
-  EXPECT_EQ(ModelStep("hello"), 0xCBLL);
-  EXPECT_EQ(ModelStep("\x80\x81\x82\x83\xfe\xff"), 0xFFFFFF03LL);
+  EXPECT_EQ(velModelHash(""), 0xFF83EF00LL);
+  EXPECT_EQ(velModelHash("hello"), 0x6F28961ALL);
+  EXPECT_EQ(velModelHash("\x80\x81\x82\x83\xfe\xff"), 0xF0DE040CLL);
+  EXPECT_EQ(velModelStep("hello"), 0xCBLL);
+  EXPECT_EQ(velModelStep("\x80\x81\x82\x83\xfe\xff"), 0xFFFFFF03LL);
 }
 
 TEST(VelbdictModelItself, HasRealWords) {
