@@ -31,8 +31,10 @@ std::string ToWide(const char* source, std::size_t n) {
 }
 
 std::string ToNarrow(const wchar_t* source, std::size_t n) {
-  std::string block(n, '#');
+  std::string block(n + 1, '#');
   const std::size_t length = kor_wcstombs(&block[0], source, n);
+  EXPECT_EQ(block[n], '#') << "written beyond its room";
+  block.resize(n);
   for (char& byte : block) {
     if (byte == '\0') byte = '$';
   }
@@ -120,6 +122,16 @@ TEST(KorMbcs, Utf8ConvertsBothWays) {
   EXPECT_EQ(ToNarrow(L"\U0001F600", 5), "4 \xf0\x9f\x98\x80$");
   EXPECT_EQ(ToWide("\xf4\x8f\xbf\xbf", 3), kPairs ? "2 {dbff}{dfff}{0}" : "1 {10ffff}{0}#");
   EXPECT_EQ(ToNarrow(L"\U0010FFFF", 4), "4 \xf4\x8f\xbf\xbf");
+}
+
+TEST(KorMbcs, TextThatFillsItsRoomGetsNoTerminator) {
+  Utf8Locale utf8;
+  VEL_NEED_LOCALE(utf8);
+  EXPECT_EQ(ToNarrow(L"abcd", 4), "4 abcd");
+  EXPECT_EQ(ToNarrow(L"\u00e9\u00e9", 4), "4 \xc3\xa9\xc3\xa9");
+  EXPECT_EQ(ToNarrow(L"\U0001F600", 4), "4 \xf0\x9f\x98\x80");
+  EXPECT_EQ(ToNarrow(L"\U0001F600\U0001F600", 8), "8 \xf0\x9f\x98\x80\xf0\x9f\x98\x80");
+  EXPECT_EQ(ToNarrow(L"x\U0001F600", 5), "5 x\xf0\x9f\x98\x80");
 }
 
 TEST(KorMbcs, NoCharacterIsWrittenInPart) {

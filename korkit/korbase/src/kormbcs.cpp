@@ -65,6 +65,7 @@ std::size_t kor_wcstombs(char* dest, const wchar_t* source, std::size_t n) {
                                            AtMost(units - at, (room - bytes) / 4));
     at += run.taken;
     bytes += run.given;
+    if (bytes == room) break;
     if (at == units) {
       if (dest) dest[bytes] = '\0';
       break;
