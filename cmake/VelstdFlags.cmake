@@ -12,7 +12,7 @@ if(VELSTD_COVERAGE AND NOT CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   message(FATAL_ERROR "VELSTD_COVERAGE needs GCC")
 endif()
 
-# Flags of VELSTD_COVERAGE and VELSTD_SANITIZE, for the compiler and the linker. Templates are
+# Flags of VELSTD_COVERAGE, VELSTD_FUZZ and VELSTD_SANITIZE, for the compiler and the linker. Templates are
 # compiled into the programs that use them, so the tests need these as much as the library.
 set(VELSTD_INSTRUMENT_COMPILE "")
 set(VELSTD_INSTRUMENT_LINK "")
@@ -20,6 +20,12 @@ if(VELSTD_COVERAGE)
   # Threads count too: a lost update can make a counter negative.
   list(APPEND VELSTD_INSTRUMENT_COMPILE --coverage -O0 -fprofile-abs-path -fprofile-update=atomic)
   list(APPEND VELSTD_INSTRUMENT_LINK --coverage)
+endif()
+if(VELSTD_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "VELSTD_FUZZ needs Clang")
+  endif()
+  list(APPEND VELSTD_INSTRUMENT_COMPILE -fsanitize=fuzzer-no-link)
 endif()
 if(VELSTD_SANITIZE)
   list(JOIN VELSTD_SANITIZE "," velstd_sanitizers)
