@@ -195,9 +195,10 @@ class Builder : public nlohmann::json_sax<nlohmann::json> {
 
 }  // namespace
 
-xany loadJsonFile(const std::string& path) {
-  const std::string text = ReadAll(path);
+xany loadJson(const std::string& text, const std::string& path) {
   Builder builder(path, text);
   nlohmann::json::sax_parse(text, &builder);
   return builder.result();
 }
+
+xany loadJsonFile(const std::string& path) { return loadJson(ReadAll(path), path); }

@@ -23,4 +23,7 @@
 /// character, which no string can.
 xany loadJsonFile(const std::string& path);
 
+/// The same for a document at hand; `path` is what it is called in messages.
+xany loadJson(const std::string& text, const std::string& path);
+
 #endif  // VELSTD_TOOLS_VELQ_JSONLOAD_H
