@@ -104,6 +104,7 @@ TEST(KorMbcs, NullTextsConvertAsEmpty) {
 }
 
 TEST(KorMbcs, PlainCRefusesWhatIsNotAscii) {
+  const PlainLocale plain;
   EXPECT_EQ(kor_wcstombs(nullptr, L"a\u00e9", 0), kFailure);
   EXPECT_EQ(kor_mbstowcs(nullptr, "a\xe9", 0), kFailure);
   EXPECT_EQ(LossyNarrow(Units({'a', 0xE9, 'b', 0x20AC})), "a?b?");
@@ -198,6 +199,7 @@ TEST(KorMbcs, LossyReplacesEachInvalidByte) {
 }
 
 TEST(KorMbcs, LossyReplacesEachWideCharacterOnce) {
+  const PlainLocale plain;
   {
     Utf8Locale utf8;
     VEL_NEED_LOCALE(utf8);
@@ -224,6 +226,7 @@ TEST(KorMbcs, Latin1ConvertsItsOwnCharacters) {
 }
 
 TEST(KorMbcs, TheLocaleIsAskedAtEachCall) {
+  const PlainLocale plain;
   EXPECT_EQ(kor_mbsnbcnt("\xc3\xa9x", 1), 1U);
   {
     Utf8Locale utf8;

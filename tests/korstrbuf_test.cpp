@@ -168,6 +168,7 @@ TYPED_TEST(KorStrBufForm, ProduceOfTheFormThatExistsMakesNoOther) {
 }
 
 TEST(KorStrBuf, ProduceTurnsWhatDoesNotConvertIntoQuestionMarks) {
+  const PlainLocale plain;
   wchar_t* wide;
   korStrBuf* buffer = korStrBuf::AllocWC(4 * sizeof(wchar_t), &wide);
   std::memcpy(wide, L"a\u00e9b", 4 * sizeof(wchar_t));

@@ -108,6 +108,7 @@ TEST(KorString, StrnewCopiesForArrayDelete) {
 }
 
 TEST(KorString, StrneWReplacesWhatTheLocaleLacks) {
+  const PlainLocale plain;
   std::unique_ptr<char[]> c(StrneW(L"a\u00e9b"));
   EXPECT_STREQ(c.get(), "a?b");
   Utf8Locale utf8;
@@ -465,6 +466,7 @@ TEST(KorString, FindSubstringAnswersTheFirstPosition) {
 }
 
 TEST(KorString, FindSubstringCountsCharactersOfTheLocale) {
+  const PlainLocale plain;
   const char* text =
       "\xc3\xa9\xe2\x82\xac"
       "x\xff\xf0\x9f\x98\x80y";
@@ -523,6 +525,7 @@ TEST(KorString, MatchOfNullIsFalse) {
 }
 
 TEST(KorString, MatchTakesCharactersOfTheLocale) {
+  const PlainLocale plain;
   EXPECT_FALSE(korStringMatch("\xc3\xa9", "?"));
   EXPECT_TRUE(korStringMatch("\xc3\xa9", "??"));
   {
@@ -745,6 +748,7 @@ TEST(KorString, NumbersDoNotDependOnTheLocale) {
 }
 
 TEST(KorString, ToDoubleReadsBackWhatIsPrinted) {
+  const PlainLocale plain;
   std::mt19937_64 random(5);
   for (int round = 0; round < 5000; ++round) {
     const std::uint64_t bits = random();
@@ -772,6 +776,7 @@ std::string Lower(const std::string& text) {
 }
 
 TEST(KorString, CaseGoesThroughTheLocale) {
+  const PlainLocale plain;
   EXPECT_EQ(Upper("aZ1\xe9\xc3\xa9"), "AZ1\xe9\xc3\xa9");
   EXPECT_EQ(Lower("aZ1\xc9"), "az1\xc9");
   EXPECT_EQ(Upper(""), "");

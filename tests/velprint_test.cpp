@@ -23,6 +23,7 @@ const char* const kColours[] = {"red", "green", nullptr};
 template <class Call>
 std::string Written(int step, Call call) {
   std::ostringstream out;
+  out.imbue(std::locale::classic());
   velPrintTraverser printer(out, step);
   EXPECT_EQ(call(printer), velTrContinue);
   return out.str();

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <locale>
 #include <map>
 #include <sstream>
 #include <string>
@@ -59,9 +60,10 @@ inline std::string velAbortLine(const char* message, const char* source, int lin
   return std::string(message) + " (" + source + ", line " + std::to_string(line) + ")\n";
 }
 
-/// The text that velPrint gives.
+/// The text that velPrint gives on a stream whose reals have a point.
 inline std::string velPrinted(const xany& value, int step = 2) {
   std::ostringstream out;
+  out.imbue(std::locale::classic());
   velPrint(value, out, step);
   return out.str();
 }

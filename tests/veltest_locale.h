@@ -8,6 +8,7 @@
 #include <clocale>
 #include <cstddef>
 #include <initializer_list>
+#include <locale>
 #include <string>
 #include <vector>
 
@@ -35,7 +36,15 @@ class ScopedLocale {
   bool found = false;
 };
 
-/// The locales that tests use. All but UTF-8 and "C" may be missing.
+/// The locales that tests use. All but UTF-8 and "C" may be missing. A test that is
+/// about one says so: it may begin in any (see veltest_start.cpp).
+struct PlainLocale : ScopedLocale {
+  PlainLocale() : ScopedLocale({"C"}), global(std::locale::global(std::locale::classic())) {}
+  ~PlainLocale() { std::locale::global(global); }
+
+ private:
+  std::locale global;
+};
 struct Utf8Locale : ScopedLocale {
   Utf8Locale() : ScopedLocale({"C.UTF-8", "C.utf8"}) {}
 };

@@ -10,6 +10,7 @@
 #include <type_traits>
 
 #include "veltest.h"
+#include "veltest_locale.h"
 #include "veltest_types.h"
 
 namespace {
@@ -157,6 +158,7 @@ TEST(VelTraverse, UninitialisedGivesNoCall) {
 }
 
 TEST(VelTraverse, PlainValuesComeAsTheyAre) {
+  const PlainLocale plain;
   EXPECT_EQ(velWalkedInFull(xany(xanyNil)), "simpleValue( 1)");
   EXPECT_EQ(velWalkedInFull(xany(static_cast<xobject*>(nullptr))), "simpleValue( 1)");
   EXPECT_EQ(velWalkedInFull(xany(-2147483647 - 1)), "simpleValue( 1)");

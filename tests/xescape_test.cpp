@@ -167,6 +167,7 @@ TEST(XUnescape, AReferenceGivenAwayGoesThroughToTheResult) {
 }
 
 TEST(XUnescape, DoesNotReverseTheMarker) {
+  const PlainLocale plain;
   for (const xstring& marker : {escapeOOL("\xff", nullptr), escapeOOL(L"\ufffd", nullptr)}) {
     unsigned char flag = kGarbage;
     EXPECT_TRUE(unescapeOOL(marker, &flag) == kMarker.c_str());

@@ -88,6 +88,7 @@ TEST(XString, WhatIsKnownOfAStringDoesNotChangeWhatItEquals) {
 }
 
 TEST(XString, ComparisonWithTextProducesTheFormOfTheText) {
+  const PlainLocale plain;
   const xstring narrow("abc");
   EXPECT_TRUE(narrow == L"abc");
   EXPECT_EQ(Holding(narrow), "narrow 'abc' wide 'abc'");
@@ -123,6 +124,7 @@ TEST(XString, ComparisonOfTwoStrings) {
 }
 
 TEST(XString, ComparisonOfTwoStringsGoesByTheFormsOfTheFirst) {
+  const PlainLocale plain;
   const xstring wideFirst(L"abc");
   const xstring narrowSecond("abc");
   EXPECT_TRUE(wideFirst == narrowSecond);
@@ -166,6 +168,7 @@ TEST(XString, TheTwoStreamsDifferOnNullOnly) {
 }
 
 TEST(XString, OutputOfAWideStringKeepsNoNarrowForm) {
+  const PlainLocale plain;
   for (const auto write : {ToStandard, ToToolkit}) {
     const xstring wide(L"abc");
     EXPECT_EQ(write(wide), "abc");

@@ -165,6 +165,7 @@ TYPED_TEST(XStringEdit, AppendingItsOwnTextActsAsIfCopiedFirst) {
 }
 
 TEST(XStringAppend, ANarrowTextIsAppendedToAWideStringNarrowly) {
+  const PlainLocale plain;
   xstring s(L"a\u00e9");
   s += "b";
   EXPECT_STREQ(s, "a?b");  // the "C" locale

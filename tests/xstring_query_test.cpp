@@ -423,6 +423,7 @@ TEST(XStringCase, TextsBeyondTheLongestAreRefused) {
 // --- Printf ---
 
 TEST(XStringPrintf, FormatsIntoANarrowString) {
+  const PlainLocale plain;
   EXPECT_EQ(Holding(xstring::Printf("%d-%s-%5.2f", 42, "abc", 1.5)), "narrow '42-abc- 1.50'");
   EXPECT_EQ(Holding(xstring::Printf("100%%")), "narrow '100%'");
 }
@@ -444,6 +445,7 @@ TEST(XStringPrintf, ANullFormatGivesNull) {
 
 // The "C" locale has no such character.
 TEST(XStringPrintf, AFormattingErrorGivesNull) {
+  const PlainLocale plain;
   EXPECT_EQ(Holding(xstring::Printf("a%lcb", static_cast<wint_t>(0x20AC))), "null");
 }
 

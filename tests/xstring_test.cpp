@@ -463,6 +463,7 @@ TEST(XString, NullConvertsToAddressOne) {
 }
 
 TEST(XString, WhatDoesNotConvertBecomesQuestionMarks) {
+  const PlainLocale plain;
   EXPECT_STREQ(xstring(L"a\u00e9b"), "a?b");  // the "C" locale
   const Utf8Locale locale;
   ASSERT_TRUE(locale.IsFound());
@@ -516,6 +517,7 @@ TEST(XString, MultibyteSizeCountsOneTerminatorNarrowAndTwoWide) {
 }
 
 TEST(XStringDeathTest, MultibyteSizeOfTextThatDoesNotConvertAborts) {
+  const PlainLocale plain;
   const xstring s(L"a\u00e9b");
   EXPECT_VEL_ABORT(s.GetMBSize(), "xstring::GetMBSize: invalid wide string",
                    "velstd/strlibsrc/xstring", 554);

@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "veltest.h"
+#include "veltest_locale.h"
 #include "xrttiattrseq.h"
 #include "xtcsequence.h"
 #include "xtssequence.h"
@@ -1230,11 +1231,13 @@ template <class S, class T>
 }
 
 TEST(XTbSequenceDeathTest, WithoutMemoryScalarsStayAsTheyWere) {
+  const PlainLocale plain;  // in which GoogleTest numbers the lines of its tests
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT((GrowWithoutMemory<xintsequence, int>(7)), testing::ExitedWithCode(0), "");
 }
 
 TEST(XTbSequenceDeathTest, WithoutMemoryValuesStayAsTheyWere) {
+  const PlainLocale plain;
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT((GrowWithoutMemory<xanysequence, xany>(xany("text"))), testing::ExitedWithCode(0),
               "");
@@ -1255,6 +1258,7 @@ TEST(XTbSequenceDeathTest, WithoutMemoryValuesStayAsTheyWere) {
 }
 
 TEST(XTbSequenceDeathTest, ClearingNeedsNoMemory) {
+  const PlainLocale plain;
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(ClearWithoutMemory(), testing::ExitedWithCode(0), "");
 }
