@@ -541,6 +541,7 @@ TEST(VelPrintStream, IntegersAreNeverGroupedRealsFollowTheStream) {
 
 TEST(VelPrintStream, IntegersAreDecimalWhateverTheFlags) {
   std::ostringstream out;
+  out.imbue(std::locale::classic());
   out << std::hex << std::showbase << std::showpos << std::setprecision(3) << std::boolalpha;
   const auto anys = xanysequence::create();
   anys->append(xany(255));
