@@ -131,13 +131,13 @@ __xany_c xanycopy_c(const __xany_c* value) {
 
 void xanyunlock_c(__xany_c* value) {
   if (!value) return;
-  const __xany_c old = *value;
+  const int kind = value->kind;
+  korStrBuf* const buffer = value->u.s.buffer;
+  xobject* const object = value->u.o;
   *value = kUninit;
-  velGuard([&] {
-    if (old.kind == xanyString) {
-      const xstring released(old.u.s, false);
-    } else if (old.kind == xanyObject) {
-      xrcrelease(velObjectAt(old.u.o));
-    }
-  });
+  if (kind == xanyString) {
+    if (buffer) buffer->DropReference();
+  } else if (kind == xanyObject) {
+    velGuard([=] { xrcrelease(velObjectAt(object)); });
+  }
 }

@@ -1,26 +1,37 @@
 // velcexception.cpp - the pending-exception record.
-#include <atomic>
+#include <cxxabi.h>
 
+#include <atomic>
+#include <exception>
+#include <new>
+
+#include "korcount.h"
 #include "velargument.h"
 #include "velguard.h"
 #include "velobjectaccess.h"
 #include "velpending.h"
 #include "velstd_c.h"
 
-namespace {
+std::atomic<xthrowable*> velPending{nullptr};
 
-// One for the process. It owns a reference on what it holds, if that is of a
-// counted class; the uninitialised address is held unread.
-std::atomic<xthrowable*> pending{nullptr};
+namespace {
 
 // Kept from the first moment on: it must be there when nothing else can be.
 std::atomic<velXNativeException*> outOfMemory{nullptr};
 
-// Takes out what the record holds. Every call on a collection begins here, and
-// mostly there is nothing: a look costs less than a locked exchange.
+// Puts `exception` into the record and returns what it held before.
+xthrowable* Exchange(xthrowable* exception) {
+  if (korIsSingleThreaded()) {
+    xthrowable* const old = velPending.load(std::memory_order_relaxed);
+    velPending.store(exception, std::memory_order_relaxed);
+    return old;
+  }
+  return velPending.exchange(exception, std::memory_order_acq_rel);
+}
+
+// Takes out what the record holds.
 xthrowable* TakeOut() {
-  if (!pending.load(std::memory_order_acquire)) return nullptr;
-  return pending.exchange(nullptr, std::memory_order_acq_rel);
+  return velPending.load(std::memory_order_acquire) ? Exchange(nullptr) : nullptr;
 }
 
 // Ends what the record held. Throws velXNotInitialized for the uninitialised
@@ -44,7 +55,7 @@ xthrowable* Retained(xthrowable* exception) {
 // Puts back what was taken out; ends it where something else is pending by now.
 void PutBack(xthrowable* held) noexcept {
   xthrowable* none = nullptr;
-  if (pending.compare_exchange_strong(none, held, std::memory_order_acq_rel)) return;
+  if (velPending.compare_exchange_strong(none, held, std::memory_order_acq_rel)) return;
   if (!velIsUninit(held)) velGuard([=] { Dispose(held); });
 }
 
@@ -59,27 +70,44 @@ void velPrepareOutOfMemory() {
   }
 }
 
-void velClearPending() { Dispose(TakeOut()); }
+void velEndPending() { Dispose(TakeOut()); }
 
 void velPark(xthrowable* caught) noexcept {
   // The reference that came with the throw becomes the record's.
-  xthrowable* old = pending.exchange(caught, std::memory_order_acq_rel);
+  xthrowable* old = Exchange(caught);
   if (!velIsUninit(old)) velGuard([=] { Dispose(old); });
 }
 
-void velParkNew(xthrowable* made) { velPark(Retained(made)); }
+namespace {
 
-void velParkOutOfMemory() noexcept {
-  velPark(Retained(outOfMemory.load(std::memory_order_acquire)));
-}
+// The exception for lack of memory needs none.
+void ParkOutOfMemory() noexcept { velPark(Retained(outOfMemory.load(std::memory_order_acquire))); }
 
-void velParkNative(const char* text) noexcept {
+void ParkNative(const char* text) noexcept {
   try {
     velXNativeException::Throw(text);
   } catch (xthrowable* made) {
     velPark(made);
   } catch (...) {
-    velParkOutOfMemory();
+    ParkOutOfMemory();
+  }
+}
+
+}  // namespace
+
+// Thrown again to see what it is. What ends a thread is no object, and a sanitizer
+// would complain of the reference that its handler binds.
+__attribute__((no_sanitize("null"))) void velParkOther() {
+  try {
+    throw;
+  } catch (const abi::__forced_unwind&) {
+    throw;
+  } catch (const std::bad_alloc&) {
+    ParkOutOfMemory();
+  } catch (const std::exception& foreign) {
+    ParkNative(foreign.what());
+  } catch (...) {
+    ParkNative("Unknown exception");
   }
 }
 
@@ -87,7 +115,7 @@ void velParkNative(const char* text) noexcept {
 // empty and nothing else touched.
 static void RefuseUninit() {
   xthrowable* uninit = static_cast<xthrowable*>(static_cast<void*>(xuninitobject));
-  if (pending.compare_exchange_strong(uninit, nullptr)) velhThrowNotInitialized();
+  if (velPending.compare_exchange_strong(uninit, nullptr)) velhThrowNotInitialized();
 }
 
 void xsetexc_c(xthrowable* exception) {
@@ -118,6 +146,6 @@ xthrowable* xgetexc_c() {
   return retained;
 }
 
-unsigned char xisexc_c() { return pending.load(std::memory_order_acquire) != nullptr; }
+unsigned char xisexc_c() { return velPending.load(std::memory_order_acquire) != nullptr; }
 
 xthrowable* xextractexc_c() { return TakeOut(); }

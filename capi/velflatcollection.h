@@ -6,6 +6,7 @@
 #ifndef VELSTD_CAPI_VELFLATCOLLECTION_H
 #define VELSTD_CAPI_VELFLATCOLLECTION_H
 
+#include <type_traits>
 #include <typeinfo>
 #include <utility>
 
@@ -23,7 +24,7 @@ R velOnCollection(const void* address, R onError, Call call) {
   return velGuard(onError, [&] {
     velClearPending();
     if (!address) {
-      velParkNew(velComplaint::null());
+      velPark(velComplaint::null());
       return onError;
     }
     C* collection = velArgument<C>(address);
@@ -71,27 +72,14 @@ struct velFlatSequence : velFlatCollection<C> {
     return velOnCollection<C>(seq, VEL_ERROR_INT, [](C& s) { return s.getarraysize(); });
   }
   static Flat get(const void* seq, int index) {
-    const bool cleared = velGuard(false, [] {
+    return velFlatAnswer<Element>([=](Element& result) {
       velClearPending();
+      C* sequence = velArgument<C>(seq);
+      if (typeid(*sequence) == typeid(C)) return getOwn(sequence, index, result);
+      const velBorrow borrow(sequence);
+      result = sequence->get(index);
       return true;
     });
-    Element result{};
-    velGuard([&] {
-      // The error value is there before the sequence is touched.
-      result = Value::onError();
-      if (!cleared) return;
-      C* sequence = velArgument<C>(seq);
-      const velBorrow borrow(sequence);
-      // What the class's own get would throw; one that overrides it is asked.
-      if (typeid(*sequence) == typeid(C) &&
-          static_cast<unsigned>(index) >= static_cast<unsigned>(sequence->getarraysize())) {
-        return velParkNew(index < 0 ? velComplaint::negativeIndex(index)
-                                    : velComplaint::sequenceIndex(sequence, index));
-      }
-      result = sequence->get(index);
-    });
-    // Handing an object out attaches it, which may throw.
-    return velGuard(Flat{}, [&] { return Value::out(result); });
   }
   static void set(const void* seq, int index, const Flat& value) {
     velFlatSequence::run(seq, [&](C& s) { s.set(index, Value::in(value)); });
@@ -108,6 +96,26 @@ struct velFlatSequence : velFlatCollection<C> {
   }
   static void removerange(const void* seq, int first, int last) {
     velFlatSequence::run(seq, [&](C& s) { s.removerange(first, last); });
+  }
+
+ private:
+  // Nothing runs while a number is read that could end the sequence.
+  struct NoBorrow {
+    explicit NoBorrow(xobject*) {}
+  };
+  using Borrow = std::conditional_t<std::is_scalar<Element>::value, NoBorrow, velBorrow>;
+
+  // The class's own get, of a sequence of exactly this class; what it would throw is
+  // parked at once.
+  static bool getOwn(C* sequence, int index, Element& result) {
+    const Borrow borrow(sequence);
+    if (static_cast<unsigned>(index) >= static_cast<unsigned>(sequence->C::getarraysize())) {
+      velPark(index < 0 ? velComplaint::negativeIndex(index)
+                        : velComplaint::sequenceIndex(sequence, index));
+      return false;
+    }
+    result = sequence->C::get(index);
+    return true;
   }
 };
 
@@ -152,7 +160,7 @@ struct velFlatDictionary : velFlatCollection<C> {
     return velOnCollection<C>(dict, VEL_ERROR_BOOL, [=](C& d) -> unsigned char {
       Found found{};
       if (!ask(d, to ? &found : nullptr)) return 0;
-      if (to) *to = velFlatValue<Found>::out(found);
+      if (to) *to = velFlatValue<Found>::out(std::move(found));
       return 1;
     });
   }

@@ -490,6 +490,48 @@ TEST(CCollection, MembersAreCalledThroughTheTable) {
   EXPECT_FALSE(xisexc_c());
 }
 
+// A class that is met again and again is recognised by its table: one that derives
+// from it has another.
+TEST(CCollection, AClassIsToldFromItsBaseInAnyOrder) {
+  class Doubling : public xintsequence {
+   public:
+    int getarraysize() override { return 99; }
+    int get(int index) override { return 2 * xintsequence::get(index); }
+  };
+  class Hiding : public xintdictionary {
+   public:
+    bool find(const char*, int*) override { return false; }
+  };
+  const xrchandle<xintsequence> plain(xintsequence::create());
+  const xrchandle<xintsequence> derived(new Doubling);
+  const xrchandle<xintdictionary> open(xintdictionary::create());
+  const xrchandle<xintdictionary> hidden(new Hiding);
+  for (xintsequence* seq : {plain.operator->(), derived.operator->()}) seq->append(21);
+  for (xintdictionary* dict : {open.operator->(), hidden.operator->()}) dict->set("a", 1);
+  // The addresses of the whole object and of its root.
+  const auto root = [](auto* object) {
+    return reinterpret_cast<decltype(object)>(static_cast<xobject*>(object));
+  };
+  for (int round = 0; round < 4; ++round) {
+    const bool whole = round % 2 == 0;
+    const auto at = [&](auto& handle) {
+      auto* object = handle.operator->();
+      return whole ? object : root(object);
+    };
+    EXPECT_EQ(xintsequence_get(at(plain), 0), 21);
+    EXPECT_EQ(xintsequence_getarraysize(at(plain)), 1);
+    EXPECT_EQ(xintdictionary_find(at(open), "a", nullptr), 1);
+    EXPECT_EQ(xintsequence_get(at(derived), 0), 42);
+    EXPECT_EQ(xintsequence_getarraysize(at(derived)), 99);
+    EXPECT_EQ(xintdictionary_find(at(hidden), "a", nullptr), 0);
+    EXPECT_FALSE(xisexc_c());
+    EXPECT_EQ(xintsequence_getarraysize(reinterpret_cast<xintsequence*>(at(open))), VEL_ERROR_INT);
+    EXPECT_EQ(Parked(), "vellib::XTypeMismatch");
+    EXPECT_EQ(xrcgetcount(plain), 1);
+    EXPECT_EQ(xrcgetcount(derived), 1);
+  }
+}
+
 // ---- an object behind any of its addresses ------------------------------------------
 
 xobject* At(void* address) { return static_cast<xobject*>(address); }

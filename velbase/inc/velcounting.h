@@ -39,6 +39,13 @@ struct velCounting {
     korCountUp(object.refcount);
   }
 
+  /// The first reference on a new object of a class that is known to be counted and
+  /// to leave counting to the library.
+  static void attachNew(xobject& object) noexcept {
+    object.refcount.store(1, std::memory_order_relaxed);
+    object.counting.store(markFor(object), std::memory_order_relaxed);
+  }
+
   /// xrcrelease for an object.
   static void release(xobject& object) {
     std::int32_t now = object.refcount.load(std::memory_order_acquire);

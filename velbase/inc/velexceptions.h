@@ -69,6 +69,7 @@ class VELSTD_API velXInvalidSeqIndex : public velXException {
   VEL_ATTRIBUTE(int, Index)
  protected:
   velXInvalidSeqIndex(xany object, int index);
+  velXInvalidSeqIndex(xobject* object, int index);
   friend struct velComplaint;
 
  public:

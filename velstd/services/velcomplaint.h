@@ -1,7 +1,8 @@
 // velcomplaint.h - exceptions that are made without being thrown.
 //
 // For those who park what would only be caught again, and for those who throw
-// from a frame in which nothing has to end. Each is new, with a count of 0.
+// from a frame in which nothing has to end. Each is new, with one reference, the
+// caller's.
 // Throw std::bad_alloc.
 #ifndef VELSTD_SERVICES_VELCOMPLAINT_H
 #define VELSTD_SERVICES_VELCOMPLAINT_H

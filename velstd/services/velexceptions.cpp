@@ -7,12 +7,16 @@
 
 namespace {
 
+// A new exception of the library's with its first reference. All of its exceptions
+// are counted.
+xthrowable* Held(xthrowable* made) {
+  velCounting::attachNew(*made);
+  return made;
+}
+
 // What xthrow does for a new exception, without a handle: each frame that has
 // something to end costs a throw hundreds of nanoseconds.
-[[noreturn]] void Raise(xthrowable* made) {
-  xrcattach(made);
-  throw made;
-}
+[[noreturn]] void Raise(xthrowable* made) { throw Held(made); }
 
 }  // namespace
 
@@ -27,7 +31,8 @@ void xthrow(xrcunihandle<xthrowable> throwable) {
 
 velXException::velXException(xstring description) : valueDescription(std::move(description)) {}
 
-velXNull::velXNull() : velXException("Attempt to assign null to non-optional object") {}
+velXNull::velXNull()
+    : velXException("Attempt to assign null to non-optional object") {}
 
 velXTypeMismatch::velXTypeMismatch(xany object, xstring typeName)
     : velXException("Object type mismatch"),
@@ -43,6 +48,12 @@ velXInvalidArrayIndex::velXInvalidArrayIndex(xany object, int index, int dimensi
 velXInvalidSeqIndex::velXInvalidSeqIndex(xany object, int index)
     : velXException("Sequence index is out of range"),
       valueVelObject(std::move(object)),
+      valueIndex(index) {}
+
+// The one that programs run into: its VelObject is made where it stays.
+velXInvalidSeqIndex::velXInvalidSeqIndex(xobject* object, int index)
+    : velXException("Sequence index is out of range"),
+      valueVelObject(object),
       valueIndex(index) {}
 
 velXInvalidDictIndex::velXInvalidDictIndex(xany object, int index)
@@ -62,13 +73,15 @@ velXNotInitialized::velXNotInitialized()
     : velXException("Object is not initialized or has been destroyed") {}
 
 velXRefCountable::velXRefCountable(xany object)
-    : velXException("Object is reference countable"), valueVelObject(std::move(object)) {}
+    : velXException("Object is reference countable"),
+      valueVelObject(std::move(object)) {}
 
 velXNativeException::velXNativeException(xstring stringRep)
     : velXException("Native exception"), valueStringRep(std::move(stringRep)) {}
 
 velXConnectionClosed::velXConnectionClosed()
-    : velXException("Attempt to communicate with client/server after connection has been closed") {}
+    : velXException(VEL_FIXED_TEXT(
+          "Attempt to communicate with client/server after connection has been closed")) {}
 
 velXFunc::velXFunc(xstring name, xrchandle<velXArgs> args)
     : valueName(std::move(name)), valueArgs(std::move(args)) {}
@@ -85,8 +98,7 @@ velXSoapFault::velXSoapFault(xstring faultCode, xstring faultString, xany detail
       valueFaultString(std::move(faultString)),
       valueFaultDetail(std::move(detail)) {}
 
-velXSoapTransport::velXSoapTransport(xstring description)
-    : velXException(std::move(description)) {}
+velXSoapTransport::velXSoapTransport(xstring description) : velXException(std::move(description)) {}
 
 velXSoapHttpTransport::velXSoapHttpTransport(xstring description, xstring reason, int status)
     : velXSoapTransport(std::move(description)),
@@ -94,7 +106,9 @@ velXSoapHttpTransport::velXSoapHttpTransport(xstring description, xstring reason
       valueStatus(status) {}
 
 xportXCannotConnect::xportXCannotConnect(xstring host, int port)
-    : velXException("Cannot connect"), valueHost(std::move(host)), valuePort(port) {}
+    : velXException("Cannot connect"),
+      valueHost(std::move(host)),
+      valuePort(port) {}
 
 xportXMsgStringTooLong::xportXMsgStringTooLong(xstring message)
     : velXException("Message too long"), valueMsg(std::move(message)) {}
@@ -163,10 +177,10 @@ xrchandle<velXNativeException> velCreateNativeException(const char* text) {
   return new velXNativeException(text);
 }
 
-xthrowable* velComplaint::null() { return new velXNull; }
-xthrowable* velComplaint::negativeIndex(int index) { return new velXNegativeIndex(index); }
+xthrowable* velComplaint::null() { return Held(new velXNull); }
+xthrowable* velComplaint::negativeIndex(int index) { return Held(new velXNegativeIndex(index)); }
 xthrowable* velComplaint::sequenceIndex(xobject* sequence, int index) {
-  return new velXInvalidSeqIndex(sequence, index);
+  return Held(new velXInvalidSeqIndex(sequence, index));
 }
 
 // ---- helpers ----
@@ -179,7 +193,7 @@ void velhThrowInvalidArrayIndex(xobject* array, int index, int dimension) {
   velXInvalidArrayIndex::Throw(array, index, dimension);
 }
 void velhThrowInvalidSeqIndex(xobject* sequence, int index) {
-  Raise(velComplaint::sequenceIndex(sequence, index));
+  throw velComplaint::sequenceIndex(sequence, index);
 }
 void velhThrowInvalidDictIndex(xobject* dictionary, int index) {
   velXInvalidDictIndex::Throw(dictionary, index);
@@ -268,8 +282,8 @@ VEL_ATTRIBUTED_RTTI(xportXTimeout, "veljava::XTimeout", velXException::getClassR
 
 template class xrcbasehandle<xthrowable>;
 template class xrcunihandle<xthrowable>;
-#define VEL_HANDLE(C)                \
-  template class xrcbasehandle<C>;   \
+#define VEL_HANDLE(C)              \
+  template class xrcbasehandle<C>; \
   template class xrchandle<C>;
 VEL_HANDLE(velXException)
 VEL_HANDLE(velXArgs)

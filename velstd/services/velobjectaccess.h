@@ -14,14 +14,25 @@ struct velObjectAccess {
 class velBorrow {
  public:
   explicit velBorrow(xobject* p)
-      : object(velIsUninit(p) ? nullptr : p), unheld(object && xrcgetcount(object) == 0) {
+      : object(velIsUninit(p) ? nullptr : p), unheld(object && countOf() == 0) {
     if (object) velCounting::attach(*object);
   }
-  ~velBorrow();
+  ~velBorrow() {
+    if (!object) return;
+    // The only reference is ours, as in the beginning: put it back without asking
+    // for destruction.
+    std::int32_t one = 1;
+    if (unheld && velObjectAccess::count(object).compare_exchange_strong(one, 0)) return;
+    velCounting::release(*object);
+  }
   velBorrow(const velBorrow&) = delete;
   velBorrow& operator=(const velBorrow&) = delete;
 
  private:
+  std::int32_t countOf() const {
+    return velObjectAccess::count(object).load(std::memory_order_relaxed);
+  }
+
   xobject* object;
   bool unheld;
 };

@@ -147,14 +147,5 @@ void velReassign(xobject* p) {
   }
 }
 
-velBorrow::~velBorrow() {
-  if (!object) return;
-  // The only reference is ours, as in the beginning: put it back without asking
-  // for destruction.
-  std::int32_t one = 1;
-  if (unheld && velObjectAccess::count(object).compare_exchange_strong(one, 0)) return;
-  velCounting::release(*object);
-}
-
 template class xrcbasehandle<xobject>;
 template class xrcunihandle<xobject>;
