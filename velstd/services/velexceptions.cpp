@@ -4,6 +4,7 @@
 
 #include "korstring.h"
 #include "velcomplaint.h"
+#include "velfixedtext.h"
 
 namespace {
 
@@ -32,52 +33,52 @@ void xthrow(xrcunihandle<xthrowable> throwable) {
 velXException::velXException(xstring description) : valueDescription(std::move(description)) {}
 
 velXNull::velXNull()
-    : velXException("Attempt to assign null to non-optional object") {}
+    : velXException(VEL_FIXED_TEXT("Attempt to assign null to non-optional object")) {}
 
 velXTypeMismatch::velXTypeMismatch(xany object, xstring typeName)
-    : velXException("Object type mismatch"),
+    : velXException(VEL_FIXED_TEXT("Object type mismatch")),
       valueVelObject(std::move(object)),
       valueTypeName(std::move(typeName)) {}
 
 velXInvalidArrayIndex::velXInvalidArrayIndex(xany object, int index, int dimension)
-    : velXException("Array index is out of range"),
+    : velXException(VEL_FIXED_TEXT("Array index is out of range")),
       valueVelObject(std::move(object)),
       valueIndex(index),
       valueDimension(dimension) {}
 
 velXInvalidSeqIndex::velXInvalidSeqIndex(xany object, int index)
-    : velXException("Sequence index is out of range"),
+    : velXException(VEL_FIXED_TEXT("Sequence index is out of range")),
       valueVelObject(std::move(object)),
       valueIndex(index) {}
 
 // The one that programs run into: its VelObject is made where it stays.
 velXInvalidSeqIndex::velXInvalidSeqIndex(xobject* object, int index)
-    : velXException("Sequence index is out of range"),
+    : velXException(VEL_FIXED_TEXT("Sequence index is out of range")),
       valueVelObject(object),
       valueIndex(index) {}
 
 velXInvalidDictIndex::velXInvalidDictIndex(xany object, int index)
-    : velXException("Dictionary index is out of range"),
+    : velXException(VEL_FIXED_TEXT("Dictionary index is out of range")),
       valueVelObject(std::move(object)),
       valueIndex(index) {}
 
 velXInvalidDictKey::velXInvalidDictKey(xany object, xstring key)
-    : velXException("Dictionary key is not found"),
+    : velXException(VEL_FIXED_TEXT("Dictionary key is not found")),
       valueVelObject(std::move(object)),
       valueKey(std::move(key)) {}
 
 velXNegativeIndex::velXNegativeIndex(int index)
-    : velXException("Negative index"), valueIndex(index) {}
+    : velXException(VEL_FIXED_TEXT("Negative index")), valueIndex(index) {}
 
 velXNotInitialized::velXNotInitialized()
-    : velXException("Object is not initialized or has been destroyed") {}
+    : velXException(VEL_FIXED_TEXT("Object is not initialized or has been destroyed")) {}
 
 velXRefCountable::velXRefCountable(xany object)
-    : velXException("Object is reference countable"),
+    : velXException(VEL_FIXED_TEXT("Object is reference countable")),
       valueVelObject(std::move(object)) {}
 
 velXNativeException::velXNativeException(xstring stringRep)
-    : velXException("Native exception"), valueStringRep(std::move(stringRep)) {}
+    : velXException(VEL_FIXED_TEXT("Native exception")), valueStringRep(std::move(stringRep)) {}
 
 velXConnectionClosed::velXConnectionClosed()
     : velXException(VEL_FIXED_TEXT(
@@ -106,22 +107,22 @@ velXSoapHttpTransport::velXSoapHttpTransport(xstring description, xstring reason
       valueStatus(status) {}
 
 xportXCannotConnect::xportXCannotConnect(xstring host, int port)
-    : velXException("Cannot connect"),
+    : velXException(VEL_FIXED_TEXT("Cannot connect")),
       valueHost(std::move(host)),
       valuePort(port) {}
 
 xportXMsgStringTooLong::xportXMsgStringTooLong(xstring message)
-    : velXException("Message too long"), valueMsg(std::move(message)) {}
+    : velXException(VEL_FIXED_TEXT("Message too long")), valueMsg(std::move(message)) {}
 
-xportXFlushFailed::xportXFlushFailed() : velXException("Flush on socket failed") {}
+xportXFlushFailed::xportXFlushFailed() : velXException(VEL_FIXED_TEXT("Flush on socket failed")) {}
 
 xportXNullInNonOptArg::xportXNullInNonOptArg(xstring paramName)
-    : velXException("Null passed to non optional parameter argument"),
+    : velXException(VEL_FIXED_TEXT("Null passed to non optional parameter argument")),
       valueParamName(std::move(paramName)) {}
 
 // The one message that begins with a small letter.
 xportXTimeout::xportXTimeout(xstring opName)
-    : velXException("communication timeout"), valueOpName(std::move(opName)) {}
+    : velXException(VEL_FIXED_TEXT("communication timeout")), valueOpName(std::move(opName)) {}
 
 // ---- Throw and Create ----
 

@@ -25,6 +25,9 @@
 #include "korapi.h"
 #include "korcount.h"
 
+template <std::size_t kSize>
+class velFixedText;
+
 class VELSTD_API korStrBuf final {
  public:
   /// The longest text, in characters (narrow: bytes) without the terminator.
@@ -116,8 +119,14 @@ class VELSTD_API korStrBuf final {
   korStrBuf& operator=(const korStrBuf&) = delete;
 
  private:
+  template <std::size_t kSize>
+  friend class velFixedText;
+
   korStrBuf() = default;
   ~korStrBuf() = default;
+  // Of a narrow text of `size` bytes that lies behind it from the beginning.
+  constexpr korStrBuf(char* text, std::size_t size)
+      : narrowText(text), room(size), knownLength(size - 1) {}
 
   template <class Ch>
   static korStrBuf* Alloc(std::size_t size, Ch** text);
