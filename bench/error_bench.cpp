@@ -34,12 +34,11 @@ template <class Raise>
 
 // ---- raise and catch -----------------------------------------------------------
 
-void ourRaise() {
-  xthrow(xrcunihandle<xthrowable>(xrchandle<velXException>(new velXException(kText))));
-}
 bool ourCatch(int i) {
   try {
-    outer(i, ourRaise);
+    outer(i, [] {
+      xthrow(xrcunihandle<xthrowable>(xrchandle<velXException>(new velXException(kText))));
+    });
   } catch (xthrowable* caught) {
     const xrchandle<xthrowable> held(caught);
     xrcrelease(caught);

@@ -110,8 +110,7 @@ struct velFlatSequence : velFlatCollection<C> {
   static bool getOwn(C* sequence, int index, Element& result) {
     const Borrow borrow(sequence);
     if (static_cast<unsigned>(index) >= static_cast<unsigned>(sequence->C::getarraysize())) {
-      velPark(index < 0 ? velComplaint::negativeIndex(index)
-                        : velComplaint::sequenceIndex(sequence, index));
+      velPark(velComplaint::sequenceIndex(sequence, index));
       return false;
     }
     result = sequence->C::get(index);

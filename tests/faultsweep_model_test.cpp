@@ -465,6 +465,11 @@ void FillExceptions(Table& table) {
     const xrchandle<xportXNullInNonOptArg> made(xportXNullInNonOptArg::Create("text"));
   });
   Throws(table, "xportXTimeout::Throw", [](Seq, Exc) { xportXTimeout::Throw("text"); });
+  Throws(table, "velComplaint::null", [](Seq, Exc) { xrcrelease(velComplaint::null()); });
+  Throws(table, "velComplaint::sequenceIndex",
+         [](Seq s, Exc) { xrcrelease(velComplaint::sequenceIndex(s, 5)); });
+  Throws(table, "velComplaint::sequenceIndex (below 0)",
+         [](Seq s, Exc) { xrcrelease(velComplaint::sequenceIndex(s, -5)); });
   Throws(table, "velCreateNativeException", [](Seq, Exc) { velCreateNativeException("text"); });
   Throws(table, "velXException::velXException",
          [](Seq, Exc) { xthrow(xrcunihandle<xthrowable>(new velXException("text"))); });

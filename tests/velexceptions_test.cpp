@@ -353,6 +353,15 @@ TEST(XThrow, TakesAReferenceOfItsOwn) {
   EXPECT_EQ(xrcgetcount(held.operator->()), 1);
 }
 
+// It is in line, and the library has it as well.
+TEST(XThrow, CanBeCalledThroughItsAddress) {
+  void (*const raise)(xrcunihandle<xthrowable>) = &xthrow;
+  const xrchandle<velXException> held = new velXException("text");
+  EXPECT_VEL_THROW(raise(held), velXException);
+  EXPECT_VEL_THROW(raise(xrcunihandle<xthrowable>()), velXNull);
+  EXPECT_EQ(xrcgetcount(held.operator->()), 1);
+}
+
 TEST(XThrow, OfNothingRaisesNull) {
   EXPECT_VEL_THROW(xthrow(xrcunihandle<xthrowable>()), velXNull);
   EXPECT_VEL_THROW(xthrow(xrcunihandle<xthrowable>(0)), velXNull);

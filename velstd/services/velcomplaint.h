@@ -9,9 +9,10 @@
 
 #include "xthrowable.h"
 
-struct velComplaint {
+struct VELSTD_API velComplaint {
   static xthrowable* null();
-  static xthrowable* negativeIndex(int index);
+  /// That `sequence` has no element at `index`: velXNegativeIndex below 0, else
+  /// velXInvalidSeqIndex.
   static xthrowable* sequenceIndex(xobject* sequence, int index);
 };
 
