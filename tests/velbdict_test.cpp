@@ -1091,6 +1091,76 @@ TEST(XBaseDictionaryKeys, ATableThatShrinksGivesTheirMemoryBack) {
   EXPECT_EQ(velLiveBlocks(), empty + 2) << "without entries there is no store";
 }
 
+// The first keys lie beside a small table, as many as there is room for.
+TEST(XBaseDictionaryKeys, OfEveryLengthStayAsTheyAreWhenTheFirstTableGrows) {
+  for (std::size_t length = 0; length < 70; ++length) {
+    LogDict dict;
+    dict.quiet = true;
+    for (int i = 0; i < 60; ++i) {
+      const std::string key = AnyText(length, static_cast<unsigned>(i)) + std::to_string(i);
+      dict.Set(key, i);
+      if (i % 3 == 0) dict.Remove(AnyText(length, static_cast<unsigned>(i)) + std::to_string(i));
+      for (int j = 0; j <= i; ++j) {
+        const std::string other = AnyText(length, static_cast<unsigned>(j)) + std::to_string(j);
+        ASSERT_EQ(dict.Find(other), j % 3 == 0 ? std::nullopt : std::optional(j)) << length;
+      }
+    }
+    EXPECT_EQ(dict.GetTableSize(), 64U);
+  }
+}
+
+TEST(XBaseDictionaryKeys, TheFirstTableUsesTheRoomOfTheLastOneAgain) {
+  LogDict dict;
+  dict.quiet = true;
+  dict.Set("a", 1);
+  const std::string key(63, 'b');
+  const std::string other(63, 'c');
+  const long before = velLiveBlocks();
+  for (int i = 0; i < 10; ++i) {
+    dict.Set(key, i);
+    EXPECT_EQ(dict.Find(key), i);
+    EXPECT_EQ(velLiveBlocks(), before);
+    EXPECT_TRUE(dict.Remove(key));
+  }
+  dict.Set(key, 1);
+  dict.Set(other, 2);
+  EXPECT_GT(velLiveBlocks(), before) << "no room for two of them";
+  EXPECT_EQ(dict.Find(key), 1);
+  EXPECT_EQ(dict.Find(other), 2);
+  EXPECT_TRUE(dict.Remove(other));
+  EXPECT_EQ(velLiveBlocks(), before);
+}
+
+// The text moves or goes while it is needed.
+TEST(XBaseDictionaryKeys, OneOfThemMayBeSetAgainWhenTheTableGrows) {
+  for (const char* stem : {"k", "a name of some length ", ""}) {
+    for (int n = 0; n < 30; ++n) {
+      LogDict dict;
+      dict.quiet = true;
+      const auto names = Names(30, stem);
+      dict.Set(names);
+      ASSERT_EQ(dict.GetTableSize(), 32U);
+      const std::string name = names[static_cast<std::size_t>(n)];
+      const int value = 1000;
+      dict.BaseSet(dict.At(dict.Index(name)).key, &value, kSlot, kValue);
+      EXPECT_EQ(dict.GetTableSize(), 64U);
+      EXPECT_EQ(dict.GetCount(), 30U);
+      EXPECT_EQ(dict.Find(name), 1000);
+    }
+  }
+}
+
+TEST(XBaseDictionaryKeys, ThatAreShortLeaveTheStoreWhenTheFirstTableGrows) {
+  LogDict dict;
+  dict.quiet = true;
+  const long empty = velLiveBlocks();
+  dict.Set(Names(30));
+  EXPECT_GT(velLiveBlocks(), empty + 2) << "more than there is room for";
+  dict.Set("one more", 1);
+  EXPECT_EQ(velLiveBlocks(), empty + 2) << "table and records";
+  for (int i = 0; i < 30; ++i) EXPECT_TRUE(dict.Has("name" + std::to_string(i)));
+}
+
 // Their new store is there when the copy of a value fails.
 TEST(XBaseDictionaryKeys, AShrinkThatCannotCopyKeepsTheirOldStore) {
   LogDict dict;
@@ -1306,6 +1376,39 @@ TEST(XBaseDictionaryNoMemory, AnInsertionThatCannotGrowChangesNothing) {
     EXPECT_EQ(dict.Slots(), slots);
     EXPECT_EQ(dict.GetTableSize(), 32U);
     EXPECT_EQ(dict.GetCount(), 30U);
+  }
+}
+
+// Its longer keys lie beside the table, and need another place.
+TEST(XBaseDictionaryNoMemory, ASmallTableThatCannotKeepItsKeysStaysAsItIs) {
+  for (const std::size_t length : {14, 15, 40, 63, 64}) {
+    LogDict dict;
+    dict.quiet = true;
+    for (int i = 0; i < 30; ++i) {
+      std::string key = "name" + std::to_string(i);
+      if (i % 10 == 0) key.resize(length, 'x');
+      dict.Set(key, i);
+    }
+    const std::string slots = dict.Slots();
+    const std::string key(length, 'a');
+    const int value = 1;
+    int failures = 0;
+    for (long nth = 1;; ++nth) {
+      const VelFailAllocation fail(nth);
+      try {
+        dict.BaseSet(key.c_str(), &value, kSlot, kValue);
+        break;
+      } catch (const std::bad_alloc&) {
+        ++failures;
+      }
+      ASSERT_EQ(dict.GetTableSize(), 32U);
+      ASSERT_EQ(dict.GetCount(), 30U);
+      ASSERT_EQ(dict.Slots(), slots);
+    }
+    EXPECT_GE(failures, 2) << length;
+    EXPECT_EQ(dict.GetTableSize(), 64U);
+    EXPECT_EQ(dict.GetCount(), 31U);
+    EXPECT_EQ(dict.Find(key), 1);
   }
 }
 

@@ -17,7 +17,6 @@ namespace {
 
 constexpr char kSource[] = "velstd/services/velbdict";
 constexpr unsigned kNoIndex = 0xFFFFFFFF;
-constexpr unsigned kFirstSize = 32;
 constexpr std::uint64_t kMostSlots = std::uint64_t{1} << 30;
 
 const char* const kTombstone = reinterpret_cast<const char*>(std::uintptr_t{1});
@@ -79,8 +78,20 @@ std::uint32_t SumOfBytes(std::uint64_t word) {
   return sum;
 }
 
-// The hash of a text of known length, whose tail is given (see TailOf).
-std::uint32_t HashOf(const char* text, std::size_t length, std::uint64_t tail) {
+// The hash of a text whose polynomial is `h`, counted with unsigned bytes, and whose
+// bytes `seen` holds, one over the other.
+std::uint32_t Finished(std::uint32_t h, std::uint64_t seen, const char* text, std::size_t length) {
+  if (__builtin_expect((seen & 0x8080808080808080) != 0, 0)) h -= ExcessOf(text, length);
+  h += ~(h << 9);
+  h ^= h >> 14;
+  h *= 17;
+  h ^= h >> 10;
+  return h;
+}
+
+// The hash of a text from 16 bytes on, whose tail is given (see TailOf).
+[[gnu::noinline]] std::uint32_t HashOfLong(const char* text, std::size_t length,
+                                           std::uint64_t tail) {
   std::uint32_t h = 0;
   std::uint64_t seen = tail;
   const std::size_t rest = length % 8;
@@ -92,12 +103,36 @@ std::uint32_t HashOf(const char* text, std::size_t length, std::uint64_t tail) {
   }
   // The tail moves up, so that its last byte is the eighth.
   h = h * kPowers[rest] + SumOfBytes(tail << 8 << (8 * (7 - rest)));
-  if (__builtin_expect((seen & 0x8080808080808080) != 0, 0)) h -= ExcessOf(text, length);
-  h += ~(h << 9);
-  h ^= h >> 14;
-  h *= 17;
-  h ^= h >> 10;
-  return h;
+  return Finished(h, seen, text, length);
+}
+
+// The hash of a text of known length; `tail` gets its tail. Most keys have up to 15
+// bytes: two words that end with the text, filled up with zeros in front, which
+// add nothing to the polynomial.
+inline std::uint32_t HashOf(const char* text, std::size_t length, std::uint64_t& tail) {
+  if (length < 8) {
+    tail = TailOf(text, length);
+    return Finished(SumOfBytes(tail << 8 << (8 * (7 - length))), tail, text, length);
+  }
+  if (length >= 16) {
+    tail = TailOf(text, length);
+    return HashOfLong(text, length, tail);
+  }
+  const std::uint64_t first = WordAt(text);
+  const std::uint64_t last = WordAt(text + length - 8);
+  const std::size_t overlap = 8 * (15 - length);  // less one byte
+  tail = last >> 8 >> overlap;
+  const std::uint32_t h = SumOfBytes(first << 8 << overlap) * kPowers[8] + SumOfBytes(last);
+  return Finished(h, first | last, text, length);
+}
+
+// The values of all scalars lie in eight bytes, which take no call.
+void CopyBytes(void* to, const void* from, std::size_t bytes) {
+  if (bytes == sizeof(std::uint64_t)) {
+    std::memcpy(to, from, sizeof(std::uint64_t));
+  } else {
+    std::memcpy(to, from, bytes);
+  }
 }
 
 // Whether `entries` in `slots` are more than `percent`, in whole percent: a quotient
@@ -111,9 +146,27 @@ bool LoadBelow(std::uint64_t entries, std::uint64_t slots, std::uint64_t percent
 
 }  // namespace
 
-// One write, and one part of a cache line, for all that is known of a key.
+// A record in three pieces, as it is computed and written: what is put together from
+// smaller ones in memory cannot be read at once by a processor.
+struct xbasedictionary::Parts {
+  std::uint64_t first, second;
+  std::uint32_t hash;
+};
+
+// One part of a cache line for all that is known of a key.
 struct xbasedictionary::Record {
   static constexpr std::size_t kMostText = 14;
+
+  Record() = default;
+  explicit Record(const Parts& parts) { put(parts); }
+  void put(const Parts& parts) {
+    const std::uint64_t words[2] = {htole64(parts.first), htole64(parts.second)};
+    static_assert(sizeof words == offsetof(Record, hash), "text and step");
+    char* const at = reinterpret_cast<char*>(this);
+    std::memcpy(at, &words[0], sizeof words[0]);
+    std::memcpy(at + sizeof words[0], &words[1], sizeof words[1]);
+    hash = parts.hash;
+  }
 
   // The eight bytes from `at` on, the step in the last of them.
   std::uint64_t word(std::size_t at) const {
@@ -131,7 +184,7 @@ struct xbasedictionary::Key {
   explicit Key(const char* key)
       : text(key),
         length(std::strlen(key)),
-        tail(TailOf(key, length)),
+        tail(0),
         hash(HashOf(key, length, tail)),
         tag(TagOf(hash)),
         bit(BitOf(hash)) {}
@@ -143,25 +196,21 @@ struct xbasedictionary::Key {
   std::uint64_t firstWord() const { return length < 8 ? tail : WordAt(text); }
   std::uint64_t secondWord() const { return length < 8 ? 0 : tail; }
 
-  Record record() const {
-    Record record;
-    const std::uint64_t words[2] = {htole64(isLong() ? 0 : firstWord()),
-                                    htole64(isLong() ? 0 : secondWord())};
-    static_assert(sizeof words == offsetof(Record, hash), "text and step");
-    std::memcpy(&record, words, sizeof words);
-    record.text[Record::kMostText] = isLong();
-    record.stepByte = static_cast<char>(step() / 2);
-    record.hash = hash;
-    return record;
+  Record record() const { return Record(parts()); }
+  Parts parts() const {
+    const std::uint64_t step64 = static_cast<unsigned char>(step() / 2);
+    return {isLong() ? 0 : firstWord(),
+            (isLong() ? std::uint64_t{1} << 48 : secondWord()) | step64 << 56, hash};
   }
 
-  // Whether the slot of that record and that key has this text. Copies of long keys
-  // are padded with zeros to a multiple of eight, and the word in which a text ends
-  // ends the comparison.
+  // Whether the slot of that record and that key has this text.
   bool isTextOf(const Record& its, const char* const& slotKey) const {
     if (!isLong()) return its.word(0) == firstWord() && its.word(8) << 8 == secondWord() << 8;
-    if (!its.isLong()) return false;
-    const char* const copy = slotKey;
+    return its.isLong() && isTextOf(slotKey);
+  }
+  // Copies are padded with zeros to a multiple of eight, and the word in which a text
+  // ends ends the comparison.
+  bool isTextOf(const char* copy) const {
     std::size_t at = 0;
     for (; at + 8 <= length; at += 8) {
       if (WordAt(copy + at) != WordAt(text + at)) return false;
@@ -195,6 +244,8 @@ struct xbasedictionary::Past {
   Record* records;
   Mark* marks;
   unsigned mask;
+  unsigned char textsUsed;
+  std::uint32_t liveBits;
   velDictIndex* shortcut;
 };
 
@@ -205,7 +256,8 @@ static_assert(sizeof(xdictentry<unsigned char>) == 16 && sizeof(xdictentry<int>)
 std::uint32_t xbdictHashMain(const char* key, unsigned* length) {
   const std::size_t bytes = std::strlen(key);
   *length = static_cast<unsigned>(bytes);
-  return HashOf(key, bytes, TailOf(key, bytes));
+  std::uint64_t tail;
+  return HashOf(key, bytes, tail);
 }
 
 std::uint32_t xbdictHashCollision(const char* key, unsigned length) {
@@ -235,14 +287,14 @@ static unsigned FirstOfRow(std::uint64_t row) {
 #endif
 }
 
-unsigned xbasedictionary::NextEntry(unsigned index, unsigned end) const {
+unsigned xbasedictionary::NextMarked(unsigned index, unsigned end) const {
   // Of a live slot's tag a bit above the lowest is set. Four slots are looked at
   // together, without a question for each: the answers follow no pattern.
   static_assert((kEmpty | kVacated) == 1 && sizeof(Mark) == 2, "what the look relies on");
   constexpr unsigned kRow = 4;
-  constexpr Mark liveBits[kRow] = {{0xFE, 0}, {0xFE, 0}, {0xFE, 0}, {0xFE, 0}};
+  constexpr Mark tagBits[kRow] = {{0xFE, 0}, {0xFE, 0}, {0xFE, 0}, {0xFE, 0}};
   std::uint64_t liveMask;
-  std::memcpy(&liveMask, liveBits, sizeof liveMask);
+  std::memcpy(&liveMask, tagBits, sizeof liveMask);
   end = std::min(end, slotCount);
   for (; index + kRow <= end; index += kRow) {
     std::uint64_t live;
@@ -272,10 +324,21 @@ void xbasedictionary::DropShortcut() {
 }
 
 void xbasedictionary::DropMarks() {
-  ::operator delete(slotRecords);
+  ReleaseBeside(slotRecords, slotMarks);
   slotRecords = nullptr;
   slotMarks = nullptr;
   markMask = 0;
+  textsUsed = 0;
+  liveBits = 0;
+}
+
+// What lies beside a table, unless it goes with the block of the table.
+void xbasedictionary::ReleaseBeside(Record* records, Mark* marks) const {
+  if (records) {
+    ::operator delete(records);
+  } else if (!ownHooks) {
+    ::operator delete(marks);
+  }
 }
 
 void xbasedictionary::DropKeys() {
@@ -283,8 +346,8 @@ void xbasedictionary::DropKeys() {
   keyStore = nullptr;
 }
 
-// A copy of a long key, owned by the dictionary. Throws std::bad_alloc.
-const char* xbasedictionary::NewKey(const char* text, std::size_t length) {
+// A copy of a key in the store. Throws std::bad_alloc.
+const char* xbasedictionary::StoreKey(const char* text, std::size_t length) {
   // The first of them lie in one block with their store.
   constexpr std::size_t kFirstKeys = 128;
   if (!keyStore) keyStore = velDictKeys::create(kFirstKeys);
@@ -296,9 +359,42 @@ const char* xbasedictionary::NewKey(const char* text, std::size_t length) {
   return copy;
 }
 
+// A copy of a key that does not lie in a record. Throws std::bad_alloc.
+const char* xbasedictionary::NewKey(const char* text, std::size_t length) {
+  if (!slotRecords && length <= velDictKeys::kShort) {
+    auto* beside = reinterpret_cast<Beside*>(slotMarks);
+    const std::size_t size = velDictKeys::paddedSize(length);
+    if (size <= sizeof beside->texts - textsUsed) {
+      const char* const copy = velDictKeys::fill(beside->texts + textsUsed, text, length);
+      textsUsed = static_cast<unsigned char>(textsUsed + size);
+      return copy;
+    }
+  }
+  return StoreKey(text, length);
+}
+
+// Whether a copy of a key lies where a table of the first size has its marks.
+bool xbasedictionary::IsBeside(const Mark* marks, const char* copy) {
+  return reinterpret_cast<std::uintptr_t>(copy) - reinterpret_cast<std::uintptr_t>(marks) <
+         sizeof(Beside);
+}
+
+// The place of a key beside the table is free again if it is the last.
 void xbasedictionary::GiveBackKey(const char* copy, std::size_t length) {
+  if (!slotRecords && slotMarks && IsBeside(slotMarks, copy)) {
+    const auto* beside = reinterpret_cast<const Beside*>(slotMarks);
+    if (copy + velDictKeys::paddedSize(length) == beside->texts + textsUsed) {
+      textsUsed = static_cast<unsigned char>(copy - beside->texts);
+    }
+    return;
+  }
   keyStore->remove(copy, length);
   if (keyStore->isEmpty()) DropKeys();
+}
+
+inline bool xbasedictionary::HasText(unsigned index, const Key& key, unsigned slotSize) const {
+  const char* const& slotKey = KeyOf(table, index, slotSize);
+  return slotRecords ? key.isTextOf(slotRecords[index], slotKey) : key.isTextOf(slotKey);
 }
 
 // Whether `key` is there, and its slot, else kNoIndex. `probes` gets the number of
@@ -314,52 +410,64 @@ inline bool xbasedictionary::IsPresent(const Key& key, unsigned& index, unsigned
   }
   const unsigned at = key.hash & markMask;
   // Needed unless the mark says no, and then the wait for all of them is one.
-  __builtin_prefetch(&slotRecords[at]);
+  if (slotRecords) __builtin_prefetch(&slotRecords[at]);
   __builtin_prefetch(&KeyOf(table, at, slotSize));
   probes = 1;
   const Mark start = slotMarks[at];
-  if (start.tag == key.tag && key.isTextOf(slotRecords[at], KeyOf(table, at, slotSize))) {
+  if (start.tag == key.tag && HasText(at, key, slotSize)) {
     index = at;
     return true;
   }
   if (!(start.passed & key.bit)) return false;
-  index = PresentBeyondStart(key, slotSize, probes);
+  // Copies and results by value, so that what is known of the key stays in registers.
+  const Found found = PresentBeyondStart(Key(key), slotSize);
+  index = found.index;
+  probes = found.probes;
   return index != kNoIndex;
 }
 
 // The slot of `key` on the rest of its path.
-[[gnu::noinline]] unsigned xbasedictionary::PresentBeyondStart(const Key& key, unsigned slotSize,
-                                                               unsigned& probes) const {
+[[gnu::noinline]] xbasedictionary::Found xbasedictionary::PresentBeyondStart(
+    const Key& key, unsigned slotSize) const {
   std::uint32_t h = key.hash;
+  unsigned probes = 1;
   for (const std::uint32_t step = key.step(); probes <= markMask;) {
     h += step;
     ++probes;
     const unsigned at = h & markMask;
     const unsigned char tag = slotMarks[at].tag;
-    if (tag == key.tag && key.isTextOf(slotRecords[at], KeyOf(table, at, slotSize))) return at;
+    if (tag == key.tag && HasText(at, key, slotSize)) return {at, probes};
     if (tag == kEmpty) break;
   }
-  return kNoIndex;
+  return {kNoIndex, probes};
 }
 
 // The slot to fill with a key that is not there, or kNoIndex when all are taken;
 // `probes` as above.
-unsigned xbasedictionary::SlotToFill(const Record& record, unsigned& probes) const {
+template <class Path>
+[[gnu::always_inline]] inline unsigned xbasedictionary::SlotToFill(const Path& path,
+                                                                   unsigned& probes) const {
   probes = 0;
   if (!slotMarks) return kNoIndex;
-  if (shortcut) return shortcut->slotToFill(record.hash, record.step());
+  if (shortcut) return shortcut->slotToFill(path.hash, path.step());
+  // Most often the first is empty, and nobody asks for the step.
+  probes = 1;
+  std::uint32_t h = path.hash;
+  unsigned at = h & markMask;
+  unsigned char tag = slotMarks[at].tag;
+  if (tag == kEmpty) return at;
   unsigned index = kNoIndex;
-  const std::uint32_t step = record.step();
-  for (std::uint32_t h = record.hash; probes <= markMask; h += step) {
-    ++probes;
-    const unsigned at = h & markMask;
-    const unsigned char tag = slotMarks[at].tag;
-    if (tag == kEmpty) return index == kNoIndex ? at : index;
+  for (const std::uint32_t step = path.step();;) {
     // The last one passed wins, not the first: slot order is visible to callers
     // through getkeybyindex.
     if (tag == kVacated) index = at;
+    if (probes > markMask) return index;
+    h += step;
+    ++probes;
+    at = h & markMask;
+    tag = slotMarks[at].tag;
+    if (tag == kEmpty) return index == kNoIndex ? at : index;
   }
-  return index;
 }
 
 // Ends the process where an absent key has no slot to go to.
@@ -374,7 +482,7 @@ bool xbasedictionary::FindIndex(const char* key, unsigned& index, unsigned slotS
   unsigned probes;
   if (IsPresent(sought, index, slotSize, probes)) return true;
   CheckRoom();
-  index = SlotToFill(sought.record(), probes);
+  index = SlotToFill(sought, probes);
   return false;
 }
 
@@ -388,16 +496,26 @@ void xbasedictionary::CountProbes(unsigned probes, unsigned slotSize) {
   shortcut = velDictIndex::create({table, slotSize, slotCount});
 }
 
-// Puts a key into the slot found for it; `longCopy` is for long ones.
-void xbasedictionary::Occupy(unsigned index, const Record& record, const char* longCopy,
-                             unsigned slotSize) {
-  slotRecords[index] = record;
-  const char* const key = longCopy ? longCopy : slotRecords[index].text;
+// These set the tag of a slot, and of a table without records the bit.
+inline void xbasedictionary::MarkLive(unsigned index, unsigned char tag) {
+  slotMarks[index].tag = tag;
+  if (!slotRecords) liveBits |= std::uint32_t{1} << index;
+}
+inline void xbasedictionary::MarkVacant(unsigned index, unsigned char tag) {
+  slotMarks[index].tag = tag;
+  if (!slotRecords) liveBits &= ~(std::uint32_t{1} << index);
+}
+
+// Puts a key into the slot found for it: the copy, or, without one, the text of the
+// record there.
+[[gnu::always_inline]] inline void xbasedictionary::Occupy(unsigned index, std::uint32_t hash,
+                                                           const char* copy, unsigned slotSize) {
+  const char* const key = copy ? copy : slotRecords[index].text;
   if (shortcut) shortcut->adding(index, key);
   KeyOf(table, index, slotSize) = key;
-  slotMarks[index].tag = Key::TagOf(record.hash);
-  const unsigned start = record.hash & markMask;
-  if (index != start) slotMarks[start].passed |= Key::BitOf(record.hash);
+  MarkLive(index, Key::TagOf(hash));
+  const unsigned start = hash & markMask;
+  if (index != start) slotMarks[start].passed |= Key::BitOf(hash);
   ++liveCount;
 }
 
@@ -419,7 +537,7 @@ bool xbasedictionary::BaseFind(const char* key, void* value, unsigned slotSize,
 }
 
 // The value of an entry, under a mark: its own code runs.
-void xbasedictionary::Assign(void* slotValue, const void* value) {
+inline void xbasedictionary::Assign(void* slotValue, const void* value) {
   const velUpdate update(this);
   OnCopyEntry(slotValue, value);
 }
@@ -448,37 +566,44 @@ void xbasedictionary::BaseSet(const char* text, const void* value, unsigned slot
     }
     CheckRoom();
   }
-  const Record record = key.record();
-  const char* const longCopy = !present && key.isLong() ? NewKey(text, key.length) : nullptr;
+  // The table to come has records, but for the first, which has room for a key that
+  // is not very long.
+  static_assert(velDictKeys::kShort < sizeof(Beside::texts), "room for any short key");
+  const bool fits = slotCount == 0 && key.length <= velDictKeys::kShort;
+  const char* copy = nullptr;
+  Parts parts = {};
   if (resizes) {
-    // The text may be one of our own, and short ones move.
-    if (!key.isLong()) key.text = record.text;
+    parts = key.parts();
+    if (!present && key.isLong() && !fits) copy = StoreKey(text, key.length);
     try {
-      AdjustTableSize(static_cast<unsigned>(wanted), slotSize, valueOffset);
+      // The text may be one of our own, and these move.
+      AdjustTableSize(static_cast<unsigned>(wanted), slotSize, valueOffset, &index);
     } catch (...) {
-      if (longCopy) GiveBackKey(longCopy, key.length);
+      if (copy) GiveBackKey(copy, key.length);
       throw;
     }
-    if (present) {
-      IsPresent(key, index, slotSize, probes);
-      CountProbes(probes, slotSize);
-      return Assign(ValueAt(index, slotSize, valueOffset), value);
-    }
+    if (present) return Assign(ValueAt(index, slotSize, valueOffset), value);
+    if (fits) copy = NewKey(text, key.length);
+    index = SlotToFill(Record(parts), probes);
+  } else {
+    if (slotRecords) parts = key.parts();
+    if (!slotRecords || key.isLong()) copy = NewKey(text, key.length);
+    index = SlotToFill(key, probes);
   }
-  index = SlotToFill(record, probes);
   CountProbes(probes, slotSize);
   const char* const vacant = KeyAt(index, slotSize);
   const unsigned char vacantTag = slotMarks[index].tag;
-  Occupy(index, record, longCopy, slotSize);
+  if (slotRecords) slotRecords[index].put(parts);
+  Occupy(index, key.hash, copy, slotSize);
   try {
     Assign(ValueAt(index, slotSize, valueOffset), value);
   } catch (...) {
     // No entry without its value.
     DropShortcut();
     KeyOf(table, index, slotSize) = vacant;
-    slotMarks[index].tag = vacantTag;
+    MarkVacant(index, vacantTag);
     --liveCount;
-    if (longCopy) GiveBackKey(longCopy, key.length);
+    if (copy) GiveBackKey(copy, key.length);
     throw;
   }
 }
@@ -487,21 +612,22 @@ void xbasedictionary::RemoveAt(unsigned index, unsigned slotSize, unsigned value
   velUpdate::refuse(this, kSource, 330);
   const char*& key = KeyOf(table, index, slotSize);
   if (shortcut) shortcut->removing(index);
-  if (slotRecords[index].isLong()) GiveBackKey(key, std::strlen(key));
+  if (!slotRecords || slotRecords[index].isLong()) GiveBackKey(key, std::strlen(key));
   key = kTombstone;
-  slotMarks[index].tag = kVacated;
+  MarkVacant(index, kVacated);
   {
     const velUpdate update(this);
     OnRemoveEntry(ValueAt(index, slotSize, valueOffset));
   }
   --liveCount;
+  if (liveCount == 0) textsUsed = 0;  // whatever the order in which they went
   const unsigned half = slotCount / 2;
   const bool shrinks = policy.shrinkPercent != 0 && slotCount > kFirstSize &&
                        LoadBelow(liveCount, slotCount, policy.shrinkPercent) &&
                        LoadBelow(liveCount, half, policy.growPercent);
   if (!shrinks) return;
   try {
-    AdjustTableSize(half, slotSize, valueOffset);
+    AdjustTableSize(half, slotSize, valueOffset, nullptr);
   } catch (const std::bad_alloc&) {
     // The entry is gone; a table that stays large is no failure.
   }
@@ -574,25 +700,35 @@ void xbasedictionary::Empty(unsigned slotSize) {
 }
 
 // Another table, of empty slots; or, without memory, the one that was there.
-void xbasedictionary::Allocate(unsigned slots, unsigned slotSize) {
+// `withRecords` is for the first size; larger ones always have them.
+void xbasedictionary::Allocate(unsigned slots, unsigned slotSize, bool withRecords) {
   const velUpdate update(this);
   void* const block = OnAllocate(slots);
   if (!ownHooks) {
     for (unsigned i = 0; i < slots; ++i) KeyOf(block, i, slotSize) = nullptr;
   }
-  constexpr std::size_t kBytes = sizeof(Record) + sizeof(Mark);
   void* beside;
+  withRecords |= slots != kFirstSize;
   try {
-    beside = ::operator new(std::size_t{slots} * kBytes);
+    if (withRecords) {
+      beside = ::operator new (std::size_t{slots} * (sizeof(Record) + sizeof(Mark)));
+    } else if (ownHooks) {
+      beside = static_cast<char*>(block) + std::size_t{slots} * slotSize;
+    } else {
+      beside = ::operator new(sizeof(Beside));
+    }
   } catch (...) {
     OnDestroy(block, slots);
     throw;
   }
   table = block;
   slotCount = slots;
-  slotRecords = static_cast<Record*>(beside);
-  slotMarks = reinterpret_cast<Mark*>(slotRecords + slots);
+  slotRecords = withRecords ? static_cast<Record*>(beside) : nullptr;
+  slotMarks = withRecords ? reinterpret_cast<Mark*>(slotRecords + slots)
+                          : static_cast<Beside*>(beside)->marks;
   markMask = slots - 1;
+  textsUsed = 0;
+  liveBits = 0;
   std::fill_n(slotMarks, slots, Mark{kEmpty, 0});
 }
 
@@ -601,13 +737,18 @@ void xbasedictionary::BaseAllocate(unsigned n, unsigned slotSize) {
   while (n && LoadAbove(n, slots, policy.growPercent)) slots *= 2;
   if (slots > kMostSlots) velThrowSizeLimit();
   Empty(slotSize);
-  if (n) Allocate(static_cast<unsigned>(slots), slotSize);
+  if (n) Allocate(static_cast<unsigned>(slots), slotSize, false);
 }
 
-void xbasedictionary::AdjustTableSize(unsigned newSize, unsigned slotSize, unsigned valueOffset) {
-  const Past past = {table, slotCount, liveCount, slotRecords, slotMarks, markMask, shortcut};
+// `moving` (nullable) is a slot that the caller keeps an eye on: it gets the number
+// of the slot that its entry moves to.
+void xbasedictionary::AdjustTableSize(unsigned newSize, unsigned slotSize, unsigned valueOffset,
+                                      unsigned* moving) {
+  if (table && !slotRecords) KeepKeysBeside(slotSize);
+  const Past past = {table,    slotCount, liveCount, slotRecords, slotMarks,
+                     markMask, textsUsed, liveBits,  shortcut};
   const velUpdate update(this);
-  Allocate(newSize, slotSize);
+  Allocate(newSize, slotSize, past.table != nullptr);
   liveCount = 0;
   shortcut = nullptr;
   wastedProbes = 0;
@@ -618,7 +759,7 @@ void xbasedictionary::AdjustTableSize(unsigned newSize, unsigned slotSize, unsig
           ? velDictKeys::create(keyStore->used())
           : nullptr;
   try {
-    Rehash(past, slotSize, valueOffset, freshKeys);
+    Rehash(past, slotSize, valueOffset, freshKeys, moving);
   } catch (...) {
     // A value could not be copied: the old block still has all of them.
     void* const newTable = table;
@@ -631,12 +772,15 @@ void xbasedictionary::AdjustTableSize(unsigned newSize, unsigned slotSize, unsig
     slotRecords = past.records;
     slotMarks = past.marks;
     markMask = past.mask;
+    textsUsed = past.textsUsed;
+    liveBits = past.liveBits;
     shortcut = past.shortcut;
     OnDestroy(newTable, newSize);
     throw;
   }
   velDictIndex::destroy(past.shortcut);
-  ::operator delete(past.records);
+  if (past.table && !past.records) DropShortKeys(past, slotSize);
+  ReleaseBeside(past.records, past.marks);
   if (freshKeys) {
     freshKeys->takeLong(*keyStore);
     DropKeys();
@@ -645,28 +789,52 @@ void xbasedictionary::AdjustTableSize(unsigned newSize, unsigned slotSize, unsig
   OnDestroy(past.table, past.slotCount);
 }
 
+// Before a table without records goes: what will not be short enough for a record
+// moves from beside the table to the store. The dictionary is whole at any time.
+void xbasedictionary::KeepKeysBeside(unsigned slotSize) {
+  for (unsigned i = 0; i < slotCount; ++i) {
+    const char*& key = KeyOf(table, i, slotSize);
+    if (xdictentryIsVacant(key) || !IsBeside(slotMarks, key)) continue;
+    const std::size_t length = std::strlen(key);
+    if (length > Record::kMostText) key = StoreKey(key, length);
+  }
+}
+
+// When one has gone: its short keys lie in records now and leave the store.
+void xbasedictionary::DropShortKeys(const Past& past, unsigned slotSize) {
+  for (unsigned i = 0; i < past.slotCount; ++i) {
+    const char* const key = KeyOf(past.table, i, slotSize);
+    if (xdictentryIsVacant(key) || IsBeside(past.marks, key)) continue;
+    const std::size_t length = std::strlen(key);
+    if (length <= Record::kMostText) GiveBackKey(key, length);
+  }
+}
+
 // Brings the entries of a table to this one, which is empty, in the order of their
 // slots. The old block keeps its keys, but they are only tested for vacancy from
 // here on.
 void xbasedictionary::Rehash(const Past& past, unsigned slotSize, unsigned valueOffset,
-                             velDictKeys* freshKeys) {
+                             velDictKeys* freshKeys, unsigned* moving) {
   if (!past.table) return;
+  const unsigned followed = moving ? *moving : kNoIndex;
   for (unsigned i = 0; i <= past.mask; ++i) {
     if (past.marks[i].tag <= kVacated) continue;
-    const Record& record = past.records[i];
+    const char* const key = KeyOf(past.table, i, slotSize);
+    Record made;
+    if (!past.records) made = Key(key).record();
+    const Record& record = past.records ? past.records[i] : made;
     unsigned probes;
     const unsigned index = SlotToFill(record, probes);
     CountProbes(probes, slotSize);
-    const char* longCopy = nullptr;
-    if (record.isLong()) {
-      longCopy = KeyOf(past.table, i, slotSize);
-      if (freshKeys) longCopy = freshKeys->moved(longCopy, std::strlen(longCopy));
-    }
-    Occupy(index, record, longCopy, slotSize);
+    const char* copy = nullptr;
+    if (record.isLong()) copy = freshKeys ? freshKeys->moved(key, std::strlen(key)) : key;
+    slotRecords[index] = record;
+    Occupy(index, record.hash, copy, slotSize);
+    if (i == followed) *moving = index;
     const char* const value =
         static_cast<char*>(past.table) + std::size_t{i} * slotSize + valueOffset;
     if (ownBytes) {
-      std::memcpy(ValueAt(index, slotSize, valueOffset), value, slotSize - valueOffset);
+      CopyBytes(ValueAt(index, slotSize, valueOffset), value, slotSize - valueOffset);
     } else {
       OnCopyEntry(ValueAt(index, slotSize, valueOffset), value);
     }
@@ -678,19 +846,24 @@ void xbasedictionary::BaseClone(const xbasedictionary* other, unsigned slotSize,
   if (other == this) return;
   Empty(slotSize);
   if (!other || !other->table) return;
-  Allocate(other->slotCount, slotSize);
+  Allocate(other->slotCount, slotSize, other->slotRecords != nullptr);
   try {
     const velUpdate update(this);
     const velUpdate reading(other);
     for (unsigned i = 0; i < slotCount; ++i) {
-      slotMarks[i] = other->slotMarks[i];
+      slotMarks[i].passed = other->slotMarks[i].passed;
       const char* key = other->KeyAt(i, slotSize);
       if (!xdictentryIsVacant(key)) {
-        slotRecords[i] = other->slotRecords[i];
-        key = slotRecords[i].isLong() ? NewKey(key, std::strlen(key)) : slotRecords[i].text;
+        if (slotRecords) slotRecords[i] = other->slotRecords[i];
+        key = slotRecords && !slotRecords[i].isLong() ? slotRecords[i].text
+                                                      : NewKey(key, std::strlen(key));
       }
       KeyOf(table, i, slotSize) = key;
-      if (xdictentryIsVacant(key)) continue;
+      if (xdictentryIsVacant(key)) {
+        MarkVacant(i, other->slotMarks[i].tag);
+        continue;
+      }
+      MarkLive(i, other->slotMarks[i].tag);
       ++liveCount;
       OnCopyEntry(ValueAt(i, slotSize, valueOffset), other->ValueAt(i, slotSize, valueOffset));
     }

@@ -20,7 +20,10 @@
 // the slot number does not use: a lookup reads keys only where they are likely to
 // match, and one in vain mostly reads a single mark. There is a record of each key,
 // too: its text, if it is short, which a lookup reads without waiting for the pointer
-// in the slot, and its hash and step, for the next resize.
+// in the slot, and its hash and step, for the next resize. A table of the first size
+// goes without records: most dictionaries have a handful of entries, and what a walk
+// over many of them takes is the memory it has to touch. Its marks and its first keys
+// lie together, a front's own right behind the slots.
 // A table that many collisions or tombstones have slowed down is searched through
 // a private index from then on (velbdictindex.h), with the same slots as result.
 // Threads: no locks; BaseFind and the reading by index write nothing, so that
@@ -126,9 +129,28 @@ class VELSTD_API xbasedictionary {
   /// The value of `key` in its slot, or null when it is not there. Aborts as FindIndex().
   const void* BaseLocate(const char* key, unsigned slotSize, unsigned valueOffset) const;
 
-  /// The first slot from `index` on that holds an entry; at least `end` if there is
-  /// none below it. Reads the marks alone.
-  unsigned NextEntry(unsigned index, unsigned end) const;
+  /// The first slot from `index` on that holds an entry; at least `end`, or the number
+  /// of slots, if there is none below it. Does not read the slots.
+  unsigned NextEntry(unsigned index, unsigned end) const {
+    if (slotRecords) return NextMarked(index, end);
+    const std::uint32_t bits = index < kFirstSize ? liveBits >> index : 0;
+    return bits ? index + static_cast<unsigned>(__builtin_ctz(bits)) : end;
+  }
+
+  /// Tells the processor to fetch the entries of a table of the first size, which are
+  /// about to be read one after the other: it waits for all of them at once.
+  void FetchEntries(unsigned slotSize) const {
+    if (slotRecords || !table) return;
+    const char* const texts = reinterpret_cast<const Beside*>(slotMarks)->texts;
+    __builtin_prefetch(texts);
+    __builtin_prefetch(texts + 64);
+    for (std::uint32_t bits = liveBits; bits; bits &= bits - 1) {
+      const char* const entry =
+          static_cast<const char*>(table) + static_cast<unsigned>(__builtin_ctz(bits)) * slotSize;
+      __builtin_prefetch(entry);
+      __builtin_prefetch(entry + slotSize - 1);
+    }
+  }
 
   void* GetDataPtr() const { return table; }
   unsigned GetTableSize() const { return slotCount; }
@@ -139,8 +161,8 @@ class VELSTD_API xbasedictionary {
   ~xbasedictionary();
 
   /// Declares, in the constructor of a front whose hooks are final, that
-  /// OnAllocate makes keys null and that OnCopyEntry is a plain assignment, which
-  /// the front may then make itself.
+  /// OnAllocate makes keys null and has RoomBehind() the slots, and that OnCopyEntry
+  /// is a plain assignment, which the front may then make itself.
   /// @param bytes   whether values are mere bytes
   void SetOwnHooks(bool bytes) {
     ownHooks = true;
@@ -150,6 +172,10 @@ class VELSTD_API xbasedictionary {
 
   /// Raw memory for a block; released as an array of char.
   static void* AllocateBlock(std::size_t bytes);
+  /// What a block of a front with hooks of its own has room for behind its slots.
+  static constexpr std::size_t RoomBehind(unsigned slots) {
+    return slots == kFirstSize ? sizeof(Beside) : 0;
+  }
   static void ReleaseBlock(void* block);
 
  private:
@@ -159,15 +185,29 @@ class VELSTD_API xbasedictionary {
     unsigned char passed;  // a set of bits of the hashes of keys whose path starts
                            // here and that lie elsewhere, or once did
   };
+  static constexpr unsigned kFirstSize = 32;
+  // What lies beside a table of the first size: its marks, and its keys as long as
+  // there is room for them.
+  struct Beside {
+    Mark marks[kFirstSize];
+    char texts[128];
+  };
   // What a slot's key is.
   struct Record;
+  struct Parts;
   // A text that is looked for.
   struct Key;
+  // Where it is, and how many slots were looked at.
+  struct Found {
+    unsigned index;
+    unsigned probes;
+  };
   // A table that another one takes the place of.
   struct Past;
   static constexpr unsigned char kEmpty = 0;
   static constexpr unsigned char kVacated = 1;
 
+  unsigned NextMarked(unsigned index, unsigned end) const;
   const char*& KeyOf(void* block, unsigned index, unsigned slotSize) const;
   const char* KeyAt(unsigned index, unsigned slotSize) const {
     return KeyOf(table, index, slotSize);
@@ -175,21 +215,31 @@ class VELSTD_API xbasedictionary {
   void* ValueAt(unsigned index, unsigned slotSize, unsigned valueOffset) const;
   bool IsLive(unsigned index, unsigned slotSize) const;
   bool IsPresent(const Key& key, unsigned& index, unsigned slotSize, unsigned& probes) const;
-  unsigned PresentBeyondStart(const Key& key, unsigned slotSize, unsigned& probes) const;
-  unsigned SlotToFill(const Record& record, unsigned& probes) const;
+  Found PresentBeyondStart(const Key& key, unsigned slotSize) const;
+  bool HasText(unsigned index, const Key& key, unsigned slotSize) const;
+  template <class Path>
+  unsigned SlotToFill(const Path& path, unsigned& probes) const;
   void CheckRoom() const;
-  void Occupy(unsigned index, const Record& record, const char* longCopy, unsigned slotSize);
+  void MarkLive(unsigned index, unsigned char tag);
+  void MarkVacant(unsigned index, unsigned char tag);
+  void Occupy(unsigned index, std::uint32_t hash, const char* copy, unsigned slotSize);
+  const char* StoreKey(const char* text, std::size_t length);
   const char* NewKey(const char* text, std::size_t length);
   void GiveBackKey(const char* copy, std::size_t length);
+  static bool IsBeside(const Mark* marks, const char* copy);
   void CountProbes(unsigned probes, unsigned slotSize);
   void DropShortcut();
   void DropMarks();
   void DropKeys();
   void Assign(void* slotValue, const void* value);
   void Empty(unsigned slotSize);
-  void Allocate(unsigned slots, unsigned slotSize);
-  void AdjustTableSize(unsigned newSize, unsigned slotSize, unsigned valueOffset);
-  void Rehash(const Past& past, unsigned slotSize, unsigned valueOffset, velDictKeys* freshKeys);
+  void Allocate(unsigned slots, unsigned slotSize, bool withRecords);
+  void ReleaseBeside(Record* records, Mark* marks) const;
+  void AdjustTableSize(unsigned newSize, unsigned slotSize, unsigned valueOffset, unsigned* moving);
+  void KeepKeysBeside(unsigned slotSize);
+  void DropShortKeys(const Past& past, unsigned slotSize);
+  void Rehash(const Past& past, unsigned slotSize, unsigned valueOffset, velDictKeys* freshKeys,
+              unsigned* moving);
   void RemoveAt(unsigned index, unsigned slotSize, unsigned valueOffset);
 
   void* table = nullptr;
@@ -197,14 +247,17 @@ class VELSTD_API xbasedictionary {
   unsigned liveCount = 0;
   xdictcontrol policy;
   velDictIndex* shortcut = nullptr;  // made when probing gets slow; see velbdictindex.h
-  std::uint64_t wastedProbes = 0;
-  // One for each slot, and behind them, in the same block, the marks.
+  std::uint32_t wastedProbes = 0;    // below the number of slots
+  std::uint32_t liveBits = 0;        // the live slots of a table without records
+  // One for each slot, and behind them, in the same block, the marks; null for a
+  // table of the first size, whose marks begin a Beside.
   Record* slotRecords = nullptr;
   Mark* slotMarks = nullptr;
   unsigned markMask = 0;  // their number, less one
   bool ownHooks = false;
   bool ownBytes = false;
-  velDictKeys* keyStore = nullptr;  // the copies of long keys; none without them
+  unsigned char textsUsed = 0;      // bytes of Beside::texts
+  velDictKeys* keyStore = nullptr;  // the copies of keys that lie nowhere else; none without them
 };
 
 #endif  // VELSTD_SERVICES_VELBDICT_H

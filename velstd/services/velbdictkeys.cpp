@@ -45,13 +45,6 @@ void Allow([[maybe_unused]] void* at, [[maybe_unused]] std::size_t bytes) {
 #endif
 }
 
-// Copies a text to its place and pads it with zeros.
-const char* Fill(char* place, const char* text, std::size_t length) {
-  std::memset(place + length / 8 * 8, 0, 8);
-  std::memcpy(place, text, length);
-  return place;
-}
-
 }  // namespace
 
 struct velDictKeys::Chunk {
@@ -84,6 +77,12 @@ velDictKeys* velDictKeys::create(std::size_t bytes) noexcept {
   keys->chunkBytes = keys->firstBytes = bytes;
   Forbid(keys->cursor, bytes);
   return keys;
+}
+
+const char* velDictKeys::fill(char* place, const char* text, std::size_t length) noexcept {
+  std::memset(place + length / 8 * 8, 0, 8);
+  std::memcpy(place, text, length);
+  return place;
 }
 
 void velDictKeys::destroy(velDictKeys* keys) noexcept {
@@ -145,7 +144,7 @@ const char* velDictKeys::add(const char* text, std::size_t length) noexcept {
   const std::size_t size = paddedSize(length);
   if (length <= kShort) {
     char* place = take(size);
-    return place ? Fill(place, text, length) : nullptr;
+    return place ? fill(place, text, length) : nullptr;
   }
   auto* key = static_cast<Long*>(NewMemory(sizeof(Long) + size));
   if (!key) return nullptr;
@@ -153,7 +152,7 @@ const char* velDictKeys::add(const char* text, std::size_t length) noexcept {
   key->next = longKeys;
   if (longKeys) longKeys->previous = key;
   longKeys = key;
-  return Fill(key->text(), text, length);
+  return fill(key->text(), text, length);
 }
 
 void velDictKeys::remove(const char* key, std::size_t length) noexcept {

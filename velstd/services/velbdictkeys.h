@@ -45,6 +45,8 @@ class velDictKeys {
 
   bool isEmpty() const { return usedBytes == 0 && !longKeys; }
 
+  /// Copies a text to `place`, which has its padded size, with the padding.
+  static const char* fill(char* place, const char* text, std::size_t length) noexcept;
   static std::size_t paddedSize(std::size_t length) { return (length / 8 + 1) * 8; }
 
  private:

@@ -117,7 +117,7 @@ class VELSTD_API xtbdictionary : public virtual xobject, protected xbasedictiona
 
   /// A block with null keys and values made by their default constructors.
   static void* NewBlock(unsigned slots) {
-    void* block = AllocateBlock(std::size_t{slots} * kSlot);
+    void* block = AllocateBlock(std::size_t{slots} * kSlot + RoomBehind(slots));
     auto* entry = static_cast<Entry*>(block);
     for (unsigned i = 0; i < slots; ++i) new (entry + i) Entry{nullptr, T()};
     return block;
