@@ -630,7 +630,8 @@ void FillWalks(Table& table) {
         "velCompareTraverser::simpleValue|velCompareTraverser::beginObject|"
         "velCompareTraverser::endObject|velCompareTraverser::beginSequence|"
         "velCompareTraverser::beginStructAttribute|velCompareTraverser::beginSeqElement|"
-        "velCompareTraverser::beginDictElement|velCompareTraverser::beginArrayElement|"
+        "velCompareTraverser::beginDictionary|velCompareTraverser::beginDictElement|"
+        "velCompareTraverser::beginArrayElement|"
         "velCompareTraverser::beginUnionDicriminator|velCompareTraverser::beginUnionValue|"
         "velCompareTraverser::alreadyVisited",
         [](const xany& value) { return static_cast<int>(velCompare(value, value)); });

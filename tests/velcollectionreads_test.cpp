@@ -114,6 +114,41 @@ void ExpectEqualSequences() {
   }
 }
 
+// Keys that lie in the same slots of one dictionary after the other.
+TEST(VelCollectionReads, TellEachKeyFromTheLastOneInItsSlot) {
+  class Keys : public velTraverser {
+   public:
+    velTraverseResult beginDictElement(xrttidictionary*, xstring key,
+                                       xrcunihandle<xobject>) override {
+      seen += key.CastToCString();
+      seen += '\n';
+      return velTrContinue;
+    }
+    std::string seen;
+  };
+  std::string expected;
+  const auto documents = xanysequence::create();
+  for (int entries : {1, 40}) {
+    for (int i = 0; i < 2000; ++i) {
+      // Beginnings of one text, some of which differ in a byte.
+      std::string key = std::string("abcdefghijklmnopqrstuvwxyz").substr(0, i % 21);
+      if (i % 4 == 0 && !key.empty()) key[i / 4 % key.size()] = '-';
+      const auto document = xintdictionary::create();
+      document->set(key.c_str(), i);
+      if (entries > 1 && i % 50 != 0) continue;
+      for (int more = 1; more < entries; ++more) document->set(Key(more).c_str(), more);
+      for (int slot = 0; slot < document->getmapsize(); ++slot) {
+        xstring at;
+        if (document->getkeybyindex(slot, &at)) expected += std::string(at.CastToCString()) + '\n';
+      }
+      documents->append(xany(document));
+    }
+  }
+  Keys walked;
+  velTraverse(xany(documents), &walked);
+  EXPECT_TRUE(walked.seen == expected);
+}
+
 TEST(VelCollectionReads, WalkTheSameDictionariesAsTheLongWay) {
   ExpectEqualDictionaries<xbooldictionary, unsigned char>();
   ExpectEqualDictionaries<xintdictionary, int>();

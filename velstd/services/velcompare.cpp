@@ -64,8 +64,23 @@ velTraverseResult velCompareTraverser::beginSeqElement(xrttisequence* type, int 
                                                        xrcunihandle<xobject>) {
   const velSequenceReads* reads = velReadsOf(type);
   void* sequence = velCollectionAt(reads, objects.Top());
+  if (sequence && reads->inPlace) {
+    if (const xany* value = reads->inPlace(sequence, position)) {
+      current = *value;
+      return velTrContinue;
+    }
+  }
   current =
       sequence ? reads->element(sequence, position) : type->getElemValue(objects.Top(), position);
+  return velTrContinue;
+}
+
+velTraverseResult velCompareTraverser::beginDictionary(xrttidictionary* type,
+                                                       xrcunihandle<xobject>) {
+  // Its entries are about to be looked for.
+  if (objects.IsEmpty()) return velTrContinue;
+  const velDictionaryReads* reads = velReadsOf(type);
+  if (void* dictionary = velCollectionAt(reads, objects.Top())) reads->open(dictionary);
   return velTrContinue;
 }
 
@@ -73,10 +88,9 @@ velTraverseResult velCompareTraverser::beginDictElement(xrttidictionary* type, x
                                                         xrcunihandle<xobject>) {
   const velDictionaryReads* reads = velReadsOf(type);
   void* dictionary = velCollectionAt(reads, objects.Top());
+  if (dictionary) return require(reads->find(dictionary, key, &current));
   xany value;
-  const bool found = dictionary ? reads->find(dictionary, key, &value)
-                                : type->findElemValue(objects.Top(), key, &value) != 0;
-  if (!found) return require(false);
+  if (!type->findElemValue(objects.Top(), key, &value)) return require(false);
   current = static_cast<xany&&>(value);
   return velTrContinue;
 }

@@ -102,14 +102,6 @@ class Block {
   char gathered[256];
 };
 
-/// The narrow text of a string value that has one (borrowed), else null. A value has
-/// the layout of its C view.
-const char* NarrowText(const xany& value) {
-  __xany_c view;
-  std::memcpy(&view, &value, sizeof view);
-  return view.u.s.buffer ? view.u.s.narrow : nullptr;
-}
-
 bool PrintOwnName(Block& out, xrttiobject* type) {
   const xstring name = type->getName();
   if (name.IsNull() || name.IsEmpty()) return false;
@@ -193,7 +185,18 @@ void velPrintTraverser::printObjectAttribute(xrttiattr* attr) {
 
 velTraverseResult velPrintTraverser::simpleValue(xany value) {
   Block block(out);
-  if (value.isuninit()) {
+  if (value.getkind() == xanyString) {
+    // Most values are texts. A value has the layout of its C view.
+    __xany_c view;
+    std::memcpy(&view, &value, sizeof view);
+    block << '"';
+    if (view.u.s.buffer && view.u.s.narrow) {
+      block << view.u.s.narrow;
+    } else {
+      block << value.operator xstring();
+    }
+    block << '"';
+  } else if (value.isuninit()) {
     block << "uninit";
   } else if (value.isnil()) {
     block << "nil";
@@ -203,15 +206,6 @@ velTraverseResult velPrintTraverser::simpleValue(xany value) {
     block << (value.operator unsigned char() ? "true" : "false");
   } else if (value.isreal()) {
     out << value.operator double();
-  } else if (value.isstring()) {
-    const char* text = NarrowText(value);
-    block << '"';
-    if (text) {
-      block << text;
-    } else {
-      block << value.operator xstring();
-    }
-    block << '"';
   } else {
     return errorOccured("Invalid simple value", 0);
   }

@@ -128,13 +128,14 @@ enum class Move {
 struct Frame {
   Frame(xrttiobject* t, const TypePlan* p, xobject* o) : type(t), plan(p), object(o) {}
 
-  const View& part() const { return plan->parts[partIndex]; }
+  const View& part() const { return *currentPart; }
 
   xrttiobject* type;
   const TypePlan* plan;
   xrcunihandle<xobject> object;
   Move move = Move::nextPart;
   std::size_t partIndex = 0;
+  const View* currentPart = nullptr;
   // The place in the current part: attribute, element, entry or dimension.
   int index = 0;
   int count = 0;
@@ -200,6 +201,10 @@ class Walk {
     readValue(value, [&] { value = read(); });
     return value;
   }
+
+  // Whether it may be an object's own code that runs when the value is copied, which
+  // only a guarded read may do. What is none needs no copy but the visitor's.
+  static bool isObject(const xany& value) { return value.getkind() == xanyObject; }
 
   // `value` may lie in a frame: once one is pushed it is not looked at again. It is
   // not copied either before its kind is known to be a valid one. One that nobody
@@ -365,6 +370,7 @@ class Walk {
       frame.move = Move::close;
       return;
     }
+    frame.currentPart = &frame.plan->parts[frame.partIndex];
     const View& part = frame.part();
     frame.index = 0;
     switch (part.shape) {
@@ -383,7 +389,7 @@ class Walk {
       case Shape::dictionary:
         frame.collection = velCollectionAt(part.dictionaryReads, frame.object);
         frame.count = guardedCount([&] {
-          return frame.collection ? part.dictionaryReads->size(frame.collection)
+          return frame.collection ? part.dictionaryReads->open(frame.collection)
                                   : part.dictionary->getSize(frame.object);
         });
         frame.move = Move::entry;
@@ -473,10 +479,18 @@ class Walk {
       default:
         break;
     }
+    const velSequenceReads* reads = frame.collection ? frame.part().sequenceReads : nullptr;
+    if (reads && reads->inPlace) {
+      const xany* value = reads->inPlace(frame.collection, frame.index);
+      if (value && !isObject(*value)) {
+        frame.move = Move::elementEnd;
+        return visit(*value);
+      }
+    }
     xany value;
     readValue(value, [&] {
-      value = frame.collection ? frame.part().sequenceReads->element(frame.collection, frame.index)
-                               : type->getElemValue(frame.object, frame.index);
+      value = reads ? reads->element(frame.collection, frame.index)
+                    : type->getElemValue(frame.object, frame.index);
     });
     frame.move = Move::elementEnd;
     return visit(std::move(value));
@@ -516,6 +530,13 @@ class Walk {
       default:
         break;
     }
+    if (reads && reads->inPlace) {
+      const xany* value = reads->inPlace(frame.collection, frame.index);
+      if (value && !isObject(*value)) {
+        frame.move = Move::entryEnd;
+        return visit(*value);
+      }
+    }
     xany value;
     readValue(value, [&] {
       const bool found = reads ? reads->value(frame.collection, frame.index, &value)
@@ -543,11 +564,12 @@ class Walk {
     const char* text = reads.nextKey(frame.collection, &frame.index, frame.count);
     if (!text) return false;
     if (recentKeys.empty()) recentKeys.resize(kRecentKeys);
-    xstring& recent = recentKeys[static_cast<std::size_t>(frame.index) % kRecentKeys];
-    if (recent.IsNull() || std::strcmp(recent.CastToCString(), text) != 0) {
-      if (!guarded([&] { recent = text; })) return false;
+    RecentKey& recent = recentKeys[static_cast<std::size_t>(frame.index) % kRecentKeys];
+    if (recent.key.IsNull() || !recent.text.isKey(text)) {
+      if (!guarded([&] { recent.key = text; })) return false;
+      recent.text = velKeyText(recent.key.CastToCString(), std::strlen(text));
     }
-    frame.key = recent;
+    frame.key = recent.key;
     return true;
   }
 
@@ -704,7 +726,11 @@ class Walk {
   static constexpr std::size_t kShallow = 8;
   // Of standard dictionaries, by slot; none before the first.
   static constexpr std::size_t kRecentKeys = 32;
-  std::vector<xstring> recentKeys;
+  struct RecentKey {
+    xstring key;
+    velKeyText text;
+  };
+  std::vector<RecentKey> recentKeys;
 };
 
 }  // namespace
