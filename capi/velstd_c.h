@@ -396,7 +396,8 @@ VELSTD_API xrttiobject *xanysequence_getclassrtti_c(void);
 
 /* ---- dictionaries ---------------------------------------------------------------
  *
- * `dict`: as `seq` above. Keys are narrow texts; a null key parks velXNull.
+ * `dict`: as `seq` above. Keys are narrow texts; a null key (also the address
+ * 1) parks velXNull, the address 2 is the key "uninit".
  * Indices are slots: go from 0 to getmapsize - 1 and skip the vacant ones.
  * Below 0 parks velXNegativeIndex. Where nothing is found, strings and
  * variants that are handed back are the null string and uninit, truths and

@@ -230,6 +230,24 @@ TYPED_TEST(XtbDictionary, NullKeysThrowFromFindAndSet) {
   }
 }
 
+TYPED_TEST(XtbDictionary, TheAddressTwoIsAKeyLikeItsText) {
+  for (int withTable = 0; withTable < 2; ++withTable) {
+    if (withTable) this->Fill(30);  // which grows
+    EXPECT_FALSE(this->dict->find(Address(2), nullptr));
+    EXPECT_FALSE(this->dict->remove(Address(2)));
+    this->dict->set(Address(2), this->V(5));
+    auto value = this->V(77);
+    EXPECT_TRUE(this->dict->find("uninit", &value));
+    EXPECT_TRUE(value == this->V(5));
+    this->dict->set("uninit", this->V(6));
+    EXPECT_TRUE(this->dict->find(Address(2), &value));
+    EXPECT_TRUE(value == this->V(6));
+    EXPECT_EQ(this->CountEntries(), 30 * withTable + 1);
+    EXPECT_TRUE(this->dict->remove(Address(2)));
+    EXPECT_FALSE(this->dict->find("uninit", nullptr));
+  }
+}
+
 TYPED_TEST(XtbDictionary, RemoveOfNullIsFalse) {
   for (int withTable = 0; withTable < 2; ++withTable) {
     if (withTable) this->Fill(3);

@@ -7,6 +7,7 @@
 #include <new>
 
 #include "korabort.h"
+#include "korstring.h"
 #include "velbdictindex.h"
 #include "velbdictkeys.h"
 #include "velexceptions.h"
@@ -181,11 +182,12 @@ struct xbasedictionary::Record {
 };
 
 struct xbasedictionary::Key {
+  // Not of null text, which is no key; the address 2 is a text here, too.
   explicit Key(const char* key)
-      : text(key),
-        length(std::strlen(key)),
+      : text(korText(key)),
+        length(std::strlen(text)),
         tail(0),
-        hash(HashOf(key, length, tail)),
+        hash(HashOf(text, length, tail)),
         tag(TagOf(hash)),
         bit(BitOf(hash)) {}
 
@@ -542,10 +544,10 @@ inline void xbasedictionary::Assign(void* slotValue, const void* value) {
   OnCopyEntry(slotValue, value);
 }
 
-void xbasedictionary::BaseSet(const char* text, const void* value, unsigned slotSize,
+void xbasedictionary::BaseSet(const char* given, const void* value, unsigned slotSize,
                               unsigned valueOffset) {
   velUpdate::refuse(this, kSource, 300);
-  if (xdictentryIsVacant(text)) velhAssertNotNullKey(text);
+  if (xdictentryIsVacant(given)) velhAssertNotNullKey(given);
   std::uint64_t wanted = slotCount;
   if (slotCount == 0) {
     wanted = kFirstSize;
@@ -554,7 +556,8 @@ void xbasedictionary::BaseSet(const char* text, const void* value, unsigned slot
     if (wanted > kMostSlots) velThrowSizeLimit();
   }
   // What a new entry needs is there before anything changes.
-  Key key(text);
+  Key key(given);
+  const char* const text = key.text;
   unsigned index;
   unsigned probes;
   const bool present = IsPresent(key, index, slotSize, probes);

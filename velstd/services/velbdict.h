@@ -15,7 +15,7 @@
 // with "Re-entry into a container during its update."; others come out with
 // contents of their own making, or use a block that is gone.
 // Keys are narrow texts, compared byte by byte; null and 1 are no keys and are
-// never found.
+// never found, and the address 2 stands for "uninit", as in all texts.
 // Beside the table lies a mark of two bytes for each slot, of bits of the hash that
 // the slot number does not use: a lookup reads keys only where they are likely to
 // match, and one in vain mostly reads a single mark. There is a record of each key,
