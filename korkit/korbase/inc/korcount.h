@@ -11,7 +11,9 @@
 #include <atomic>
 
 /// True while no second thread has been started in this process.
-inline bool korIsSingleThreaded() noexcept { return __libc_single_threaded != 0; }
+inline bool korIsSingleThreaded() noexcept {
+  return __builtin_expect(__libc_single_threaded != 0, 1);
+}
 
 /// Adds one to `count`; wraps, defined, at the top of its range.
 template <class Int>
