@@ -31,6 +31,7 @@
 #include <limits>
 #include <type_traits>
 
+#include "velcounting.h"
 #include "xctypes.h"
 #include "xobject.h"
 #include "xrchandle.h"
@@ -125,7 +126,12 @@ class VELSTD_API xany {
 
   /// Gives up again what the end of its object assigns to it meanwhile.
   ~xany() {
-    while (!IsPlain()) Release();
+    if (IsPlain()) return;
+    if (HoldsText()) {
+      payload.string.buffer->DropReference();
+    } else {
+      ReleaseOther();
+    }
   }
 
   // Assignment: like construction, but for null text (see there). The new
@@ -141,17 +147,23 @@ class VELSTD_API xany {
   xany& operator=(xobject* object) { return *this = xany(object); }
   xany& operator=(std::nullptr_t) { return *this = xany(xanyNil); }
   xany& operator=(const xany& other) {
-    if (!IsPlain() || !other.IsPlain()) return *this = xany(other);
-    kind = other.kind;
-    payload = other.payload;
+    if (IsPlain() && other.IsPlain()) {
+      kind = other.kind;
+      payload = other.payload;
+    } else if (IsPlain() && other.HoldsText()) {
+      kind = xanyString;
+      payload.string.buffer = other.payload.string.buffer;
+      payload.string.buffer->AddReference(payload.string.narrow, payload.string.wide);
+    } else {
+      Assign(other);
+    }
     return *this;
   }
   xany& operator=(xany&& other) noexcept {
-    if (this != &other) {
-      const xany old(static_cast<xany&&>(*this));
-      kind = other.kind;
-      payload = other.payload;
-      other.kind = xanyUninit;
+    if (IsPlain()) {
+      Take(other);
+    } else {
+      Replace(other);
     }
     return *this;
   }
@@ -306,12 +318,18 @@ class VELSTD_API xany {
 
   // Of a kind that holds no reference and always is what it says.
   bool IsPlain() const { return static_cast<unsigned>(kind) < static_cast<unsigned>(xanyString); }
+  // Of kind string and not null. Of the kinds with a reference the one that is
+  // expected: the code for it comes where no jump is needed.
+  bool HoldsText() const {
+    return __builtin_expect(kind == xanyString, 1) && payload.string.buffer;
+  }
+  bool HoldsCounted() const { return kind == xanyObject && payload.object.counted; }
   // Conversions of kinds other than their own.
   int ToInt() const;
   unsigned char ToBool() const;
   double ToReal() const;
   xobject* ToObject() const;
-  void Release() noexcept;
+  void ReleaseOther() noexcept;
   // What the value reads as: a view may say "object" and hold null or the
   // uninitialised address.
   __xanykind Kind() const {
@@ -323,7 +341,29 @@ class VELSTD_API xany {
     const __xanykind own = Kind();
     return own == wanted || own == xanyUninit || own == xanyNil;
   }
-  void Share();
+  // The reference of a copy, which has the fields of the original.
+  void Share() {
+    if (HoldsText()) {
+      payload.string.buffer->AddReference(payload.string.narrow, payload.string.wide);
+    } else if (HoldsCounted()) {
+      velCounting::attach(*payload.object.pointer);
+    } else {
+      ShareOther();
+    }
+  }
+  void ShareOther();
+  // Assignment of what is neither a number nor, to a value without a reference, text.
+  void Assign(const xany& other);
+  // Everything of `other`, which is left uninitialised; this value holds no
+  // reference, or is the other.
+  void Take(xany& other) noexcept {
+    const __xanykind taken = other.kind;
+    other.kind = xanyUninit;
+    kind = taken;
+    payload = other.payload;
+  }
+  // The same for a value that holds one and gives it up.
+  void Replace(xany& other) noexcept;
   void Retain();
   const char* Narrow() const;
 

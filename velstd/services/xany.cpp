@@ -51,16 +51,27 @@ void xany::Retain() {
   }
 }
 
-// The value is uninitialised before anything is given up: what runs now may
-// look at it.
-void xany::Release() noexcept {
-  const __xanykind old = kind;
-  kind = xanyUninit;
-  if (old == xanyString) {
-    if (payload.string.buffer) payload.string.buffer->Release();
-  } else if (old == xanyObject) {
-    if (payload.object.counted) velCounting::release(*payload.object.pointer);
+// Gives up what a value holds that ends and is not text. It is uninitialised
+// before that: what runs then may look at it, and what it assigns goes again, too.
+void xany::ReleaseOther() noexcept {
+  while (!IsPlain()) {
+    const bool holdsCounted = HoldsCounted();
+    const bool holdsText = HoldsText();
+    kind = xanyUninit;
+    if (holdsCounted) {
+      velCounting::release(*payload.object.pointer);
+    } else if (holdsText) {
+      payload.string.buffer->DropReference();
+    }
   }
+}
+
+void xany::Assign(const xany& other) { *this = xany(other); }
+
+void xany::Replace(xany& other) noexcept {
+  if (this == &other) return;
+  const xany old(static_cast<xany&&>(*this));
+  Take(other);
 }
 
 xany::xany(const char* text) : xany(IsText(text, 2) ? xany(xanyUninit) : xany(xstring(text))) {}
@@ -84,16 +95,13 @@ xany::xany(int value, xrttienum* type) : xany(xanyUninit) {
   }
 }
 
-// The references of a copy, which has the fields of the original.
-void xany::Share() {
+// The reference of a copy that does not hold text. An object that is not counted
+// may be gone by now: only its address moves on.
+void xany::ShareOther() {
   if (kind == xanyObject) {
-    // An object that is not counted may be gone by now: only its address moves on.
     if (payload.object.counted) velCounting::attach(*payload.object.pointer);
-  } else if (kind == xanyString && payload.string.buffer) {
-    payload.string.buffer->Attach(&payload.string.narrow, &payload.string.wide);
-  } else if (!IsKind(kind)) {
-    CanNotBeHere(205);
   } else {
+    if (!IsKind(kind)) CanNotBeHere(205);
     Retain();
   }
 }

@@ -109,8 +109,13 @@ class VELSTD_API korStrBuf final {
   /// Gives one reference back; the last one frees the buffer.
   virtual void Release();
 
-  /// What Attach (without places) and Release do, in line.
+  /// What Attach (without places, with both) and Release do, in line.
   void AddReference() noexcept { korCountUp(count); }
+  void AddReference(char*& narrow, wchar_t*& wide) noexcept {
+    AddReference();
+    narrow = narrowText.load(std::memory_order_acquire);
+    wide = wideText.load(std::memory_order_acquire);
+  }
   void DropReference() noexcept {
     if (korCountDown(count) == 1) Free();
   }
