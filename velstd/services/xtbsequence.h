@@ -123,6 +123,11 @@ class VELSTD_API xtbsequence : public virtual xobject, protected xbasesequence {
   /// Lets the releases of an operation wait for its end; scalars have none.
   using Settle = std::conditional_t<std::is_class<T>::value, velReleaseScope, Nothing>;
 
+  /// How an element goes to a function of its own. A scalar by value: one whose
+  /// address is taken there would lie in memory, not in a register, on the way
+  /// past that call, too.
+  using Passed = std::conditional_t<std::is_class<T>::value, const T&, T>;
+
   int Count() const { return static_cast<int>(GetByteSize() / sizeof(T)); }
 
   bool IsElement(int index) const {
@@ -145,7 +150,7 @@ class VELSTD_API xtbsequence : public virtual xobject, protected xbasesequence {
     return static_cast<T*>(GetPtr())[index];
   }
 
-  [[gnu::noinline]] void SetAnywhere(int index, const T& value) {
+  [[gnu::noinline]] void SetAnywhere(int index, Passed value) {
     const Settle settle;
     velhAssertNonNegativeIndex(index);
     const int end = Count();
@@ -153,7 +158,7 @@ class VELSTD_API xtbsequence : public virtual xobject, protected xbasesequence {
     FillGap(end, index);
   }
 
-  [[gnu::noinline]] void AppendGrowing(const T& value) {
+  [[gnu::noinline]] void AppendGrowing(Passed value) {
     const Settle settle;
     Bytes(Count(), 1);
     BaseInsert(GetByteSize(), sizeof(T), &value);
