@@ -7,6 +7,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "velrtti.h"
 #include "veltest.h"
 #include "xany.h"
 
@@ -209,6 +210,67 @@ TEST(XAny, HoldsOneReferenceOnAnObject) {
     EXPECT_EQ(xrcgetcount(object), 2);
   }
   EXPECT_EQ(xrcgetcount(object), 1);
+}
+
+// Whatever it held and whatever it gets: numbers, text and objects are counted in
+// different places.
+TEST(XAny, TakesEachKindOverEachOther) {
+  const xrchandle<VelLogObject> object(new VelLogObject);
+  const xany text("forty-eight letters are too long for most places");
+  const char* const letters = text;
+  const xany kinds[] = {xany(),           xany(xanyNil),
+                        xany(7),          xany(true),
+                        xany(1.5),        text,
+                        xany(xanyString), xany(object),
+                        xany("a"),        xany(1, Colour()),
+                        xany(xanyObject), xany(velGetRtti_int())};
+  const int held = xrcgetcount(object);
+  for (const xany& before : kinds) {
+    for (const xany& after : kinds) {
+      xany value(before);
+      value = after;
+      EXPECT_EQ(value.getkind(), after.getkind());
+      EXPECT_TRUE(value == after);
+      xany moved(before);
+      moved = std::move(value);
+      EXPECT_TRUE(moved == after);
+      EXPECT_EQ(value.getkind(), xanyUninit);
+      value = moved;
+      const xany copy(value);
+      EXPECT_TRUE(copy == after);
+      if (&after == &text) {
+        EXPECT_EQ(static_cast<const char*>(copy), letters);
+      }
+    }
+  }
+  EXPECT_EQ(xrcgetcount(object), held);
+}
+
+TEST(XAny, TextLivesAsLongAsOneOfItsCopies) {
+  xany first("a text of its own");
+  const char* const letters = first;
+  xany second(first);
+  xany third;
+  third = second;
+  first = 1;
+  EXPECT_EQ(static_cast<const char*>(second), letters);
+  second = "another";
+  EXPECT_EQ(static_cast<const char*>(third), letters);
+  EXPECT_STREQ(third, "a text of its own");
+}
+
+// A form that one holder of a text had made is known to later copies of another.
+TEST(XAny, CopyKnowsEveryFormOfTheText) {
+  const xstring text("both forms");
+  const xany value(text);
+  EXPECT_EQ(Bytes(value).u.s.wide, nullptr);
+  const wchar_t* const wide = text;
+  const xany copy(value);
+  EXPECT_EQ(Bytes(copy).u.s.wide, wide);
+  xany assigned;
+  assigned = value;
+  EXPECT_EQ(Bytes(assigned).u.s.wide, wide);
+  EXPECT_EQ(Bytes(value).u.s.wide, nullptr);
 }
 
 TEST(XAny, LastValueDestroysTheObject) {

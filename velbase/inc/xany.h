@@ -318,8 +318,8 @@ class VELSTD_API xany {
 
   // Of a kind that holds no reference and always is what it says.
   bool IsPlain() const { return static_cast<unsigned>(kind) < static_cast<unsigned>(xanyString); }
-  // Of kind string and not null. Of the kinds with a reference the one that is
-  // expected: the code for it comes where no jump is needed.
+  // Of kind string and not null. Expected among the kinds with a reference: the
+  // code for it comes where no jump is needed.
   bool HoldsText() const {
     return __builtin_expect(kind == xanyString, 1) && payload.string.buffer;
   }
@@ -341,7 +341,9 @@ class VELSTD_API xany {
     const __xanykind own = Kind();
     return own == wanted || own == xanyUninit || own == xanyNil;
   }
-  // The reference of a copy, which has the fields of the original.
+  // The reference of a copy, which has the fields of the original. Text, the most
+  // frequent, and objects are counted right here; whatever else there is takes a
+  // call.
   void Share() {
     if (HoldsText()) {
       payload.string.buffer->AddReference(payload.string.narrow, payload.string.wide);
@@ -352,17 +354,17 @@ class VELSTD_API xany {
     }
   }
   void ShareOther();
-  // Assignment of what is neither a number nor, to a value without a reference, text.
+  // Assignment of what operator= does not do in place.
   void Assign(const xany& other);
-  // Everything of `other`, which is left uninitialised; this value holds no
-  // reference, or is the other.
+  // Takes over the other's reference and leaves it uninitialised, unless it is
+  // this value; this one holds no reference.
   void Take(xany& other) noexcept {
     const __xanykind taken = other.kind;
     other.kind = xanyUninit;
     kind = taken;
     payload = other.payload;
   }
-  // The same for a value that holds one and gives it up.
+  // The same where this value holds one, which goes when the new is in place.
   void Replace(xany& other) noexcept;
   void Retain();
   const char* Narrow() const;

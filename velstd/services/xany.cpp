@@ -51,8 +51,9 @@ void xany::Retain() {
   }
 }
 
-// Gives up what a value holds that ends and is not text. It is uninitialised
-// before that: what runs then may look at it, and what it assigns goes again, too.
+// The end of a value that holds something else than text. It is uninitialised
+// before anything is given up: what runs then may look at it, and what that
+// assigns goes again, too.
 void xany::ReleaseOther() noexcept {
   while (!IsPlain()) {
     const bool holdsCounted = HoldsCounted();
@@ -95,15 +96,11 @@ xany::xany(int value, xrttienum* type) : xany(xanyUninit) {
   }
 }
 
-// The reference of a copy that does not hold text. An object that is not counted
-// may be gone by now: only its address moves on.
+// The same for a copy that holds neither text nor a counted object. One that is
+// not counted may be gone by now: only its address moves on.
 void xany::ShareOther() {
-  if (kind == xanyObject) {
-    if (payload.object.counted) velCounting::attach(*payload.object.pointer);
-  } else {
-    if (!IsKind(kind)) CanNotBeHere(205);
-    Retain();
-  }
+  if (!IsKind(kind)) CanNotBeHere(205);
+  if (kind == xanyString) Retain();
 }
 
 xany::xany(const __xany_c& view) : xany(xanyUninit) {
