@@ -623,6 +623,53 @@ TEST(VelReleaseDeep, MixedChainDiesInsideACollection) {
   });
 }
 
+// ---- what a class has of its own ----
+
+class OnlyAsked : public virtual xobject {
+  VEL_OBJECT(OnlyAsked)
+ public:
+  explicit OnlyAsked(int* times) : asked(times) {}
+  unsigned char isDeletable() override { return ++*asked > 1; }
+
+ private:
+  int* asked;
+};
+VEL_OBJECT_RTTI(OnlyAsked, xrttiobject, [](xrttiobject* rtti) {
+  rtti->initializeRttiObject("velrelease::OnlyAsked", 1, 0, nullptr);
+})
+
+class OnlyTold : public virtual xobject {
+  VEL_OBJECT(OnlyTold)
+ public:
+  explicit OnlyTold(int* times) : told(times) {}
+  void onDelete() override { ++*told; }
+
+ private:
+  int* told;
+};
+VEL_OBJECT_RTTI(OnlyTold, xrttiobject, [](xrttiobject* rtti) {
+  rtti->initializeRttiObject("velrelease::OnlyTold", 1, 0, nullptr);
+})
+
+TEST(VelRelease, ClassMayHaveASayInOneThingOnly) {
+  int asked = 0;
+  auto* refusing = new OnlyAsked(&asked);
+  xrcattach(refusing);
+  xrcrelease(refusing);
+  EXPECT_EQ(asked, 1);
+  EXPECT_EQ(xrcgetcount(refusing), 0);
+  xrcattach(refusing);
+  xrcrelease(refusing);
+  EXPECT_EQ(asked, 2);
+
+  int told = 0;
+  auto* sharing = new OnlyTold(&told);
+  xrcattach(sharing);
+  EXPECT_EQ(told, 0);
+  xrcrelease(sharing);
+  EXPECT_EQ(told, 1);
+}
+
 // ---- scopes ----
 
 TEST(VelReleaseScope, CollectsLastReleases) {

@@ -174,7 +174,8 @@ bool velReleaseScope::isCollecting() const noexcept {
 }
 
 void velReleaseScope::release(xobject* p) noexcept {
-  const std::int32_t now = CountOf(p);
+  const std::int32_t now = velObjectAccess::count(p).load(std::memory_order_acquire);
+  if (now == 1 && !state.scope) return destroy(p);
   if (state.scope && now >= 1 && defer(p, now == 1)) return;
   if (!DropReference(p)) return;
   // Other threads may have made it the last one since the look at the count:
@@ -193,8 +194,9 @@ void velReleaseScope::destroy(xobject* p) noexcept {
   if (state.depth >= flattenLevel) return flatten(p);
   const Deeper deeper;
   const NoScope none;
-  if (!p->isDeletable()) return Refuse(p);
-  p->onDelete();
+  // Few classes have something to say here.
+  if (!velTable::isPlain<velTable::kIsDeletable>(*p) && !p->isDeletable()) return Refuse(p);
+  if (!velTable::isPlain<velTable::kOnDelete>(*p)) p->onDelete();
   CheckTold(p);
   delete p;
 }

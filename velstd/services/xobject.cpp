@@ -31,11 +31,6 @@ void CheckAddress(xobject*) {}
 
 bool IsObject(xobject* p) { return p && !velIsUninit(p); }
 
-// Where a table of virtual functions has xattach and xrelease: behind the two
-// entries of the destructor and the five functions declared before them.
-constexpr std::size_t kAttachEntry = 7;
-constexpr std::size_t kReleaseEntry = 8;
-
 }  // namespace
 
 xobject::~xobject() {
@@ -59,16 +54,17 @@ void xobject::onDelete() {}
 
 void xobject::xattach() {
   std::int32_t now = refcount.load(std::memory_order_relaxed);
-  while (now < 1) {
-    if (now == -1) return;
-    if (now != 0) _korAbort("xrcattach: Invalid value of refcount.", kSource, 505);
+  if (now == 0) {
     const std::int32_t first = getRtti()->getIsRefCount() ? 1 : -1;
     if (korIsSingleThreaded()) {
       refcount.store(first, std::memory_order_relaxed);
       return;
     }
+    // Another thread may have been the first; it knew as well whether to count.
     if (refcount.compare_exchange_strong(now, first, std::memory_order_acq_rel)) return;
   }
+  if (now == -1) return;
+  if (now < 0) _korAbort("xrcattach: Invalid value of refcount.", kSource, 505);
   korCountUp(refcount);
 }
 
@@ -89,16 +85,9 @@ bool xobject::isRefCountable() { return getRtti()->getIsRefCount() != 0; }
 
 static_assert(sizeof(xobject) == 16, "the mark fills the padding");
 
-// Where the object's table has the same two functions as that of a plain object,
-// its class overrides neither. A linker that gives a function two addresses only
-// costs the mark.
 bool velCounting::mark(xobject& object) noexcept {
-  const xobject plain;
-  const auto* own = static_cast<const void* const*>(tableOf(plain));
-  const auto* table = static_cast<const void* const*>(tableOf(object));
-  if (table[kAttachEntry] != own[kAttachEntry] || table[kReleaseEntry] != own[kReleaseEntry]) {
-    return false;
-  }
+  if (!velTable::isPlain<velTable::kAttach>(object)) return false;
+  if (!velTable::isPlain<velTable::kRelease>(object)) return false;
   object.counting.store(markFor(object), std::memory_order_relaxed);
   return true;
 }
