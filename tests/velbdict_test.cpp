@@ -1381,7 +1381,7 @@ TEST(XBaseDictionaryNoMemory, AnInsertionThatCannotGrowChangesNothing) {
 
 // Its longer keys lie beside the table, and need another place.
 TEST(XBaseDictionaryNoMemory, ASmallTableThatCannotKeepItsKeysStaysAsItIs) {
-  for (const std::size_t length : {14, 15, 40, 63, 64}) {
+  for (const std::size_t length : {14U, 15U, 40U, 63U, 64U}) {
     LogDict dict;
     dict.quiet = true;
     for (int i = 0; i < 30; ++i) {

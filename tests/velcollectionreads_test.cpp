@@ -131,8 +131,9 @@ TEST(VelCollectionReads, TellEachKeyFromTheLastOneInItsSlot) {
   for (int entries : {1, 40}) {
     for (int i = 0; i < 2000; ++i) {
       // Beginnings of one text, some of which differ in a byte.
-      std::string key = std::string("abcdefghijklmnopqrstuvwxyz").substr(0, i % 21);
-      if (i % 4 == 0 && !key.empty()) key[i / 4 % key.size()] = '-';
+      std::string key =
+          std::string("abcdefghijklmnopqrstuvwxyz").substr(0, static_cast<std::size_t>(i % 21));
+      if (i % 4 == 0 && !key.empty()) key[static_cast<std::size_t>(i / 4) % key.size()] = '-';
       const auto document = xintdictionary::create();
       document->set(key.c_str(), i);
       if (entries > 1 && i % 50 != 0) continue;
