@@ -16,6 +16,7 @@ using velbench::keep;
 namespace {
 
 constexpr int kElements = 10000;
+constexpr int kMillion = 1000000;  // beyond what an allocator has at hand
 constexpr int kShifts = 100;
 
 using StdVariant = std::variant<std::monostate, int, bool, double, std::string>;
@@ -60,9 +61,9 @@ struct Element<QVariant> {
 };
 
 template <class T>
-std::vector<T> elements() {
+std::vector<T> elements(int count) {
   std::vector<T> all;
-  for (int i = 0; i < kElements; ++i) all.push_back(Element<T>::at(i));
+  for (int i = 0; i < count; ++i) all.push_back(Element<T>::at(i));
   return all;
 }
 
@@ -166,11 +167,11 @@ typename Side::Subject filled() {
 }
 
 template <class Side, class Make>
-void append(State& state, Make make) {
-  const auto values = elements<typename Side::Value>();
-  velbench::timed(state, kElements, make, [&](auto& s) {
+void append(State& state, int count, Make make) {
+  const auto values = elements<typename Side::Value>(count);
+  velbench::timed(state, count, make, [&](auto& s) {
     for (const auto& value : values) Side::append(s, value);
-    check(Side::size(s) == kElements, "append");
+    check(Side::size(s) == count, "append");
   });
 }
 
@@ -229,9 +230,11 @@ void addSide(const char* kind) {
       velbench::add(work.c_str(), Side::kName, body);
     }
   };
-  enter("append", true, [](State& state) { append<Side>(state, Side::make); });
-  enter("append reserved", true,
-        [](State& state) { append<Side>(state, [] { return Side::reserved(kElements); }); });
+  enter("append", true, [](State& state) { append<Side>(state, kElements, Side::make); });
+  enter("append a million", true, [](State& state) { append<Side>(state, kMillion, Side::make); });
+  enter("append reserved", true, [](State& state) {
+    append<Side>(state, kElements, [] { return Side::reserved(kElements); });
+  });
   enter("get", false, get<Side>);
   enter("insert in the middle of 10k", true, insert<Side>);
   enter("remove from the middle of 10k", true, remove<Side>);

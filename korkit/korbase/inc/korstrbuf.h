@@ -112,9 +112,13 @@ class VELSTD_API korStrBuf final {
   /// What Attach (without places, with both) and Release do, in line.
   void AddReference() noexcept { korCountUp(count); }
   void AddReference(char*& narrow, wchar_t*& wide) noexcept {
-    AddReference();
-    narrow = narrowText.load(std::memory_order_acquire);
-    wide = wideText.load(std::memory_order_acquire);
+    // Kept from the optimiser, which would follow paths on which a buffer cannot be
+    // null, and warn of what is read there.
+    korStrBuf* buffer = this;
+    __asm__("" : "+r"(buffer));
+    buffer->AddReference();
+    narrow = buffer->narrowText.load(std::memory_order_acquire);
+    wide = buffer->wideText.load(std::memory_order_acquire);
   }
   void DropReference() noexcept {
     if (korCountDown(count) == 1) Free();
