@@ -187,8 +187,9 @@ def main():
     parser.add_argument("--sample", type=int)
     parser.add_argument("--only", default="")
     parser.add_argument("--list", action="store_true")
-    parser.add_argument("--at-least", type=float, default=90)
+    parser.add_argument("--at-least", type=float, help="default: 90, and all canaries")
     arguments = parser.parse_args()
+    at_least = arguments.at_least or (100 if arguments.canaries else 90)
 
     root = pathlib.Path(__file__).resolve().parent.parent
     if arguments.canaries:
@@ -223,7 +224,7 @@ def main():
     born = total["killed"] + total["survived"]
     share = 100 * total["killed"] / born if born else 0
     print(f"\n{total['killed']} of {born} mutants killed ({share:.1f} percent)")
-    return 0 if born and share >= arguments.at_least else 1
+    return 0 if born and share >= at_least else 1
 
 
 if __name__ == "__main__":
