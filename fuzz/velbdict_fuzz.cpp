@@ -10,30 +10,18 @@
 
 namespace {
 
-// A registered dictionary with an open core.
-template <class Base>
-class Open : public Base {
- public:
-  using Base::BaseAllocate;
-  using Base::BaseClone;
-  using Base::GetCount;
-  static constexpr unsigned kSlotBytes = Base::kSlot;
-  static constexpr unsigned kValueOffset = Base::kValue;
-  const xbasedictionary* AsCore() const { return this; }
-};
-
 struct Ints {
-  using Dictionary = Open<xintdictionary>;
+  using Dictionary = VelOpenDictionary<xintdictionary>;
   static int Make(int n) { return n; }
 };
 struct Strings {
-  using Dictionary = Open<xstringdictionary>;
+  using Dictionary = VelOpenDictionary<xstringdictionary>;
   static xstring Make(int n) {
     return n % 10 == 0 ? xstring() : xstring(std::to_string(n).c_str());
   }
 };
 struct Anys {
-  using Dictionary = Open<xanydictionary>;
+  using Dictionary = VelOpenDictionary<xanydictionary>;
   static xany Make(int n) {
     if (n % 3 == 0) return n;
     if (n % 3 == 1) return Strings::Make(n);

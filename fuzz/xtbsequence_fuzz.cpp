@@ -99,7 +99,7 @@ class Duel {
       Step();
       Compare();
     }
-    // Copies of the handle's object share nothing that an edit of it shows.
+    // A copy of all elements does not change with the sequence.
     const auto other = T::Sequence::create();
     other->insertseq(0, *sequence.operator->());
     sequence->clear();

@@ -630,8 +630,7 @@ void FillWalks(Table& table) {
         "velCompareTraverser::simpleValue|velCompareTraverser::beginObject|"
         "velCompareTraverser::endObject|velCompareTraverser::beginSequence|"
         "velCompareTraverser::beginStructAttribute|velCompareTraverser::beginSeqElement|"
-        "velCompareTraverser::beginDictionary|velCompareTraverser::beginDictElement|"
-        "velCompareTraverser::beginArrayElement|"
+        "velCompareTraverser::beginDictElement|velCompareTraverser::beginArrayElement|"
         "velCompareTraverser::beginUnionDicriminator|velCompareTraverser::beginUnionValue|"
         "velCompareTraverser::alreadyVisited",
         [](const xany& value) { return static_cast<int>(velCompare(value, value)); });

@@ -50,6 +50,10 @@ FILES = {
     SERVICES + "velcollectionreads.cpp": WALKS,
 }
 
+# What the library and its tests are built of.
+PARTS = ["CMakeLists.txt", "cmake", "velbase", "velstd", "korkit", "capi", "tests", "fuzz", "docs",
+         "examples", "tools", "README.md", "LICENSE"]
+
 TURNED = {"<": "<=", "<=": "<", ">": ">=", ">=": ">", "==": "!=", "!=": "==",
           "&&": "||", "||": "&&"}
 STATEMENT = re.compile(r"^\s+(?!return\b|using\b|const\b|auto\b|static\b|else\b|case\b|break\b|"
@@ -128,22 +132,27 @@ class Tree:
     """A copy of the tree with a build of its own."""
 
     def __init__(self, root, scratch):
-        self.root, self.source, self.build = root, scratch / "source", scratch / "build"
-        files = subprocess.run(["git", "ls-files", "-co", "--exclude-standard"], cwd=root,
-                               check=True, capture_output=True, text=True).stdout.split("\n")
-        for name in filter(None, files):
+        self.source, self.build = scratch / "source", scratch / "build"
+        self.log = self.build / "last.log"  # what the last program said
+        wanted = set()
+        for part in PARTS:
+            found = [root / part] if (root / part).is_file() else (root / part).rglob("*")
+            wanted.update(path.relative_to(root) for path in found if path.is_file())
+        for name in wanted:
             old, new = root / name, self.source / name
-            if not old.is_file():
-                continue
             if new.exists() and new.read_bytes() == old.read_bytes():
                 continue
             new.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy2(old, new)
+        for path in list(self.source.rglob("*")):  # what the tree has no more
+            if path.is_file() and path.relative_to(self.source) not in wanted:
+                path.unlink()
 
     def run(self, command, timeout=None):
         try:
-            done = subprocess.run(command, cwd=self.build, timeout=timeout,
-                                  stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            with open(self.log, "wb") as log:
+                done = subprocess.run(command, cwd=self.build, timeout=timeout,
+                                      stdout=log, stderr=subprocess.STDOUT)
             return done.returncode == 0
         except subprocess.TimeoutExpired:
             return False
@@ -154,10 +163,10 @@ class Tree:
                                "-DCMAKE_CXX_FLAGS_RELEASE=-O1", "-DVELSTD_BUILD_TOOLS=OFF",
                                "-DVELSTD_BUILD_EXAMPLES=OFF", str(self.source)])
         if not configured or not self.make(tests):
-            sys.exit("the tree does not build as it is")
+            sys.exit(f"the tree does not build as it is: see {self.log}")
         for test in tests:
             if not self.passes(test):
-                sys.exit(f"{test}_test fails as it is")
+                sys.exit(f"{test}_test fails as it is: see {self.log}")
 
     def make(self, tests):
         return self.run(["ninja"] + [test + "_test" for test in tests])

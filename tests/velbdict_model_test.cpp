@@ -24,22 +24,10 @@ using Number = VelModelNumber;
 
 // ---- the dictionaries under test, with an open core ----
 
-template <class Base>
-class Open : public Base {
- public:
-  using Base::BaseAllocate;
-  using Base::BaseClone;
-  using Base::GetCount;
-  using Base::GetDataPtr;
-  static constexpr unsigned kSlotBytes = Base::kSlot;
-  static constexpr unsigned kValueOffset = Base::kValue;
-  const xbasedictionary* AsCore() const { return this; }
-};
-
 template <class Base, class T>
 struct Registered {
   using Value = T;
-  using Dict = Open<Base>;
+  using Dict = VelOpenDictionary<Base>;
   using Handle = xrchandle<Dict>;
   static Handle New() { return new Dict; }
   static VelDictPolicy Thresholds() { return {70, 90}; }

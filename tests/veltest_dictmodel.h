@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "velbdict.h"
+
 /// Wide enough for every count, slot and hash, so that nothing wraps unasked.
 using VelModelNumber = long long;
 
@@ -177,6 +179,19 @@ class VelDictModel {
   VelDictPolicy policy;
   std::vector<Slot> slots;
   Number count = 0;
+};
+
+/// A registered dictionary with an open core.
+template <class Base>
+class VelOpenDictionary : public Base {
+ public:
+  using Base::BaseAllocate;
+  using Base::BaseClone;
+  using Base::GetCount;
+  using Base::GetDataPtr;
+  static constexpr unsigned kSlotBytes = Base::kSlot;
+  static constexpr unsigned kValueOffset = Base::kValue;
+  const xbasedictionary* AsCore() const { return this; }
 };
 
 #endif  // VELSTD_TESTS_VELTEST_DICTMODEL_H

@@ -36,7 +36,6 @@ class VELSTD_API velCompareTraverser : public velTraverser {
                                          xrcunihandle<xobject> object) override;
   velTraverseResult beginSeqElement(xrttisequence* type, int position,
                                     xrcunihandle<xobject> object) override;
-  velTraverseResult beginDictionary(xrttidictionary* type, xrcunihandle<xobject> object) override;
   velTraverseResult beginDictElement(xrttidictionary* type, xstring key,
                                      xrcunihandle<xobject> object) override;
   velTraverseResult beginArrayElement(xrttiarray* type, xrchandle<xintsequence> index,

@@ -28,6 +28,7 @@ class VELSTD_API xthrowable : public virtual xobject {
   xthrowable& operator=(const xthrowable&) = delete;
 };
 
+/// Throws velXNull (see velexceptions.h).
 [[noreturn]] VELSTD_API void velhThrowNull();
 
 /// Throws the object as a raw `xthrowable*` with one reference of its own; the

@@ -1,6 +1,7 @@
 #include "velcompare.h"
 
 #include <limits>
+#include <typeinfo>
 
 #include "velcollectionreads.h"
 
@@ -41,6 +42,11 @@ velTraverseResult velCompareTraverser::beginObject(xrttiobject* type, xrcunihand
   objects.Push(object);
   xrcattach(object);
   current = xany();
+  if (typeid(*type) == typeid(xrttidictionary)) {
+    // Its entries are about to be looked for.
+    const velDictionaryReads* reads = velReadsOf(dynamic_cast<xrttidictionary*>(type));
+    if (void* dictionary = velCollectionAt(reads, object)) reads->open(dictionary);
+  }
   return velTrContinue;
 }
 
@@ -72,15 +78,6 @@ velTraverseResult velCompareTraverser::beginSeqElement(xrttisequence* type, int 
   }
   current =
       sequence ? reads->element(sequence, position) : type->getElemValue(objects.Top(), position);
-  return velTrContinue;
-}
-
-velTraverseResult velCompareTraverser::beginDictionary(xrttidictionary* type,
-                                                       xrcunihandle<xobject>) {
-  // Its entries are about to be looked for.
-  if (objects.IsEmpty()) return velTrContinue;
-  const velDictionaryReads* reads = velReadsOf(type);
-  if (void* dictionary = velCollectionAt(reads, objects.Top())) reads->open(dictionary);
   return velTrContinue;
 }
 
