@@ -76,6 +76,7 @@ struct Ours {
   static Subject reserved(int n) { return Sequence::createCapacity(static_cast<unsigned>(n)); }
   static void append(Subject& s, const T& value) { s->append(value); }
   static T get(const Subject& s, int i) { return s->get(i); }
+  static const T& at(const Subject& s, int i) { return (*s)[i]; }
   static void insert(Subject& s, int i, const T& value) { s->insert(i, value); }
   static void remove(Subject& s, int i) { s->removerange(i, i + 1); }
   static int size(const Subject& s) { return s->getarraysize(); }
@@ -99,6 +100,7 @@ struct Std {
   }
   static void append(Subject& s, const T& value) { s.push_back(value); }
   static T get(const Subject& s, int i) { return s.at(static_cast<std::size_t>(i)); }
+  static const T& at(const Subject& s, int i) { return s.at(static_cast<std::size_t>(i)); }
   static void insert(Subject& s, int i, const T& value) { s.insert(s.begin() + i, value); }
   static void remove(Subject& s, int i) { s.erase(s.begin() + i); }
   static int size(const Subject& s) { return static_cast<int>(s.size()); }
@@ -119,6 +121,7 @@ struct QtCore {
   static void append(Subject& s, const T& value) { s.append(value); }
   // Without a check, as released programs have it.
   static T get(const Subject& s, int i) { return s.at(i); }
+  static const T& at(const Subject& s, int i) { return s.at(i); }
   static void insert(Subject& s, int i, const T& value) { s.insert(i, value); }
   static void remove(Subject& s, int i) { s.removeAt(i); }
   static int size(const Subject& s) { return static_cast<int>(s.size()); }
@@ -145,6 +148,7 @@ struct Glib {
   static void append(Subject& s, const T& value) { g_array_append_vals(s.get(), &value, 1); }
   // Without a check: there is no other way.
   static T get(const Subject& s, int i) { return g_array_index(s.get(), T, i); }
+  static const T& at(const Subject& s, int i) { return g_array_index(s.get(), T, i); }
   static void insert(Subject& s, int i, const T& value) {
     g_array_insert_vals(s.get(), static_cast<guint>(i), &value, 1);
   }
@@ -175,12 +179,39 @@ void append(State& state, int count, Make make) {
   });
 }
 
+// Many sequences are short and do not live long: one is made, filled and dropped.
+template <class Side>
+void appendShort(State& state) {
+  constexpr int kShort = 50;
+  const auto values = elements<typename Side::Value>(kShort);
+  for (auto _ : state) {
+    auto s = Side::make();
+    for (const auto& value : values) Side::append(s, value);
+    check(Side::size(s) == kShort, "append");
+    keep(s);
+  }
+  state.SetItemsProcessed(state.iterations() * kShort);
+}
+
 template <class Side>
 void get(State& state) {
   const auto s = filled<Side>();
   velbench::repeat(state, kElements, [&](int i) {
     const typename Side::Value value = Side::get(s, i);
     keep(value);
+  });
+}
+
+template <class Side>
+void getInPlace(State& state) {
+  const auto s = filled<Side>();
+  velbench::repeat(state, kElements, [&](int i) {
+    const typename Side::Value& there = Side::at(s, i);
+    if constexpr (std::is_class_v<typename Side::Value>) {
+      keep(there);
+    } else {
+      keep(typename Side::Value{there});
+    }
   });
 }
 
@@ -231,11 +262,13 @@ void addSide(const char* kind) {
     }
   };
   enter("append", true, [](State& state) { append<Side>(state, kElements, Side::make); });
+  enter("append 50 to a new one", false, appendShort<Side>);
   enter("append a million", true, [](State& state) { append<Side>(state, kMillion, Side::make); });
   enter("append reserved", true, [](State& state) {
     append<Side>(state, kElements, [] { return Side::reserved(kElements); });
   });
   enter("get", false, get<Side>);
+  enter("get in place", false, getInPlace<Side>);
   enter("insert in the middle of 10k", true, insert<Side>);
   enter("remove from the middle of 10k", true, remove<Side>);
   enter("copy 10k", false, copy<Side>);
