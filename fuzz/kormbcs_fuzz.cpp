@@ -1,5 +1,6 @@
-// Conversion and counting of text that need not be valid, in three locales,
-// against the C library's conversion of one character at a time.
+// Conversion and counting of text that need not be valid, in three locales, and the
+// marker for text that does not convert, against the C library's conversion of one
+// character at a time.
 #include "kormbcs.h"
 
 #include <climits>
@@ -10,6 +11,7 @@
 
 #include "velfuzz.h"
 #include "veltest_locale.h"
+#include "xescape.h"
 
 namespace {
 
@@ -92,6 +94,11 @@ void CheckNarrow(const std::string& text, std::size_t limit, int n) {
   VEL_FUZZ_CHECK(made == lossy);
   VEL_FUZZ_CHECK(korMbCharCount(text.data(), text.size()) == pieces.size());
 
+  unsigned char flag = 7;
+  const xstring escaped = escapeOOL(text.c_str(), &flag);
+  VEL_FUZZ_CHECK(flag == (isValid ? 0 : 1));
+  VEL_FUZZ_SAME(escaped.CastToCString(), isValid ? text : "<<<OUT OF LOCALE>>>");
+
   // Up to the terminator, with a limit that whole characters keep to.
   VEL_FUZZ_CHECK(kor_mbstowcs(nullptr, text.c_str(), 0) == (isValid ? lossy.size() : kInvalid));
   Units within;
@@ -148,6 +155,13 @@ void CheckWide(const Units& text, std::size_t limit) {
   terminated.push_back(0);
   VEL_FUZZ_CHECK(kor_wcstombs(nullptr, terminated.data(), 0) ==
                  (isValid ? lossy.size() : kInvalid));
+  static constexpr wchar_t kMarker[] = L"<<<OUT OF LOCALE>>>";
+  unsigned char flag = 7;
+  const xstring escaped = escapeOOL(terminated.data(), &flag);
+  const wchar_t* const wide = escaped.CastToCWString();
+  VEL_FUZZ_CHECK(flag == (isValid ? 0 : 1));
+  VEL_FUZZ_CHECK(isValid ? std::equal(terminated.begin(), terminated.end(), wide)
+                         : std::equal(std::begin(kMarker), std::end(kMarker), wide));
   std::string place(limit + 1, '#');
   const std::size_t converted = kor_wcstombs(place.data(), terminated.data(), limit);
   if (!isGood) {
