@@ -3,19 +3,25 @@
 
 A mutant is the source with one change: a comparison turned, a constant one larger,
 a statement dropped. It is killed when a test of its file fails or hangs; one that
-does not compile does not count. The work is done in a copy of the tree.
+does not compile does not count, nor does one of equivalents.txt, which says why no
+test can tell it from the original. The work is done in copies of the tree.
 
     mutate.py SCRATCH                   all mutants of the files below
     mutate.py SCRATCH --sample 200      so many of them, the same in every run
     mutate.py SCRATCH --canaries        only those of canaries.txt, which must all die
+    mutate.py SCRATCH --strict          only those of the functions that admit none
     mutate.py SCRATCH --only velbdict   those of the files with this in their name
     mutate.py SCRATCH --list            names them and does nothing
 
-Ends with a table, and with status 1 when fewer than --at-least percent were killed.
+Ends with a table, and with status 1 when fewer than --at-least percent were killed,
+or any of the strict ones lives. Adds its figures to the file that VELSTD_FIGURES names.
 """
 
 import argparse
+import concurrent.futures
+import os
 import pathlib
+import queue
 import random
 import re
 import shutil
@@ -25,11 +31,12 @@ import sys
 # What is changed, and the tests that are to notice, the likeliest first.
 SERVICES = "velstd/services/"
 INCLUDE = "velbase/inc/"
-COUNTS = ["xobject", "velobject", "xrchandle", "velcounting", "velrelease", "xany_references"]
+COUNTS = ["xobject", "velobject", "xrchandle", "velcounting", "velrelease", "xany_references",
+          "aborts"]
 ANYS = ["xany", "xany_conversions", "xany_compare", "xany_references", "xany_types"]
 SEQUENCES = ["xbasesequence", "xtbsequence", "xcollections"]
 DICTIONARIES = ["velbdict", "velbdict_model", "velbdictindex", "velbdictkeys", "xtbdictionary",
-                "xcollections"]
+                "xcollections", "aborts"]
 WALKS = ["veltraverse", "veltraverse_model", "veltraverse_answers", "veltraverse_array",
          "veltraverse_guard", "veltraverse_union", "velprint", "velcompare",
          "velcollectionreads"]
@@ -50,6 +57,21 @@ FILES = {
     SERVICES + "velcollectionreads.cpp": WALKS,
 }
 
+# Where every mutant has to die: load and growth thresholds, the hash and the step, the
+# choice between tombstones and empty slots, and who counts how often.
+STRICT = {
+    SERVICES + "velbdict.cpp": [
+        "StepOf", "WordAt", "TailOf", "kPowers", "SumOfBytes", "ExcessOf", "Finished", "HashOfLong",
+        "HashOf", "LoadAbove", "LoadBelow", "xbdictHashMain", "xbdictHashCollision", "SlotToFill",
+        "RemoveAt", "BaseAllocate"],
+    SERVICES + "velbdictindex.cpp": ["Inverse", "slotToFill", "lastTombstone"],
+    SERVICES + "xbasesequence.cpp": ["GrownFor", "Resize"],
+    SERVICES + "xobject.cpp": ["xattach", "xrelease", "xrcattach", "xrcrelease", "xrcuniattach",
+                               "xrcunirelease", "xrcgetcount"],
+    SERVICES + "velrelease.cpp": ["DropReference", "Refuse", "release"],
+    INCLUDE + "velcounting.h": ["velCounting"],
+}
+
 # What the library and its tests are built of.
 PARTS = ["CMakeLists.txt", "cmake", "velbase", "velstd", "korkit", "capi", "tests", "fuzz", "docs",
          "examples", "tools", "README.md", "LICENSE"]
@@ -65,8 +87,9 @@ STATEMENT = re.compile(r"^\s+(?!return\b|using\b|const\b|auto\b|static\b|else\b|
 class Mutant:
     """One change: line `number` (from 0) of `file` becomes `line`."""
 
-    def __init__(self, file, number, line, what):
+    def __init__(self, file, number, line, what, function=""):
         self.file, self.number, self.line, self.what = file, number, line, what
+        self.is_strict = function in STRICT.get(file, [])
 
     def __str__(self):
         return f"{self.file}:{self.number + 1}: {self.what}: {self.line.strip()}"
@@ -82,8 +105,13 @@ def code_of(line):
 def mutants_of(file, text):
     lines = text.split("\n")
     in_comment = False
+    function = ""
     for number, line in enumerate(lines):
         stripped = line.strip()
+        # What begins in the first column and has a name before a bracket or brace.
+        begun = re.match(r"[A-Za-z_\[].*?(\w+)(\[\] = )?(\(| ?\{)", line)
+        if begun and not line.startswith(("namespace", "template", "#", "static_assert")):
+            function = begun[1]
         in_comment = in_comment or stripped.startswith("/*")
         skipped = (in_comment or stripped.startswith(("//", "#")) or "static_assert" in line
                    or "__builtin_expect" in line)
@@ -95,14 +123,16 @@ def mutants_of(file, text):
             if "template" in code:
                 continue
             changed = line[:match.start()] + TURNED[match[0]] + line[match.end():]
-            yield Mutant(file, number, changed, "turned")
+            yield Mutant(file, number, changed, "turned", function)
         for match in re.finditer(r"(?<![\w.'])(\d+)(?=[uU]?\b(?![\w.]))", code):
-            if re.search(r"operator|std::tuple|kLine|\balignas\b", code):
+            # What refuse() says, only checked builds say.
+            if re.search(r"operator|std::tuple|kLine|\balignas\b|velUpdate::refuse\(", code):
                 continue
             changed = line[:match.start()] + str(int(match[0]) + 1) + line[match.end():]
-            yield Mutant(file, number, changed, "one larger")
+            yield Mutant(file, number, changed, "one larger", function)
         for match in re.finditer(r" [-+] 1\b", code):
-            yield Mutant(file, number, line[:match.start()] + line[match.end():], "off by one")
+            changed = line[:match.start()] + line[match.end():]
+            yield Mutant(file, number, changed, "off by one", function)
         if re.search(r"\breturn (true|false);", code):
             changed = line.replace("return true;", "return !1;").replace("return false;",
                                                                          "return true;")
@@ -110,17 +140,19 @@ def mutants_of(file, text):
         before = lines[number - 1].rstrip() if number else ""
         if STATEMENT.match(code.rstrip()) and before.endswith((";", "{", "}", ":")):
             indent = line[:len(line) - len(line.lstrip())]
-            yield Mutant(file, number, indent + ";", "dropped " + stripped)
+            yield Mutant(file, number, indent + ";", "dropped " + stripped, function)
+
+
+def listed(root, name):
+    """The blocks of a list, without its comments: a file, a line of it, the line changed."""
+    for block in (root / "tests" / name).read_text().strip().split("\n\n"):
+        rows = [row for row in block.split("\n") if not row.startswith("#")]
+        if rows:
+            yield rows
 
 
 def canaries(root):
-    """Blocks of three lines and an empty one: the file, a line of it, the line changed."""
-    blocks = (root / "tests/canaries.txt").read_text().strip().split("\n\n")
-    for block in blocks:
-        rows = [row for row in block.split("\n") if not row.startswith("#")]
-        if not rows:
-            continue
-        file, old, new = rows
+    for file, old, new in listed(root, "canaries.txt"):
         lines = (root / file).read_text().split("\n")
         places = [i for i, line in enumerate(lines) if line.strip() == old.strip()]
         if len(places) != 1:
@@ -128,10 +160,26 @@ def canaries(root):
         yield Mutant(file, places[0], new, "canary")
 
 
+def without_equivalents(root, mutants):
+    """The mutants but those that are no other program; all of these must be found."""
+    lines = {file: (root / file).read_text().split("\n") for file in FILES}
+    known = {tuple(row.strip() for row in rows) for rows in listed(root, "equivalents.txt")}
+    found = set()
+    for mutant in mutants:
+        key = (mutant.file, lines[mutant.file][mutant.number].strip(), mutant.line.strip())
+        if key in known:
+            found.add(key)
+        else:
+            yield mutant
+    for file, old, new in sorted(known - found):
+        sys.exit(f"equivalents.txt: no mutant in {file} makes of: {old}\nthis: {new}")
+
+
 class Tree:
     """A copy of the tree with a build of its own."""
 
-    def __init__(self, root, scratch):
+    def __init__(self, root, scratch, cores):
+        self.cores = cores
         self.source, self.build = scratch / "source", scratch / "build"
         self.log = self.build / "last.log"  # what the last program said
         wanted = set()
@@ -157,19 +205,23 @@ class Tree:
         except subprocess.TimeoutExpired:
             return False
 
-    def prepare(self, tests):
+    def prepare(self):
         self.build.mkdir(parents=True, exist_ok=True)
-        configured = self.run(["cmake", "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release",
-                               "-DCMAKE_CXX_FLAGS_RELEASE=-O1", "-DVELSTD_BUILD_TOOLS=OFF",
-                               "-DVELSTD_BUILD_EXAMPLES=OFF", str(self.source)])
-        if not configured or not self.make(tests):
-            sys.exit(f"the tree does not build as it is: see {self.log}")
+        if not self.run(["cmake", "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release",
+                         "-DCMAKE_CXX_FLAGS_RELEASE=-O1", "-DVELSTD_BUILD_TOOLS=OFF",
+                         "-DVELSTD_BUILD_EXAMPLES=OFF", str(self.source)]):
+            sys.exit(f"the tree cannot be configured: see {self.log}")
+
+    def check(self, tests):
+        """All is well as long as nothing is changed."""
         for test in tests:
+            if not self.make(test):
+                sys.exit(f"{test}_test does not build as it is: see {self.log}")
             if not self.passes(test):
                 sys.exit(f"{test}_test fails as it is: see {self.log}")
 
-    def make(self, tests):
-        return self.run(["ninja"] + [test + "_test" for test in tests])
+    def make(self, test):
+        return self.run(["ninja", f"-j{self.cores}", test + "_test"])
 
     def passes(self, test):
         # Enough for a test that passes; a mutant may well never end.
@@ -182,30 +234,65 @@ class Tree:
         lines[mutant.number] = mutant.line
         path.write_text("\n".join(lines))
         try:
-            if not self.make(tests):
-                return "stillborn"
-            return "survived" if all(self.passes(test) for test in tests) else "killed"
+            for test in tests:
+                if not self.make(test):
+                    return "stillborn"
+                if not self.passes(test):
+                    return "killed"
+            return "survived"
         finally:
             path.write_text(original)
+
+
+class Trees:
+    """As many trees as work at the same time."""
+
+    def __init__(self, root, scratch, jobs):
+        self.jobs = jobs
+        self.idle = queue.Queue()
+        for i in range(jobs):
+            tree = Tree(root, scratch / str(i), max(1, (os.cpu_count() or 1) // jobs))
+            tree.prepare()
+            self.idle.put(tree)
+
+    def each(self, work, items):
+        """Yields each item with what `work` makes of it in one of the trees."""
+        def in_tree(item):
+            tree = self.idle.get()
+            try:
+                return work(tree, item)
+            finally:
+                self.idle.put(tree)
+
+        with concurrent.futures.ThreadPoolExecutor(self.jobs) as pool:
+            yield from zip(items, pool.map(in_tree, items))
 
 
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("scratch", type=pathlib.Path)
     parser.add_argument("--canaries", action="store_true")
+    parser.add_argument("--strict", action="store_true")
     parser.add_argument("--sample", type=int)
     parser.add_argument("--only", default="")
     parser.add_argument("--list", action="store_true")
+    parser.add_argument("--jobs", type=int, help="default: one a core; 1 for the canaries")
     parser.add_argument("--at-least", type=float, help="default: 90, and all canaries")
     arguments = parser.parse_args()
     at_least = arguments.at_least or (100 if arguments.canaries else 90)
+
+    # A tree more takes longer to build than two dozen mutants take to die.
+    jobs = arguments.jobs or (1 if arguments.canaries else os.cpu_count() or 1)
 
     root = pathlib.Path(__file__).resolve().parent.parent
     if arguments.canaries:
         mutants = list(canaries(root))
     else:
         mutants = [mutant for file in FILES for mutant in mutants_of(file, (root / file).read_text())]
+        mutants = list(without_equivalents(root, mutants))
     mutants = [mutant for mutant in mutants if arguments.only in mutant.file]
+    if arguments.strict:
+        mutants = [mutant for mutant in mutants if mutant.is_strict]
     if arguments.sample and arguments.sample < len(mutants):
         mutants = random.Random(1).sample(mutants, arguments.sample)
         mutants.sort(key=lambda mutant: (mutant.file, mutant.number))
@@ -213,14 +300,18 @@ def main():
         print("\n".join(map(str, mutants)))
         return 0
 
-    tree = Tree(root, arguments.scratch.resolve())
-    tree.prepare(sorted({test for mutant in mutants for test in FILES[mutant.file]}))
+    trees = Trees(root, arguments.scratch.resolve(), jobs)
+    needed = sorted({test for mutant in mutants for test in FILES[mutant.file]})
+    for _ in trees.each(lambda tree, _: tree.check(needed), range(jobs)):
+        pass
     counts = {}
-    for mutant in mutants:
-        outcome = tree.outcome(mutant, FILES[mutant.file])
+    strict_alive = 0
+    for mutant, outcome in trees.each(
+            lambda tree, mutant: tree.outcome(mutant, FILES[mutant.file]), mutants):
         counts.setdefault(mutant.file, {}).setdefault(outcome, []).append(mutant)
         if outcome == "survived":
-            print(f"survived: {mutant}", flush=True)
+            strict_alive += mutant.is_strict
+            print(f"survived{' (strict)' if mutant.is_strict else ''}: {mutant}", flush=True)
 
     print(f"\n| {'file':40} | killed | survived | stillborn |")
     print(f"| {'-' * 40} | -----: | -------: | --------: |")
@@ -233,7 +324,11 @@ def main():
     born = total["killed"] + total["survived"]
     share = 100 * total["killed"] / born if born else 0
     print(f"\n{total['killed']} of {born} mutants killed ({share:.1f} percent)")
-    return 0 if born and share >= at_least else 1
+    if "VELSTD_FIGURES" in os.environ:
+        with open(os.environ["VELSTD_FIGURES"], "a", encoding="utf-8") as figures:
+            sort = "canaries" if arguments.canaries else "mutants"
+            figures.write(f"mutation\t{sort} killed\t{total['killed']} of {born}\n")
+    return 0 if born and share >= at_least and strict_alive == 0 else 1
 
 
 if __name__ == "__main__":

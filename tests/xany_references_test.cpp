@@ -416,6 +416,20 @@ TEST(XAny, DoesNotTouchAnUncountedObjectAgain) {
   value = 1;
 }
 
+// Where the object was lies what is none: whoever follows a pointer in it goes astray.
+TEST(XAny, DoesNotFollowAnUncountedObjectThatIsGone) {
+  alignas(VelPlainObject) unsigned char place[sizeof(VelPlainObject)];
+  auto* object = new (place) VelPlainObject;
+  xany value(object);
+  object->~VelPlainObject();
+  std::memset(place, 0x5A, sizeof place);
+  xany copy(value);
+  copy = value;
+  copy = 1;
+  value = 2;
+  for (const unsigned char byte : place) ASSERT_EQ(byte, 0x5A);
+}
+
 TEST(XAny, AsksAViewAnewWhetherItsObjectIsCounted) {
   const xrchandle<VelLogObject> counted(new VelLogObject);
   VelPlainObject plain;
