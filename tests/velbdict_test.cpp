@@ -57,6 +57,7 @@ class LogDict : public xbasedictionary {
 
   void* OnAllocate(unsigned slots) override {
     Note("allocate " + std::to_string(slots));
+    if (refuseAllocate) throw refuseAllocate;
     if (failAllocate) throw std::bad_alloc();
     const std::size_t bytes = std::size_t{slots} * kSlot;
     void* block = AllocateBlock(bytes);
@@ -137,6 +138,7 @@ class LogDict : public xbasedictionary {
   using xbasedictionary::ReleaseBlock;
 
   bool quiet = false;
+  int refuseAllocate = 0;  // what the hook throws, if it throws an int
   bool failAllocate = false;
   int failCopy = 0;  // the copy that fails, from 1
   int blocks = 0;
@@ -1307,6 +1309,14 @@ TEST(XBaseDictionaryClone, OfOneWithoutATableHasNone) {
   EXPECT_EQ(clone.GetCount(), 0U);
 }
 
+TEST(XBaseDictionaryClone, OfNoneIsEmpty) {
+  LogDict dict;
+  dict.Set("key", 1);
+  dict.BaseClone(nullptr, kSlot, kValue);
+  EXPECT_EQ(dict.GetCount(), 0U);
+  EXPECT_EQ(dict.GetTableSize(), 0U);
+}
+
 TEST(XBaseDictionaryClone, OfAnEmptyTableIsAnEmptyTable) {
   LogDict source;
   source.BaseAllocate(30, kSlot);
@@ -1471,6 +1481,20 @@ TEST(XBaseDictionaryNoMemory, ARemovalThatCannotShrinkSucceeds) {
   EXPECT_TRUE(dict.Remove("name27"));
   EXPECT_EQ(dict.GetTableSize(), 32U);
   for (const std::string& name : Names(27)) EXPECT_TRUE(dict.Has(name));
+}
+
+// Only for want of memory a table stays large in silence.
+TEST(XBaseDictionaryRemove, WhatElseAHookThrowsPassesAndTheEntryIsGone) {
+  LogDict dict;
+  dict.Set(Names(31));
+  for (int left = 30; left >= 29; --left) dict.Remove("name" + std::to_string(left));
+  dict.refuseAllocate = 5;
+  EXPECT_THROW(dict.Remove("name28"), int);
+  dict.refuseAllocate = 0;
+  EXPECT_EQ(dict.GetTableSize(), 64U);
+  EXPECT_EQ(dict.GetCount(), 28U);
+  for (const std::string& name : Names(28)) EXPECT_TRUE(dict.Has(name));
+  EXPECT_FALSE(dict.Has("name28"));
 }
 
 TEST(XBaseDictionaryNoMemory, ARemovalWhoseShrinkCannotCopySucceeds) {

@@ -1,7 +1,10 @@
-// The short ways that walks and comparisons take into standard collections.
+// The short ways that walks and comparisons take into standard collections. They are
+// not exported: their source is part of this program, too.
 #include <functional>
 #include <string>
 
+#include "velcollectionreads.h"
+#include "velcollectionrtti.h"
 #include "velcompare.h"
 #include "veltest.h"
 #include "veltraverser.h"
@@ -252,6 +255,119 @@ TEST(VelCollectionReads, SeeWhatTheVisitorDoesToTheCollection) {
   ExpectEqualChanges<RemoveAll>(Filled<Dictionary, int>(20), Filled<Derived<Dictionary>, int>(20));
   ExpectEqualChanges<Grow>(Filled<Dictionary, int>(20), Filled<Derived<Dictionary>, int>(20));
   ExpectEqualChanges<Shrink>(Appended<Sequence, int>(20), Appended<Derived<Sequence>, int>(20));
+}
+
+// A sequence or dictionary of one element, whose descriptor has some of the functions
+// of a standard class and one of its own.
+int OneMore(xobject* sequence) { return velSequenceFunctions<xintsequence>::size(sequence) + 1; }
+xany Seven(xobject*, int) { return xany(7); }
+
+TEST(VelCollectionReads, AreOfDescriptorsWithAllFunctionsOfAStandardSequence) {
+  using Own = velSequenceFunctions<xintsequence>;
+  xrttisequence standard, ownSize, ownElement;
+  standard.initializeRttiSeq("veltest::Standard", 1, velGetRtti_int(), 0, &Own::size, &Own::element);
+  ownSize.initializeRttiSeq("veltest::OwnSize", 1, velGetRtti_int(), 0, &OneMore, &Own::element);
+  ownElement.initializeRttiSeq("veltest::OwnElement", 1, velGetRtti_int(), 0, &Own::size, &Seven);
+  EXPECT_NE(velReadsOf(&standard), nullptr);
+  EXPECT_EQ(velReadsOf(&ownSize), nullptr);
+  EXPECT_EQ(velReadsOf(&ownElement), nullptr);
+}
+
+unsigned char FindsNothing(xobject*, const char*, xany*) { return 0; }
+unsigned char HasNoKey(xobject*, int, xstring*) { return 0; }
+unsigned char HasNoValue(xobject*, int, xany*) { return 0; }
+
+TEST(VelCollectionReads, AreOfDescriptorsWithAllFunctionsOfAStandardDictionary) {
+  using Own = velDictionaryFunctions<xintdictionary, int>;
+  const auto reads = [](auto size, auto find, auto key, auto value) {
+    xrttidictionary type;
+    type.initializeRttiDict("veltest::Dictionary", 1, velGetRtti_int(), 0, size, find, key, value);
+    return velReadsOf(&type);
+  };
+  EXPECT_NE(reads(&Own::size, &Own::find, &Own::key, &Own::value), nullptr);
+  EXPECT_EQ(reads(&OneMore, &Own::find, &Own::key, &Own::value), nullptr);
+  EXPECT_EQ(reads(&Own::size, &FindsNothing, &Own::key, &Own::value), nullptr);
+  EXPECT_EQ(reads(&Own::size, &Own::find, &HasNoKey, &Own::value), nullptr);
+  EXPECT_EQ(reads(&Own::size, &Own::find, &Own::key, &HasNoValue), nullptr);
+}
+
+// The short ways into classes of values, as this program has them.
+const velSequenceReads* ElementReads() {
+  xrttisequence type;
+  velInitializeSequence<xanysequence>(&type, "veltest::Elements", velGetRtti_any());
+  return velReadsOf(&type);
+}
+const velDictionaryReads* EntryReads() {
+  xrttidictionary type;
+  velInitializeDictionary<xanydictionary, xany>(&type, "veltest::Entries", velGetRtti_any());
+  return velReadsOf(&type);
+}
+
+TEST(VelCollectionReads, ReadObjectsOfExactlyTheirClass) {
+  const velSequenceReads* const reads = ElementReads();
+  const auto sequence = xanysequence::create();
+  const xrchandle<xanysequence> derived(new Derived<xanysequence>);
+  const velSequenceReads* none = nullptr;
+  EXPECT_EQ(velCollectionAt(reads, sequence.operator->()), sequence.operator->());
+  EXPECT_EQ(velCollectionAt(none, sequence.operator->()), nullptr);
+  EXPECT_EQ(velCollectionAt(reads, nullptr), nullptr);
+  EXPECT_EQ(velCollectionAt(reads, xuninitobject), nullptr);
+  EXPECT_EQ(velCollectionAt(reads, derived.operator->()), nullptr);
+  const velDictionaryReads* const entries = EntryReads();
+  const velDictionaryReads* noEntries = nullptr;
+  const auto dictionary = xanydictionary::create();
+  EXPECT_EQ(velCollectionAt(entries, dictionary.operator->()), dictionary.operator->());
+  EXPECT_EQ(velCollectionAt(noEntries, dictionary.operator->()), nullptr);
+  EXPECT_EQ(velCollectionAt(entries, nullptr), nullptr);
+  EXPECT_EQ(velCollectionAt(entries, xuninitobject), nullptr);
+  EXPECT_EQ(velCollectionAt(entries, sequence.operator->()), nullptr);
+}
+
+TEST(VelCollectionReads, FindThrowsForANullKeyAsTheDictionaryDoes) {
+  const auto dictionary = xanydictionary::create();
+  const velDictionaryReads* const reads = EntryReads();
+  void* at = velCollectionAt(reads, dictionary.operator->());
+  xany value;
+  EXPECT_VEL_THROW(reads->find(at, nullptr, &value), velXNull);
+  EXPECT_VEL_THROW(reads->find(at, reinterpret_cast<const char*>(std::uintptr_t{1}), &value),
+                   velXNull);
+}
+
+TEST(VelCollectionReads, GiveNoPlaceWhereThereIsNoElement) {
+  const auto sequence = xanysequence::create();
+  sequence->append(xany(1));
+  const velSequenceReads* const elements = ElementReads();
+  EXPECT_EQ(elements->inPlace(sequence.operator->(), 0)->operator int(), 1);
+  EXPECT_EQ(elements->inPlace(sequence.operator->(), 1), nullptr);
+  const auto dictionary = xanydictionary::create();
+  dictionary->set("key", xany(2));
+  const velDictionaryReads* const entries = EntryReads();
+  int found = 0;
+  for (int i = 0; i < dictionary->getmapsize(); ++i) {
+    const xany* value = entries->inPlace(dictionary.operator->(), i);
+    EXPECT_EQ(value != nullptr, dictionary->getbyindex(i, nullptr));
+    if (value) found += value->operator int();
+  }
+  EXPECT_EQ(found, 2);
+  EXPECT_EQ(entries->inPlace(dictionary.operator->(), dictionary->getmapsize()), nullptr);
+}
+
+struct RemoveTheRest {
+  void operator()(xanysequence& sequence, int call) const {
+    if (call == 2) sequence.removerange(1, 100);
+  }
+  void operator()(xanydictionary& dictionary, int call) const {
+    if (call == 2) {
+      for (int i = 0; i < dictionary.getmapsize(); ++i) dictionary.removebyindex(i);
+    }
+  }
+};
+
+TEST(VelCollectionReads, SeeThatTheVisitorRemovedTheValueItIsAt) {
+  ExpectEqualChanges<RemoveTheRest>(Appended<xanysequence, xany>(20),
+                                    Appended<Derived<xanysequence>, xany>(20));
+  ExpectEqualChanges<RemoveTheRest>(Filled<xanydictionary, xany>(20),
+                                    Filled<Derived<xanydictionary>, xany>(20));
 }
 
 }  // namespace

@@ -787,4 +787,29 @@ TEST(VelReleaseScope, DestructorsRunOutsideOfIt) {
   EXPECT_EQ(alive, 1);
 }
 
+// An object that is not counted and holds two that are; it lets the second go first.
+class Holder : public VelPlainObject {
+ public:
+  Holder(xobject* a, xobject* b) : first(a), second(b) {}
+  const xrchandle<xobject> first, second;
+};
+
+// Its end is not the collection's business, the release of what it held is: that
+// waits for the collection, with what the collection has collected before.
+TEST(VelReleaseScope, CollectsWhatALoopInsideItReleases) {
+  const FlattenAt none(0);
+  std::string log;
+  auto* shared = new VelLogObject(&log, "shared");
+  const xrchandle<VelLogObject> held(shared);
+  auto* plain = new Holder(shared, new VelLogObject(&log, "child"));
+  {
+    const velReleaseScope scope;
+    xdelete(plain);
+    EXPECT_EQ(log, "");
+    EXPECT_EQ(xrcgetcount(shared), 2);
+  }
+  EXPECT_EQ(xrcgetcount(shared), 1);
+  EXPECT_EQ(log, "child asked\nchild onDelete\nchild destroyed\n");
+}
+
 }  // namespace

@@ -1,12 +1,51 @@
 // Where the tests of every program begin: VELSTD_TEST_LOCALE names the locale of
 // the C library, or is "grouping" for a global C++ locale that groups digits and
 // has a comma for a point. Results are the same in all of them.
+//
+// In a build that counts what is run, a program that aborts or leaves by _exit, as
+// death tests do, writes its counters down first.
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <locale>
 #include <string>
+
+#ifdef VELSTD_COVERAGE
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <csignal>
+
+extern "C" void __gcov_dump(void);
+extern "C" void velDumpCounters(void);
+
+namespace {
+
+void DumpCounters() {
+  // The test may have left the program without memory.
+  for (const auto resource : {RLIMIT_AS, RLIMIT_FSIZE}) {
+    rlimit limit;
+    getrlimit(resource, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(resource, &limit);
+  }
+  velDumpCounters();
+  __gcov_dump();
+}
+
+// abort() goes on when this returns.
+const auto before = std::signal(SIGABRT, [](int) { DumpCounters(); });
+
+}  // namespace
+
+// In place of the C library's, which the tests and GoogleTest call.
+extern "C" void _exit(int status) {
+  DumpCounters();
+  for (;;) syscall(SYS_exit_group, status);
+}
+#endif
 
 namespace {
 

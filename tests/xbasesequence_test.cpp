@@ -28,6 +28,7 @@ class LogCore : public xbasesequence {
 
   void* OnResize(unsigned newCapacity) override {
     note((failing ? "failed(" : "resize(") + std::to_string(newCapacity) + ')');
+    if (refusing) throw refusing;
     if (failing) throw std::bad_alloc();
     auto* block = static_cast<char*>(std::malloc(newCapacity));
     std::memset(block, '.', newCapacity);
@@ -69,6 +70,7 @@ class LogCore : public xbasesequence {
   char* at(unsigned pos) const { return static_cast<char*>(GetPtr()) + pos; }
 
   bool failing = false;
+  int refusing = 0;  // what the hook throws, if it throws an int
   bool showSizes = false;
 
  private:
@@ -428,6 +430,13 @@ TEST_F(XBaseSequenceShrinking, RemovalSucceedsWithoutMemory) {
   core.BaseClear();
   EXPECT_EQ(core.taken(), "failed(32) destroy(@0,32) allocate(@0,32)");
   EXPECT_EQ(core.state(), "0/128");
+}
+
+// Only for want of memory a removal goes on without it.
+TEST_F(XBaseSequenceShrinking, WhatElseAHookThrowsPasses) {
+  core.refusing = 5;
+  EXPECT_THROW(core.BaseRemove(32, 128), int);
+  EXPECT_EQ(core.state(), "128/128");
 }
 
 TEST(XBaseSequence, ShrinkingHalvesWithoutRounding) {

@@ -941,4 +941,58 @@ TEST(XtbDictionaryVirtuals, ReachASubclassThroughItsBase) {
   EXPECT_TRUE(dict->remove("p.a"));
 }
 
+// Pointers to members are scalars of two words.
+TEST(XtsDictionaryOfAnyType, HoldsScalarsOfTwoWordsThroughResizes) {
+  struct Number {
+    int n;
+    int Same() const { return n; }
+    int Twice() const { return 2 * n; }
+  };
+  using Member = int (Number::*)() const;
+  const xrchandle<xtsdictionary<Member>> dict = new xtsdictionary<Member>(0);
+  for (int i = 0; i < 100; ++i) {
+    dict->set(std::to_string(i).c_str(), i % 2 ? &Number::Twice : &Number::Same);
+  }
+  for (int i = 0; i < 100; ++i) {
+    Member member = nullptr;
+    ASSERT_TRUE(dict->find(std::to_string(i).c_str(), &member));
+    EXPECT_EQ((Number{i}.*member)(), i % 2 ? 2 * i : i);
+  }
+}
+
+// A dictionary straight on the front with hooks of its own, which count the copies.
+class OwnHooks : public xtbdictionary<int> {
+ public:
+  ~OwnHooks() override { this->BaseClearAll(kSlot); }
+  void Destroy(void* block, unsigned) override { this->ReleaseBlock(block); }
+  int copies = 0;
+
+ protected:
+  void* OnAllocate(unsigned slots) override { return NewBlock(slots); }
+  void OnDestroy(void* block, unsigned slots) override {
+    if (block) Destroy(block, slots);
+  }
+  void OnCopyEntry(void* dst, const void* src) override {
+    ++copies;
+    *static_cast<int*>(dst) = *static_cast<const int*>(src);
+  }
+  void OnRemoveEntry(void*) override {}
+};
+
+TEST(XtbDictionaryOfOwnHooks, EveryValueThatIsReadGoesThroughTheHook) {
+  const xrchandle<OwnHooks> dict = new OwnHooks;
+  dict->set("key", 5);
+  EXPECT_EQ(dict->copies, 1);
+  int value = 0;
+  EXPECT_TRUE(dict->find("key", &value));
+  EXPECT_EQ(value, 5);
+  EXPECT_EQ(dict->copies, 2);
+  EXPECT_TRUE(dict->find("key", nullptr));
+  EXPECT_EQ(dict->copies, 2);
+  int found = 0;
+  for (int i = 0; i < dict->getmapsize(); ++i) found += dict->getbyindex(i, &value);
+  EXPECT_EQ(found, 1);
+  EXPECT_EQ(dict->copies, 3);
+}
+
 }  // namespace

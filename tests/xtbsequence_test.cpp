@@ -1194,7 +1194,9 @@ void LimitMemory([[maybe_unused]] std::size_t bytes) {
   if (!file || std::fscanf(file, "%zu", &pages) != 1) _exit(90);
   std::fclose(file);
   const rlim_t most = pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE)) + bytes;
-  const rlimit limit = {most, most};
+  rlimit limit;
+  getrlimit(RLIMIT_AS, &limit);
+  limit.rlim_cur = most;
   if (setrlimit(RLIMIT_AS, &limit) != 0) _exit(91);
 #endif
 }

@@ -383,7 +383,7 @@ bool xbasedictionary::IsBeside(const Mark* marks, const char* copy) {
 
 // The place of a key beside the table is free again if it is the last.
 void xbasedictionary::GiveBackKey(const char* copy, std::size_t length) {
-  if (!slotRecords && slotMarks && IsBeside(slotMarks, copy)) {
+  if (!slotRecords && IsBeside(slotMarks, copy)) {
     const auto* beside = reinterpret_cast<const Beside*>(slotMarks);
     if (copy + velDictKeys::paddedSize(length) == beside->texts + textsUsed) {
       textsUsed = static_cast<unsigned char>(copy - beside->texts);

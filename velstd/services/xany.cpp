@@ -123,8 +123,6 @@ int xany::ToInt() const {
       return kNilInt;
     case xanyUninit:
       return kUninitInt;
-    case xanyInt:
-      return payload.integer;
     case xanyEnum:
       return payload.enumeration.value;
     default:
@@ -138,8 +136,6 @@ unsigned char xany::ToBool() const {
       return kNilBool;
     case xanyUninit:
       return kUninitBool;
-    case xanyBool:
-      return payload.boolean;
     default:
       _korAbort("Can not convert xany to xbool.", kConversionSource, 186);
   }
@@ -151,8 +147,6 @@ double xany::ToReal() const {
       return kNilReal;
     case xanyUninit:
       return kUninitReal;
-    case xanyReal:
-      return payload.real;
     default:
       _korAbort("Can not convert xany to xreal.", kConversionSource, 202);
   }
@@ -190,8 +184,6 @@ xobject* xany::ToObject() const {
       return nullptr;
     case xanyUninit:
       return xuninitobject;
-    case xanyObject:
-      return payload.object.pointer;
     default:
       _korAbort("Can not convert xany to xobject.", kConversionSource, 258);
   }

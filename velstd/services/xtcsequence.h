@@ -47,7 +47,7 @@ class VELSTD_API xtcsequence : public xtbsequence<T> {
     if (void* old = this->GetPtr()) {
       const unsigned used = this->GetByteSize();
       try {
-        this->OnCopy(block, old, used < newCapacity ? used : newCapacity);
+        this->OnCopy(block, old, used);
       } catch (...) {
         this->OnDestroy(block, newCapacity);
         std::free(block);

@@ -27,8 +27,8 @@ class VELSTD_API xtssequence : public xtbsequence<T> {
     // The first block comes zeroed: a large one without being touched.
     void* block = old ? std::realloc(old, newCapacity) : std::calloc(newCapacity, 1);
     if (!block) throw std::bad_alloc();
-    const unsigned kept = this->GetByteSize();
-    if (old && newCapacity > kept) {
+    if (old) {
+      const unsigned kept = this->GetByteSize();
       std::memset(static_cast<char*>(block) + kept, 0, newCapacity - kept);
     }
     return block;

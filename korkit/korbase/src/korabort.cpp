@@ -10,10 +10,6 @@
 
 #include "korstring.h"
 
-#ifdef VELSTD_COVERAGE
-extern "C" void __gcov_dump(void);
-#endif
-
 namespace {
 
 // A write of this size to a pipe is not torn by other writers.
@@ -91,8 +87,5 @@ void _korAbort(const char* message, const char* source, int line) {
   text.Add(")\n", 0);
   HoldSignalsOfWriting();
   text.WriteTo(STDERR_FILENO);
-#ifdef VELSTD_COVERAGE
-  __gcov_dump();
-#endif
   std::abort();
 }
