@@ -2,12 +2,37 @@
 // filling. The class is not exported: its source is part of this program.
 #include "velbdictindex.h"
 
+#include <sys/random.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "velbdict.h"
+#include "koralloc.h"
 #include "veltest.h"
+
+namespace {
+
+// What the two functions below refuse.
+bool hasNoMemory = false;
+bool hasNoRandomNumbers = false;
+
+}  // namespace
+
+// In place of those that the index would call.
+void* korAlloc(std::size_t size) { return hasNoMemory ? nullptr : std::malloc(size); }
+ssize_t getrandom(void* buffer, size_t length, unsigned flags) {
+  if (hasNoRandomNumbers) {
+    errno = EAGAIN;
+    return -1;
+  }
+  return syscall(SYS_getrandom, buffer, length, flags);
+}
 
 namespace {
 
@@ -127,6 +152,37 @@ TEST(VelDictIndex, LooksBehindEachBoundaryOfItsSets) {
 TEST(VelDictIndex, TakenTablesHaveNoSlotToFill) {
   Table table(256, 100, 0, 1);
   for (int i = 0; i < 100; ++i) EXPECT_EQ(table.index->slotToFill(7, 5), velDictIndex::kNone);
+  EXPECT_TRUE(table.FindsAll());
+}
+
+TEST(VelDictIndex, IsNotMadeWithoutMemory) {
+  std::vector<Entry> entries(64);
+  hasNoMemory = true;
+  velDictIndex* const index = velDictIndex::create({entries.data(), sizeof(Entry), 64});
+  hasNoMemory = false;
+  EXPECT_EQ(index, nullptr);
+}
+
+TEST(VelDictIndex, ProbesWithoutMemoryForItsSets) {
+  for (const Filling filling : {Filling{1024, 97, 2}, Filling{1024, 98, 2}, Filling{1024, 99, 1},
+                                Filling{1024, 100, 0}}) {
+    Table table(filling.size, filling.live, filling.vacated, 1);
+    hasNoMemory = true;
+    for (std::uint32_t start = 0; start < filling.size; ++start) {
+      for (const std::uint32_t step : {1U, 3U, 0xFFFFFFFFU}) {
+        EXPECT_EQ(table.index->slotToFill(start, step), table.Probe(start, step))
+            << start << ' ' << step;
+      }
+    }
+    hasNoMemory = false;
+    EXPECT_TRUE(table.FindsAll());
+  }
+}
+
+TEST(VelDictIndex, FindsAllWithoutTheRandomNumbersOfTheSystem) {
+  hasNoRandomNumbers = true;
+  const Table table(1024, 90, 5, 1);
+  hasNoRandomNumbers = false;
   EXPECT_TRUE(table.FindsAll());
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "veltest.h"
+#include "veltest_limit.h"
 
 namespace {
 
@@ -811,5 +812,45 @@ TEST(VelReleaseScope, CollectsWhatALoopInsideItReleases) {
   EXPECT_EQ(xrcgetcount(shared), 1);
   EXPECT_EQ(log, "child asked\nchild onDelete\nchild destroyed\n");
 }
+
+#ifndef VELTEST_SANITIZED
+// Deletes many others in its destructor, each of which holds one.
+class Brood : public VelPlainObject {
+ public:
+  explicit Brood(int count) {
+    for (int i = 0; i < count; ++i) {
+      children_.push_back(new Holder(new VelLogObject, new VelLogObject));
+    }
+  }
+  ~Brood() override {
+    for (xobject* child : children_) xdelete(child);
+  }
+
+ private:
+  std::vector<xobject*> children_;
+};
+
+// Ends the process: with 0 when all objects go although there is no memory to
+// write down which are to go.
+[[noreturn]] void DestroyWithoutMemory(bool inACollection) {
+  velReleaseScope::flattenLevel = 0;
+  auto* brood = new Brood(1000);
+  brood->getRtti();  // made now
+  velTakeAllMemory();
+  if (inACollection) {
+    const velReleaseScope scope;
+    xdelete(brood);
+  } else {
+    xdelete(brood);
+  }
+  _exit(VelLogObject::alive() == 0 ? 0 : 1);
+}
+
+TEST(VelReleaseDeathTest, ALoopNeedsNoMemory) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(DestroyWithoutMemory(false), testing::ExitedWithCode(0), "");
+  EXPECT_EXIT(DestroyWithoutMemory(true), testing::ExitedWithCode(0), "");
+}
+#endif
 
 }  // namespace

@@ -724,4 +724,19 @@ TEST(VelTraverse, OneMillionNestedObjectsFitAnOrdinaryStack) {
   EXPECT_EQ(Link::alive, 0);
 }
 
+// A class with a gap in the list of its parents.
+class Gapped : public virtual xobject {
+  VEL_OBJECT(Gapped)
+};
+xrttiobject* gappedParents[] = {nullptr};
+VEL_OBJECT_RTTI(Gapped, xrttiobject, [](xrttiobject* rtti) {
+  rtti->initializeRttiObject("traverse::Gapped", 1, 1, gappedParents);
+})
+
+TEST(VelTraverse, AMissingParentHasNoContents) {
+  LogTraverser log;
+  velTraverse(xany(new Gapped), &log);
+  EXPECT_EQ(log.text(), "beginObject(traverse::Gapped) endObject(traverse::Gapped)");
+}
+
 }  // namespace

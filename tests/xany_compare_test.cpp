@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <string>
 #include <type_traits>
@@ -266,6 +267,21 @@ TEST(XAnyEqual, LiteralsCompareOnBothSides) {
   EXPECT_TRUE(text != "y" && "y" != text);
   EXPECT_FALSE(one == 1.5 || 1.5 == one);
   EXPECT_TRUE(one != nullptr && nullptr != one);
+}
+
+// A value has the layout of its C view: memory that was cleared and says "string"
+// reads as the null string.
+TEST(XAnyEqual, ClearedMemoryIsTheNullString) {
+  __xany_c view;
+  std::memset(&view, 0, sizeof view);
+  view.kind = xanyString;
+  xany value;
+  std::memcpy(static_cast<void*>(&value), &view, sizeof view);
+  EXPECT_TRUE(value == static_cast<const char*>(nullptr));
+  EXPECT_FALSE(value == "");
+  EXPECT_FALSE(value == xany("text"));
+  EXPECT_FALSE(xany("text") == value);
+  EXPECT_EQ(value.operator const char*(), nullptr);
 }
 
 }  // namespace

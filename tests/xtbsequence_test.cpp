@@ -20,18 +20,11 @@
 #include <vector>
 
 #include "veltest.h"
+#include "veltest_limit.h"
 #include "veltest_locale.h"
 #include "xrttiattrseq.h"
 #include "xtcsequence.h"
 #include "xtssequence.h"
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define VELTEST_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define VELTEST_SANITIZED 1
-#endif
-#endif
 
 // A sanitizer takes too much address space for a limit on it: its allocator
 // refuses large blocks instead.
@@ -1186,21 +1179,6 @@ TEST(XTbSequenceLimits, Values) { ExpectLimits<xany>(2147483648U, 67108864); }
 
 // ---- no memory ----
 
-// Lets this process have `bytes` more address space than now.
-void LimitMemory([[maybe_unused]] std::size_t bytes) {
-#ifndef VELTEST_SANITIZED
-  std::size_t pages = 0;
-  std::FILE* file = std::fopen("/proc/self/statm", "r");
-  if (!file || std::fscanf(file, "%zu", &pages) != 1) _exit(90);
-  std::fclose(file);
-  const rlim_t most = pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE)) + bytes;
-  rlimit limit;
-  getrlimit(RLIMIT_AS, &limit);
-  limit.rlim_cur = most;
-  if (setrlimit(RLIMIT_AS, &limit) != 0) _exit(91);
-#endif
-}
-
 template <class F>
 bool IsOutOfMemory(F&& run) {
   try {
@@ -1218,7 +1196,7 @@ template <class S, class T>
   const xrchandle<Open<S>> seq(new Open<S>(kFitting));
   seq->set(kFitting - 1, value);
   const void* storage = seq->storage();
-  LimitMemory(std::size_t{40} << 20);
+  velLimitMemory(std::size_t{40} << 20);
   if (!IsOutOfMemory([&] { seq->append(value); })) _exit(1);
   if (!IsOutOfMemory([&] { seq->set(kFitting, value); })) _exit(2);
   if (!IsOutOfMemory([&] { seq->insert(0, value); })) _exit(3);
@@ -1245,16 +1223,35 @@ TEST(XTbSequenceDeathTest, WithoutMemoryValuesStayAsTheyWere) {
               "");
 }
 
+// The same for the template itself, whose hooks bring the storage.
+template <class S, class T>
+[[noreturn]] void GrowTemplateWithoutMemory(T value) {
+  constexpr int kFitting = (64 << 20) / static_cast<int>(sizeof(T));
+  const xrchandle<S> seq(new S(kFitting));
+  seq->set(kFitting - 1, value);
+  velLimitMemory(std::size_t{40} << 20);
+  if (!IsOutOfMemory([&] { seq->append(value); })) _exit(1);
+  if (!IsOutOfMemory([&] { S(2 * kFitting); })) _exit(2);
+  if (seq->getarraysize() != kFitting) _exit(3);
+  if (!Same(seq->get(kFitting - 1), value)) _exit(4);
+  _exit(0);
+}
+
+TEST(XTbSequenceDeathTest, WithoutMemoryATemplateStaysAsItWas) {
+  const PlainLocale plain;
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT((GrowTemplateWithoutMemory<xtssequence<int>, int>(7)), testing::ExitedWithCode(0), "");
+  EXPECT_EXIT((GrowTemplateWithoutMemory<xtcsequence<xany>, xany>(xany("text"))),
+              testing::ExitedWithCode(0), "");
+}
+
 #ifndef VELTEST_SANITIZED
 // Ends the process: with 0 when all objects go although there is no memory to
 // write down which are to go.
 [[noreturn]] void ClearWithoutMemory() {
   auto seq = xanysequence::create();
   for (int i = 0; i < 1000; ++i) seq->append(new VelLogObject);
-  LimitMemory(0);
-  for (std::size_t size = std::size_t{1} << 24; size >= 16; size /= 2) {
-    while (void* block = std::malloc(size)) *static_cast<volatile char*>(block) = 1;
-  }
+  velTakeAllMemory();
   seq->clear();
   _exit(VelLogObject::alive() == 0 && seq->getarraysize() == 0 ? 0 : 1);
 }

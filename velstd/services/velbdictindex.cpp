@@ -77,9 +77,8 @@ class velDictIndex::PlaceSet {
     }
   }
 
-  /// The smallest member from `n` on, or kNone.
+  /// The smallest member from `n` on, which is below the bound; or kNone.
   unsigned atOrAfter(unsigned n) const {
-    if (n >= bound) return kNone;
     const Row* row = rows;
     std::uint64_t bits = (*row)[n / 64] & (~std::uint64_t{0} << (n % 64));
     while (!bits) {
@@ -345,11 +344,11 @@ unsigned velDictIndex::lastTombstone(Circle* circle, std::uint32_t start, std::u
     const unsigned end = (begin + length - 1) & mask();  // inclusive
     unsigned place = circle->vacated->atOrBefore(end);
     if (end >= begin) {
-      if (place != kNone && place < begin) place = kNone;
+      if (place < begin) place = kNone;
     } else if (place == kNone) {
       // The range goes round the end of the circle.
       place = circle->vacated->atOrBefore(mask());
-      if (place != kNone && place < begin) place = kNone;
+      if (place < begin) place = kNone;
     }
     return place == kNone ? kNone : circle->slotOf(place, mask());
   }
