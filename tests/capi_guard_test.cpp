@@ -3,6 +3,8 @@
 // addresses.
 #include <pthread.h>
 
+#include <cstdint>
+#include <cstring>
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -651,6 +653,49 @@ TEST(CArgument, AnObjectFarFromTheAddressIsFound) {
   };
   const xrchandle<Far> far(new Far);  // the root lies behind the bytes
   ExpectOneObject(far, {static_cast<Right*>(far.operator->())});
+}
+
+// ---- records that C has written itself -----------------------------------------
+
+__xany_c Written(__xanykind kind, const void* first) {
+  __xany_c record;
+  std::memset(&record, 0, sizeof record);
+  record.kind = kind;
+  record.u.o = static_cast<xobject*>(const_cast<void*>(first));
+  return record;
+}
+
+TEST(CVariant, ARecordOfAnObjectThatIsNoneReadsAsNilOrUninit) {
+  const __xany_c null = Written(xanyObject, nullptr);
+  const __xany_c uninit = Written(xanyObject, reinterpret_cast<void*>(std::uintptr_t{22}));
+  EXPECT_EQ(xanygetkind_c(&null), xanyNil);
+  EXPECT_EQ(xanygetkind_c(&uninit), xanyUninit);
+}
+
+TEST(CVariant, ARecordOfClearedTextIsTheNullString) {
+  __xany_c record = Written(xanyString, nullptr);
+  EXPECT_EQ(Text(xanytostr_c(&record)), "null");
+  xanyunlock_c(&record);
+  EXPECT_EQ(xanygetkind_c(&record), xanyUninit);
+}
+
+TEST(CVariant, AnEnumerationValueNeedsNoTypeForItsNumber) {
+  __xany_c record = Written(xanyEnum, nullptr);
+  record.u.e.value = 3;
+  EXPECT_EQ(xanytoint_c(&record), 3);
+  const __xany_c copy = xanycopy_c(&record);
+  EXPECT_EQ(copy.kind, xanyEnum);
+  EXPECT_EQ(copy.u.e.rtti, nullptr);
+}
+
+TEST(CTypes, ElementsAreAskedOfSequencesDictionariesAndArraysOnly) {
+  xrttiarray array;
+  EXPECT_EQ(xrttigetelemtype_c(xintsequence::getClassRtti()), velGetRtti_int());
+  EXPECT_EQ(xrttigetelemtype_c(xrealdictionary::getClassRtti()), velGetRtti_real());
+  EXPECT_EQ(xrttigetelemtype_c(&array), nullptr);
+  EXPECT_EQ(Parked(), "nothing");
+  EXPECT_EQ(xrttigetelemtype_c(velGetRtti_int()), nullptr);
+  EXPECT_EQ(Parked(), "vellib::XTypeMismatch");
 }
 
 }  // namespace

@@ -36,10 +36,12 @@ CORE = re.compile(r"velbase/inc/(velobject|velcounting|xrchandle|xany|xobject|ve
 # Why something is left out.
 KINDS = {
     "compiler": "made by the compiler, not by the source",
-    "memory": "a want of memory that no test can time",
+    "memory": "a want of memory at a moment that no test can choose",
+    "size": "a size of gigabytes, for the long forms alone",
     "system": "a refusal of the system that no test can bring about",
+    "platform": "for another width of wchar_t, or another charset of the C library",
     "race": "a meeting of threads that happens or does not",
-    "guard": "a way that nothing leads to, kept for the compiler or for corrupted state",
+    "guard": "a way that nothing leads to, there for the compiler or against corrupted state",
 }
 OFTEN_THERE = {"race"}  # may be met in one run and missed in the next
 
@@ -124,9 +126,14 @@ def read_counters(task):
             if not path.is_relative_to(root) or path.relative_to(root).parts[0] not in FOLDERS:
                 continue
             name = str(path.relative_to(root))
-            begins = {f["name"]: (f["start_line"], f["start_column"]) for f in file["functions"]}
-            rows += ((name, begins.get(line.get("function_name")), line["line_number"],
-                      line["count"], ways_of(line["branches"])) for line in file["lines"])
+            places = {f["name"]: (f["start_line"], f["start_column"], f["end_line"])
+                      for f in file["functions"]}
+            for line in file["lines"]:
+                # None for what was put in line there and belongs to another function.
+                place = places.get(line.get("function_name"), (0, 0, 0))
+                within = place[0] <= line["line_number"] <= place[2]
+                rows.append((name, place if within else None, line["line_number"],
+                             line["count"], ways_of(line["branches"])))
     return rows
 
 
@@ -149,7 +156,10 @@ def counts_of(root, build, text_of):
         line = counts[file][number] = Line()
         line.run = count > 0
     for file, lines in counts.items():
-        for number in deciding(text_of(file)) & lines.keys():
+        text = text_of(file)
+        for number in [n for n in lines if not re.search(r"\w", text[n - 1])]:
+            del lines[number]  # a brace
+        for number in deciding(text) & lines.keys():
             # An instance of another shape that nothing runs says nothing of the source.
             shapes = ways[file, number]
             ran = {function for (function, _), seen in shapes.items() if seen[0]}

@@ -409,6 +409,16 @@ TEST(VelhHelpers, AssertNotNullKeyRejectsNullAndOne) {
                    velXNull);
 }
 
+TEST(VelhRethrow, PassesOtherExceptionsOn) {
+  const auto collection = xintsequence::create();
+  const auto null = velCaught([] { velhThrowNull(); });
+  EXPECT_VEL_THROW(velhRethrowSeqException(null, collection), velXNull);
+  EXPECT_VEL_THROW(velhRethrowDictException(null, collection), velXNull);
+  auto* const uninit = reinterpret_cast<xthrowable*>(std::uintptr_t{22});
+  EXPECT_VEL_THROW(velhRethrowSeqException(uninit, collection), velXNull);
+  EXPECT_VEL_THROW(velhRethrowDictException(uninit, collection), velXNull);
+}
+
 TEST(VelhRethrow, RetargetsAnIndexErrorAndKeepsTheCaughtOne) {
   const auto inner = xintsequence::create();
   const auto outer = xanysequence::create();

@@ -486,6 +486,24 @@ TEST(VelRttiCollectAttrs, ListsAnAttributeOfADiamondTwice) {
   EXPECT_EQ(Collected(&child, 1), "top left top right ");
 }
 
+// Thirty diamonds list the attribute on top of them two to the thirtieth times.
+TEST(VelRttiCollectAttrs, RefusesAListThatNoSequenceHolds) {
+  Attr top("top");
+  std::vector<std::unique_ptr<StructType>> types;
+  types.push_back(std::make_unique<StructType>("velrtti_test::Top", std::vector<xrttiobject*>(),
+                                               std::vector<xrttiattr*>{&top}));
+  std::vector<xrttiobject*> above{types.back().get()};
+  for (int level = 0; level < 30; ++level) {
+    std::vector<xrttiobject*> both;
+    for (const char* side : {"left", "right"}) {
+      types.push_back(std::make_unique<StructType>((side + std::to_string(level)).c_str(), above));
+      both.push_back(types.back().get());
+    }
+    above = both;
+  }
+  EXPECT_VEL_NATIVE(velRttiCollectAttrs(types.back().get(), 1), "Size limit exceeded");
+}
+
 TEST(VelRttiCollectAttrs, AppendsToWhatIsThere) {
   Attr a("a");
   Attr b("b");

@@ -413,6 +413,22 @@ TEST(XRttiObject, ThirtyStackedDiamondsAreSearchedOnceEach) {
   EXPECT_TRUE(diamonds.bottom().isTypeKindOf(diamonds.types.front().get()));
 }
 
+TEST(XRttiObject, HundredsOfParentsAreAllAncestors) {
+  std::vector<std::unique_ptr<ObjectType>> ancestors;
+  std::vector<xrttiobject*> parents;
+  for (int i = 0; i < 300; ++i) {
+    std::vector<xrttiobject*> above;
+    if (i % 2) above.push_back(parents.back());
+    ancestors.push_back(std::make_unique<ObjectType>(("ancestor" + std::to_string(i)).c_str(), above));
+    parents.push_back(ancestors.back().get());
+  }
+  parents.insert(parents.begin() + 100, nullptr);
+  ObjectType type("xrtti_test::Many", parents);
+  ObjectType stranger("xrtti_test::Stranger");
+  for (const auto& ancestor : ancestors) EXPECT_TRUE(type.isTypeKindOf(ancestor.get()));
+  EXPECT_FALSE(type.isTypeKindOf(&stranger));
+}
+
 TEST(XRttiObject, AParentCycleEndsAsNotFound) {
   ObjectType a("xrtti_test::CycleA", {nullptr});
   ObjectType b("xrtti_test::CycleB", {&a});
