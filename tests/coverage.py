@@ -42,7 +42,6 @@ KINDS = {
 }
 OFTEN_THERE = {"race"}  # may be met in one run and missed in the next
 
-
 FOLDERS = ("velbase", "velstd", "korkit", "capi")
 
 # What makes a statement decide.
