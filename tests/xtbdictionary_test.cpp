@@ -941,13 +941,17 @@ TEST(XtbDictionaryVirtuals, ReachASubclassThroughItsBase) {
   EXPECT_TRUE(dict->remove("p.a"));
 }
 
-// Pointers to members are scalars of two words.
+// Pointers to members are scalars of two words, the second of which tells the base.
 TEST(XtsDictionaryOfAnyType, HoldsScalarsOfTwoWordsThroughResizes) {
-  struct Number {
-    int n;
+  struct First {
+    int first = -1;
+  };
+  struct Second {
+    int n = 0;
     int Same() const { return n; }
     int Twice() const { return 2 * n; }
   };
+  struct Number : First, Second {};
   using Member = int (Number::*)() const;
   const xrchandle<xtsdictionary<Member>> dict = new xtsdictionary<Member>(0);
   for (int i = 0; i < 100; ++i) {
@@ -956,7 +960,9 @@ TEST(XtsDictionaryOfAnyType, HoldsScalarsOfTwoWordsThroughResizes) {
   for (int i = 0; i < 100; ++i) {
     Member member = nullptr;
     ASSERT_TRUE(dict->find(std::to_string(i).c_str(), &member));
-    EXPECT_EQ((Number{i}.*member)(), i % 2 ? 2 * i : i);
+    Number number;
+    number.n = i;
+    EXPECT_EQ((number.*member)(), i % 2 ? 2 * i : i);
   }
 }
 
