@@ -36,7 +36,7 @@ using velS11nCreator = xobject* (*)(velS11nContext* context);
 using velS11nSetter = void (*)(xobject* object, const xany& value);
 
 /// `object` as C, whether it is exactly a C or derives from it.
-/// Throws velXNull for null, velXTypeMismatch for another class.
+/// Throws velXTypeMismatch for another class, null and xuninitobject.
 template <class C>
 C* velView(xobject* object) {
   if (C* exact = velSoftcast<C>(object)) {
