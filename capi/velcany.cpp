@@ -25,7 +25,7 @@ void CheckKind(const __xany_c& value) {
 // A variant that converts to what type `expected` holds: one of that kind, or
 // nil or uninit.
 xany Checked(const __xany_c* value, bool (xany::*fits)() const, xrtti* (*expected)()) {
-  const xany checked = velFlatValue<xany>::in(Given(value));
+  xany checked = velFlatValue<xany>::in(Given(value));
   if (!(checked.*fits)()) velXTypeMismatch::Throw(expected()->getName(), checked);
   return checked;
 }

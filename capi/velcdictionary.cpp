@@ -2,6 +2,8 @@
 #include "velflatcollection.h"
 #include "velstd_c.h"
 
+// The arguments are types and parts of names.
+// NOLINTBEGIN(bugprone-macro-parentheses)
 // One line a name: prefix, and value type in C++ and in C.
 #define VEL_C_DICTIONARY(C, T, Flat)                                                        \
   C* C##_create() { return velFlatDictionary<C, T>::create(); }                             \
@@ -33,3 +35,4 @@ VEL_C_DICTIONARY(xrealdictionary, double, double)
 VEL_C_DICTIONARY(xstringdictionary, xstring, __xstring_c)
 VEL_C_DICTIONARY(xanydictionary, xany, __xany_c)
 #undef VEL_C_DICTIONARY
+// NOLINTEND(bugprone-macro-parentheses)

@@ -56,6 +56,7 @@ xthrowable* Retained(xthrowable* exception) {
 void PutBack(xthrowable* held) noexcept {
   xthrowable* none = nullptr;
   if (velPending.compare_exchange_strong(none, held, std::memory_order_acq_rel)) return;
+  // cppcheck-suppress throwInNoexceptFunction ; velGuard lets nothing past it
   if (!velIsUninit(held)) velGuard([=] { Dispose(held); });
 }
 
@@ -75,18 +76,21 @@ void velEndPending() { Dispose(TakeOut()); }
 void velPark(xthrowable* caught) noexcept {
   // The reference that came with the throw becomes the record's.
   xthrowable* old = Exchange(caught);
+  // cppcheck-suppress throwInNoexceptFunction ; velGuard lets nothing past it
   if (!velIsUninit(old)) velGuard([=] { Dispose(old); });
 }
 
 namespace {
 
 // The exception for lack of memory needs none.
+// cppcheck-suppress throwInNoexceptFunction ; velGuard lets nothing past it
 void ParkOutOfMemory() noexcept { velPark(Retained(outOfMemory.load(std::memory_order_acquire))); }
 
 void ParkNative(const char* text) noexcept {
   try {
     velXNativeException::Throw(text);
-  } catch (xthrowable* made) {
+  } catch (xthrowable* made) {  // NOLINT(cert-err09-cpp): thrown so
+    // cppcheck-suppress throwInNoexceptFunction ; velGuard lets nothing past it
     velPark(made);
   } catch (...) {
     ParkOutOfMemory();

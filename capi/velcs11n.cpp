@@ -16,8 +16,8 @@ __xany_c xobjgetattr_c(xobject* object, const char* attribute) {
     const velBorrow borrow(owner);
     auto* type = dynamic_cast<xrttistruct*>(owner->getRtti());
     xrttiattr* attr = type ? type->findAttr(attribute, 1) : nullptr;
-    if (!attr) velhThrowInvalidDictKey(owner, attribute);
-    return attr->getValue(owner);
+    if (attr) return attr->getValue(owner);
+    velhThrowInvalidDictKey(owner, attribute);
   });
 }
 

@@ -2,6 +2,8 @@
 #include "velflatcollection.h"
 #include "velstd_c.h"
 
+// The arguments are types and parts of names.
+// NOLINTBEGIN(bugprone-macro-parentheses)
 // One line a name: prefix and element type in C.
 #define VEL_C_SEQUENCE(C, Flat)                                                               \
   C* C##_create() { return velFlatSequence<C>::create(); }                                    \
@@ -24,3 +26,4 @@ VEL_C_SEQUENCE(xrealsequence, double)
 VEL_C_SEQUENCE(xstringsequence, __xstring_c)
 VEL_C_SEQUENCE(xanysequence, __xany_c)
 #undef VEL_C_SEQUENCE
+// NOLINTEND(bugprone-macro-parentheses)

@@ -25,7 +25,7 @@ template <class R, class F>
 R velGuard(R onError, F&& step) {
   try {
     return step();
-  } catch (xthrowable* caught) {
+  } catch (xthrowable* caught) {  // NOLINT(cert-err09-cpp): thrown so
     velPark(caught);
   } catch (...) {
     velParkOther();

@@ -132,6 +132,9 @@ void velInitializeStruct(xrttistruct* rtti, const char* name, velS11nCreator cre
                       std::initializer_list<velAttributeInfo>{attributes...});
 }
 
+// The arguments are types, initialisers and parts of names.
+// NOLINTBEGIN(bugprone-macro-parentheses)
+
 /// Declares the per-class members and those for deserialization. What follows
 /// the class name is the initialiser of the base in the constructor that makes
 /// an empty object for `context`. The access after it is private. Expands to
@@ -189,5 +192,7 @@ void velInitializeStruct(xrttistruct* rtti, const char* name, velS11nCreator cre
     velInitializeStruct(rtti, TypeName, &velS11nAccess::createObject<Self>,    \
                         __VA_ARGS__);                                          \
   })
+
+// NOLINTEND(bugprone-macro-parentheses)
 
 #endif  // VELSTD_VELBASE_VELATTRIBUTES_H

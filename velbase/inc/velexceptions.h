@@ -18,6 +18,9 @@
 #include "xstring.h"
 #include "xthrowable.h"
 
+// The initialisers of the bases make no exception of their own.
+// NOLINTBEGIN(bugprone-throw-keyword-missing)
+
 /// "vellib::XException", the root of all framework exceptions.
 class VELSTD_API velXException : public xthrowable {
   VEL_ATTRIBUTED(velXException, xthrowable())
@@ -287,6 +290,8 @@ class VELSTD_API xportXTimeout : public velXException {
  public:
   [[noreturn]] static void Throw(const char* opName);
 };
+
+// NOLINTEND(bugprone-throw-keyword-missing)
 
 /// A velXNativeException with StringRep `text`, not thrown.
 VELSTD_API xrchandle<velXNativeException> velCreateNativeException(const char* text);

@@ -98,6 +98,9 @@ void* velDyndowncast(C* self, const xrttiobject* target) {
   return nullptr;
 }
 
+// C is the name of a class.
+// NOLINTBEGIN(bugprone-macro-parentheses)
+
 /// Declares the members that every framework class has. The access after it is
 /// private. VEL_OBJECT(C) expands to:
 ///
@@ -119,6 +122,8 @@ void* velDyndowncast(C* self, const xrttiobject* target) {
                                                                                \
  private:                                                                      \
   xrttiobject* giveRtti() override;
+
+// NOLINTEND(bugprone-macro-parentheses)
 
 /// Defines them, in one .cpp file. `Kind` is the descriptor class; the rest is
 /// a function `void (Kind*)` that initialises it, such as a lambda.

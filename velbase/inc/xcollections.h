@@ -36,6 +36,8 @@ extern template class xtsdictionary<double>;
 extern template class xtcdictionary<xstring>;
 extern template class xtcdictionary<xany>;
 
+// The arguments are types.
+// NOLINTBEGIN(bugprone-macro-parentheses)
 // One collection class: what it is made of, and the type of its capacity.
 //   create()           a new, empty instance; nothing reserved
 //   createCapacity(n)  the same with room for n elements, or a table for n
@@ -52,6 +54,7 @@ extern template class xtcdictionary<xany>;
   };                                                                                        \
   extern template class xrcbasehandle<C>;                                                   \
   extern template class xrchandle<C>;
+// NOLINTEND(bugprone-macro-parentheses)
 
 VEL_COLLECTION(xboolsequence, xsealed<xtssequence<unsigned char>>, unsigned)
 VEL_COLLECTION(xintsequence, xsealed<xtssequence<int>>, unsigned)

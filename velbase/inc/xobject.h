@@ -56,6 +56,7 @@ class VELSTD_API xobject {
   /// A copy starts its own life: count 0.
   xobject(const xobject&) noexcept : refcount(0), counting(0) {}
   /// Both sides keep their counts.
+  // NOLINTNEXTLINE(cert-oop54-cpp): nothing is assigned
   xobject& operator=(const xobject&) noexcept { return *this; }
 
   virtual ~xobject();

@@ -78,6 +78,7 @@ class VELSTD_API xrchandle : public xrcbasehandle<T> {
     set(p);
     return *this;
   }
+  // NOLINTNEXTLINE(cert-oop54-cpp): set() knows its own object
   xrchandle& operator=(const xrchandle& other) {
     set(other.ptr);
     return *this;
@@ -165,6 +166,7 @@ class VELSTD_API xrcunihandle : public xrcbasehandle<T> {
     while (this->ptr) release();
   }
 
+  // NOLINTNEXTLINE(cert-oop54-cpp): set() knows its own object
   xrcunihandle& operator=(const xrcunihandle& other) {
     set(other.ptr, other.counted);
     return *this;

@@ -40,7 +40,7 @@ class VELSTD_API xthrowable : public virtual xobject {
   xthrowable* thrown = throwable;
   if (!thrown || velIsUninit(thrown)) velhThrowNull();
   velCounting::attach(*thrown);
-  throw thrown;
+  throw thrown;  // NOLINT(cert-err09-cpp): the catcher takes the reference over
 }
 
 extern template class xrcbasehandle<xthrowable>;

@@ -36,7 +36,7 @@ void velInitializeStruct(xrttistruct* rtti, const char* name, velS11nCreator cre
   rtti->initializeRttiStruct(name, 1, parent ? 1 : 0, parents.get(),
                              static_cast<int>(made.size()), attrs.get());
   // From here on the descriptor's, for ever.
-  parents.release();
-  attrs.release();
-  for (auto& attr : made) attr.release();
+  static_cast<void>(parents.release());
+  static_cast<void>(attrs.release());
+  for (auto& attr : made) static_cast<void>(attr.release());
 }

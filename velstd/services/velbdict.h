@@ -145,8 +145,8 @@ class VELSTD_API xbasedictionary {
     __builtin_prefetch(texts);
     __builtin_prefetch(texts + 64);
     for (std::uint32_t bits = liveBits; bits; bits &= bits - 1) {
-      const char* const entry =
-          static_cast<const char*>(table) + static_cast<unsigned>(__builtin_ctz(bits)) * slotSize;
+      const char* const entry = static_cast<const char*>(table) +
+                                static_cast<std::size_t>(__builtin_ctz(bits)) * slotSize;
       __builtin_prefetch(entry);
       __builtin_prefetch(entry + slotSize - 1);
     }

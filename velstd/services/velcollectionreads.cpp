@@ -57,7 +57,7 @@ namespace {
 // Nothing but the value is looked at: its object may be gone, or another thread's.
 void FetchWhatItHolds(const xany& value) {
   __xany_c view;
-  std::memcpy(&view, &value, sizeof view);
+  std::memcpy(&view, static_cast<const void*>(&value), sizeof view);
   if (view.kind == xanyString) {
     __builtin_prefetch(view.u.s.buffer);
   } else if (view.kind == xanyObject) {

@@ -47,7 +47,7 @@ void velParseDeprecatedAttrList(xstring list, xrchandle<xbooldictionary> dict) {
 }
 
 xrchandle<xbooldictionary> velParseDeprecatedAttrList(xstring list) {
-  const auto dict = xbooldictionary::create();
+  auto dict = xbooldictionary::create();
   velParseDeprecatedAttrList(list, dict);
   return dict;
 }

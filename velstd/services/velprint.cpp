@@ -22,6 +22,7 @@ constexpr int kDefaultStep = 2;
 /// here from one call to the next, so that others may write in between.
 class Block {
  public:
+  // cppcheck-suppress uninitMemberVar ; only what is used of the room is read
   explicit Block(std::ostream& stream) : out(stream), gathers(stream.width() == 0) {}
   Block(const Block&) = delete;
   Block& operator=(const Block&) = delete;
@@ -188,7 +189,7 @@ velTraverseResult velPrintTraverser::simpleValue(xany value) {
   if (value.getkind() == xanyString) {
     // Most values are texts. A value has the layout of its C view.
     __xany_c view;
-    std::memcpy(&view, &value, sizeof view);
+    std::memcpy(&view, static_cast<const void*>(&value), sizeof view);
     block << '"';
     if (view.u.s.buffer && view.u.s.narrow) {
       block << view.u.s.narrow;

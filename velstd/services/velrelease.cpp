@@ -117,6 +117,8 @@ class velReleaseScope::Pending {
 
 int velReleaseScope::flattenLevel = 64;
 
+// Items are written before they are counted, and only then read.
+// cppcheck-suppress uninitMemberVar
 velReleaseScope::velReleaseScope() noexcept : outer(state.scope) { state.scope = this; }
 
 velReleaseScope::~velReleaseScope() {

@@ -72,6 +72,7 @@ class VELSTD_API velReleaseScope {
     Step step;
   };
 
+  // cppcheck-suppress uninitMemberVarPrivate ; as the other
   explicit velReleaseScope(xobject* object) noexcept : velReleaseScope() { caller = object; }
 
   void carryOut() noexcept;

@@ -102,6 +102,7 @@ class Census {
 
  private:
   // One more than the storage of a sequence can hold.
+  // NOLINTNEXTLINE(bugprone-sizeof-expression): the elements are pointers
   static constexpr std::uint64_t kMany = 0x80000000U / sizeof(xrttiattr*) + 1;
 
   std::uint64_t Total(xrttistruct* type) {

@@ -68,6 +68,8 @@ struct LoadingEnd {
   LoadingEnd() { velEndLoading(); }
 };
 
+// Without memory for these, the program ends while it is loaded.
+// NOLINTBEGIN(cert-err58-cpp)
 const XobjectMutexAllocator mutexAllocator;
 const velRttiRegister_buildintypes registerBuiltInTypes;
 const velRttiRegister_vellib registerVellib;
@@ -76,5 +78,6 @@ const velRttiRegister_xrtti registerDescriptors;
 const velRttiRegister_veljava registerVeljava;
 const PrepareOutOfMemory prepareOutOfMemory;
 const LoadingEnd loadingEnd;
+// NOLINTEND(cert-err58-cpp)
 
 }  // namespace

@@ -6,8 +6,8 @@
 
 #include "velobjectmutex.h"
 
-// As <iostream> declares them.
-namespace std {
+// As <iostream> declares them, which has a static object with a destructor, too.
+namespace std {  // NOLINT(cert-dcl58-cpp)
 extern ostream cout;
 extern ostream cerr;
 }  // namespace std

@@ -176,7 +176,7 @@ class Walk {
       return true;
     } catch (const velTraverseXStop&) {
       throw;
-    } catch (xthrowable* caught) {
+    } catch (xthrowable* caught) {  // NOLINT(cert-err09-cpp): thrown so
       text = "VEL exception";
       exception = caught;
       xrcrelease(velAsObject(caught));

@@ -253,9 +253,10 @@ __xany_c xany::getxany_c() const {
   if (!IsKind(kind)) CanNotBeHere(127);
   xany copy(*this);
   __xany_c view;
+  // cppcheck-suppress memsetClassFloat ; nothing is read as a number before it is written
   std::memset(&view, 0, sizeof view);
   view.kind = copy.kind;
-  std::memcpy(&view.u, &copy.payload, sizeof view.u);
+  std::memcpy(&view.u, static_cast<const void*>(&copy.payload), sizeof view.u);
   copy.kind = xanyUninit;
   return view;
 }

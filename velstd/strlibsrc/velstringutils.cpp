@@ -122,7 +122,7 @@ xstring velStringUtils::makeEscapedString(xstring text, xstring separators, xstr
 xrchandle<xstringsequence> velStringUtils::parseEscapedandFormattedString(xstring text,
                                                                           xstring separators,
                                                                           xstring escape) {
-  const auto result = xstringsequence::create();
+  auto result = xstringsequence::create();
   if (IsBlank(text)) return result;
   const bool escapes = !IsBlank(escape);
   if (!escapes && IsBlank(separators)) {

@@ -89,7 +89,7 @@ class VELSTD_API dsStraightArray : public dsArray<T> {
   virtual const T* GetBuffer() const = 0;
 
   T GetAt(int position) const override {
-    return position >= 0 && position < this->GetCount() ? GetBuffer()[position] : T();
+    return position >= 0 && position < this->GetCount() ? GetBuffer()[position] : T{};
   }
 };
 

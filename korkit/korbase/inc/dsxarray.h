@@ -11,6 +11,7 @@
 #ifndef VELSTD_KORBASE_DSXARRAY_H
 #define VELSTD_KORBASE_DSXARRAY_H
 
+#include <cstddef>
 #include <type_traits>
 
 #include "dsdatcol.h"
@@ -28,24 +29,24 @@ class VELSTD_API dsXArray : public dsStraightArray<T> {
   int GetCapacity() const { return array.GetCapacity(); }
   int GetStep() const { return array.GetStep(); }
   void SetForceRealloc(bool on) { array.SetForce(on); }
-  const T* GetBuffer() const override { return static_cast<const T*>(array.At(0, sizeof(T))); }
+  const T* GetBuffer() const override { return static_cast<const T*>(array.At(0, kSize)); }
 
   /// Element `position`, which must lie in 0 .. count - 1; the reference
   /// lasts until the array changes.
-  T& operator[](int position) { return *static_cast<T*>(array.At(position, sizeof(T))); }
+  T& operator[](int position) { return *static_cast<T*>(array.At(position, kSize)); }
   const T& operator[](int position) const {
-    return *static_cast<const T*>(array.At(position, sizeof(T)));
+    return *static_cast<const T*>(array.At(position, kSize));
   }
 
   /// Makes the count `n` (below 0 counts as 0). Elements added so are
   /// indeterminate.
-  void Resize(int n) { array.Resize(n, sizeof(T)); }
+  void Resize(int n) { array.Resize(n, kSize); }
 
   /// Inserts before `position`; false, nothing changed, outside 0 .. count.
   bool Insert(int position, T element) {
     if (position < 0 || position > GetCount()) return false;
-    array.FitOneMore(sizeof(T));
-    *static_cast<T*>(array.OpenGap(position, sizeof(T))) = element;
+    array.FitOneMore(kSize);
+    *static_cast<T*>(array.OpenGap(position, kSize)) = element;
     return true;
   }
 
@@ -53,8 +54,8 @@ class VELSTD_API dsXArray : public dsStraightArray<T> {
   /// whatever the force flag says.
   bool InsertByStep(int position, T element) {
     if (position < 0 || position > GetCount()) return false;
-    array.GrowByStep(sizeof(T));
-    *static_cast<T*>(array.OpenGap(position, sizeof(T))) = element;
+    array.GrowByStep(kSize);
+    *static_cast<T*>(array.OpenGap(position, kSize)) = element;
     return true;
   }
 
@@ -62,8 +63,8 @@ class VELSTD_API dsXArray : public dsStraightArray<T> {
   /// 0 .. count - 1.
   bool RemoveAt(int position) {
     if (position < 0 || position >= GetCount()) return false;
-    array.CloseGap(position, sizeof(T));
-    array.Fit(sizeof(T));
+    array.CloseGap(position, kSize);
+    array.Fit(kSize);
     return true;
   }
 
@@ -78,6 +79,9 @@ class VELSTD_API dsXArray : public dsStraightArray<T> {
   }
 
  private:
+  // NOLINTNEXTLINE(bugprone-sizeof-expression): elements may be pointers
+  static constexpr std::size_t kSize = sizeof(T);
+
   korRawArray array;
 };
 

@@ -117,10 +117,10 @@ class VELSTD_API korMapBase {
 
  private:
   static K KeyOf(const void* record) {
-    return record ? static_cast<const Record*>(record)->key : K();
+    return record ? static_cast<const Record*>(record)->key : K{};
   }
   static V ValueOf(const void* record) {
-    return record ? static_cast<const Record*>(record)->value : V();
+    return record ? static_cast<const Record*>(record)->value : V{};
   }
 
   A array;

@@ -57,6 +57,7 @@ class VELSTD_API velStack {
     if (capacity == INT_MAX) velThrowSizeLimit();
     const int grown = capacity == 0 ? 64 : (capacity > INT_MAX / 2 ? INT_MAX : capacity * 2);
     T* larger = new T[static_cast<std::size_t>(grown)];
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): elements may be pointers
     if (count > 0) std::memcpy(larger, elements, static_cast<std::size_t>(count) * sizeof(T));
     delete[] elements;
     elements = larger;

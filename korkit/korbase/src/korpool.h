@@ -21,7 +21,7 @@ namespace korpool {
 
 constexpr std::size_t kStep = 16;               // sizes go up by this
 constexpr std::size_t kMostSteps = 32;          // larger blocks are not kept
-constexpr std::size_t kMostBytes = 128 * 1024;  // kept by a thread, all sizes together
+constexpr std::size_t kMostBytes = std::size_t{128} << 10;  // kept by a thread, all sizes together
 
 struct Block {
   Block* next;
