@@ -32,6 +32,11 @@ if(VELSTD_SANITIZE)
   list(APPEND VELSTD_INSTRUMENT_COMPILE
        "-fsanitize=${velstd_sanitizers}" -fno-sanitize-recover=all -fno-omit-frame-pointer)
   list(APPEND VELSTD_INSTRUMENT_LINK "-fsanitize=${velstd_sanitizers}")
+  if("unsigned-integer-overflow" IN_LIST VELSTD_SANITIZE)
+    # What C++ alone needs is not in the runtime of the programs that are C.
+    list(APPEND VELSTD_INSTRUMENT_COMPILE -fno-sanitize=vptr,function
+         "-fsanitize-ignorelist=${CMAKE_CURRENT_LIST_DIR}/wrap-ignored.txt")
+  endif()
 endif()
 
 function(velstd_instrument target)

@@ -12,6 +12,7 @@
 #include "velbdictkeys.h"
 #include "velexceptions.h"
 #include "velupdate.h"
+#include "velwraps.h"
 #include "xstring.h"
 
 namespace {
@@ -61,7 +62,8 @@ constexpr std::uint32_t kPowers[] = {1,        31,        961,        29791,    
 // The sum of the eight bytes of a word, unsigned, each times its power of 31, 7
 // for the first. Neighbours are added up in pairs, pairs in fours, fours in eights:
 // three multiplications, where one byte after the other takes eight in a chain.
-std::uint32_t SumOfBytes(std::uint64_t word) {
+// Modulo 2^32, as the polynomial is defined.
+VEL_WRAPS std::uint32_t SumOfBytes(std::uint64_t word) {
   constexpr std::uint64_t kBytes = 0x00FF00FF00FF00FF;
   constexpr std::uint64_t kPairs = 0x0000FFFF0000FFFF;
   word = (word & kBytes) * kPowers[1] + (word >> 8 & kBytes);
@@ -70,8 +72,8 @@ std::uint32_t SumOfBytes(std::uint64_t word) {
 }
 
 // What the polynomial of a text with bytes from 0x80 on is less than it is with
-// unsigned bytes: 256 for each of them, which is twice their highest bit.
-[[gnu::noinline]] std::uint32_t ExcessOf(const char* text, std::size_t length) {
+// unsigned bytes: 256 for each of them, which is twice their highest bit. Modulo 2^32.
+[[gnu::noinline]] VEL_WRAPS std::uint32_t ExcessOf(const char* text, std::size_t length) {
   std::uint32_t sum = 0;
   for (const char* const end = text + length; text != end; ++text) {
     sum = sum * 31 + 2 * (static_cast<unsigned char>(*text) & 0x80U);
@@ -80,8 +82,9 @@ std::uint32_t SumOfBytes(std::uint64_t word) {
 }
 
 // The hash of a text whose polynomial is `h`, counted with unsigned bytes, and whose
-// bytes `seen` holds, one over the other.
-std::uint32_t Finished(std::uint32_t h, std::uint64_t seen, const char* text, std::size_t length) {
+// bytes `seen` holds, one over the other. Modulo 2^32, as the hash is defined.
+VEL_WRAPS std::uint32_t Finished(std::uint32_t h, std::uint64_t seen, const char* text,
+                                 std::size_t length) {
   if (__builtin_expect((seen & 0x8080808080808080) != 0, 0)) h -= ExcessOf(text, length);
   h += ~(h << 9);
   h ^= h >> 14;
@@ -90,9 +93,9 @@ std::uint32_t Finished(std::uint32_t h, std::uint64_t seen, const char* text, st
   return h;
 }
 
-// The hash of a text from 16 bytes on, whose tail is given (see TailOf).
-[[gnu::noinline]] std::uint32_t HashOfLong(const char* text, std::size_t length,
-                                           std::uint64_t tail) {
+// The hash of a text from 16 bytes on, whose tail is given (see TailOf). Modulo 2^32.
+[[gnu::noinline]] VEL_WRAPS std::uint32_t HashOfLong(const char* text, std::size_t length,
+                                                     std::uint64_t tail) {
   std::uint32_t h = 0;
   std::uint64_t seen = tail;
   const std::size_t rest = length % 8;
@@ -109,8 +112,8 @@ std::uint32_t Finished(std::uint32_t h, std::uint64_t seen, const char* text, st
 
 // The hash of a text of known length; `tail` gets its tail. Most keys have up to 15
 // bytes: two words that end with the text, filled up with zeros in front, which
-// add nothing to the polynomial.
-inline std::uint32_t HashOf(const char* text, std::size_t length, std::uint64_t& tail) {
+// add nothing to the polynomial. Modulo 2^32.
+VEL_WRAPS inline std::uint32_t HashOf(const char* text, std::size_t length, std::uint64_t& tail) {
   if (length < 8) {
     tail = TailOf(text, length);
     return Finished(SumOfBytes(tail << 8 << (8 * (7 - length))), tail, text, length);
@@ -158,7 +161,10 @@ struct xbasedictionary::Parts {
 struct xbasedictionary::Record {
   static constexpr std::size_t kMostText = 14;
 
+  // put() writes all of it, as bytes.
+  // cppcheck-suppress uninitMemberVar
   Record() = default;
+  // cppcheck-suppress uninitMemberVar
   explicit Record(const Parts& parts) { put(parts); }
   void put(const Parts& parts) {
     const std::uint64_t words[2] = {htole64(parts.first), htole64(parts.second)};
@@ -174,7 +180,7 @@ struct xbasedictionary::Record {
     return WordAt(reinterpret_cast<const char*>(this) + at);
   }
   bool isLong() const { return text[kMostText] != 0; }
-  std::uint32_t step() const { return 2 * SignedByte(stepByte) + 1; }
+  std::uint32_t step() const { return SignedByte(stepByte) << 1 | 1; }
 
   char text[kMostText + 1];  // and zeros; the last is 1 for a longer one
   char stepByte;             // half of the step, which is twice a signed byte and one
@@ -223,7 +229,9 @@ struct xbasedictionary::Key {
   // The slot number takes the low bits of the hash as they are; multiplied, the
   // others show in the high ones (Knuth, "The Art of Computer Programming",
   // volume 3, 6.4: the golden ratio).
-  static std::uint32_t Mixed(std::uint32_t hash) { return hash * 0x9E3779B1U; }
+  static std::uint32_t Mixed(std::uint32_t hash) {
+    return static_cast<std::uint32_t>(hash * std::uint64_t{0x9E3779B1});
+  }
   static unsigned char TagOf(std::uint32_t hash) {
     return static_cast<unsigned char>(std::max(Mixed(hash) >> 24, kVacated + 1U));
   }
@@ -263,8 +271,8 @@ std::uint32_t xbdictHashMain(const char* key, unsigned* length) {
 }
 
 std::uint32_t xbdictHashCollision(const char* key, unsigned length) {
-  if (length <= 2) return 2 * SignedByte(key[0]) + 1;
-  return 2 * (SignedByte(key[length / 2 + 1]) ^ SignedByte(key[length - 2]) ^ SignedByte(key[1])) +
+  if (length <= 2) return SignedByte(key[0]) << 1 | 1;
+  return (SignedByte(key[length / 2 + 1]) ^ SignedByte(key[length - 2]) ^ SignedByte(key[1])) << 1 |
          1;
 }
 
@@ -377,8 +385,9 @@ const char* xbasedictionary::NewKey(const char* text, std::size_t length) {
 
 // Whether a copy of a key lies where a table of the first size has its marks.
 bool xbasedictionary::IsBeside(const Mark* marks, const char* copy) {
-  return reinterpret_cast<std::uintptr_t>(copy) - reinterpret_cast<std::uintptr_t>(marks) <
-         sizeof(Beside);
+  const auto at = reinterpret_cast<std::uintptr_t>(copy);
+  const auto begin = reinterpret_cast<std::uintptr_t>(marks);
+  return at >= begin && at - begin < sizeof(Beside);
 }
 
 // The place of a key beside the table is free again if it is the last.
@@ -431,12 +440,12 @@ inline bool xbasedictionary::IsPresent(const Key& key, unsigned& index, unsigned
 // The slot of `key` on the rest of its path.
 [[gnu::noinline]] xbasedictionary::Found xbasedictionary::PresentBeyondStart(
     const Key& key, unsigned slotSize) const {
-  std::uint32_t h = key.hash;
+  std::uint64_t h = key.hash;
   unsigned probes = 1;
   for (const std::uint32_t step = key.step(); probes <= markMask;) {
     h += step;
     ++probes;
-    const unsigned at = h & markMask;
+    const unsigned at = static_cast<unsigned>(h) & markMask;
     const unsigned char tag = slotMarks[at].tag;
     if (tag == key.tag && HasText(at, key, slotSize)) return {at, probes};
     if (tag == kEmpty) break;
@@ -454,8 +463,8 @@ template <class Path>
   if (shortcut) return shortcut->slotToFill(path.hash, path.step());
   // Most often the first is empty, and nobody asks for the step.
   probes = 1;
-  std::uint32_t h = path.hash;
-  unsigned at = h & markMask;
+  std::uint64_t h = path.hash;
+  unsigned at = path.hash & markMask;
   unsigned char tag = slotMarks[at].tag;
   if (tag == kEmpty) return at;
   unsigned index = kNoIndex;
@@ -466,7 +475,7 @@ template <class Path>
     if (probes > markMask) return index;
     h += step;
     ++probes;
-    at = h & markMask;
+    at = static_cast<unsigned>(h) & markMask;
     tag = slotMarks[at].tag;
     if (tag == kEmpty) return index == kNoIndex ? at : index;
   }
@@ -710,7 +719,7 @@ void xbasedictionary::Allocate(unsigned slots, unsigned slotSize, bool withRecor
   if (!ownHooks) {
     for (unsigned i = 0; i < slots; ++i) KeyOf(block, i, slotSize) = nullptr;
   }
-  void* beside;
+  void* beside = nullptr;
   withRecords |= slots != kFirstSize;
   try {
     if (withRecords) {

@@ -7,6 +7,7 @@
 #include <new>
 
 #include "koralloc.h"
+#include "velwraps.h"
 
 namespace {
 
@@ -14,10 +15,20 @@ const char* const kTombstone = reinterpret_cast<const char*>(std::uintptr_t{1});
 
 // The number with step x inverse = 1 modulo 2^32, by Newton's iteration: each
 // turn doubles the number of right bits, of which `step` itself has three.
-std::uint32_t Inverse(std::uint32_t step) {
+VEL_WRAPS std::uint32_t Inverse(std::uint32_t step) {
   std::uint32_t inverse = step;
   for (int i = 0; i < 4; ++i) inverse *= 2 - step * inverse;
   return inverse;
+}
+
+// Modulo 2^32.
+std::uint32_t Product(std::uint32_t a, std::uint32_t b) {
+  return static_cast<std::uint32_t>(std::uint64_t{a} * b);
+}
+
+// How far `to` lies behind `from` on a circle of mask + 1 places, at most 2^31.
+unsigned Distance(unsigned from, unsigned to, unsigned mask) {
+  return ((to & mask) + (mask - (from & mask)) + 1) & mask;
 }
 
 std::uint64_t Rotated(std::uint64_t n, int by) { return n << by | n >> (64 - by); }
@@ -34,7 +45,8 @@ struct SipState {
         c(seed[0] ^ 0x6c7967656e657261U),
         d(seed[1] ^ 0x7465646279746573U) {}
 
-  void round() {
+  // Sums are modulo 2^64, as the function is defined.
+  VEL_WRAPS void round() {
     a += b;
     c += d;
     b = Rotated(b, 13) ^ a;
@@ -120,11 +132,10 @@ class velDictIndex::PlaceSet {
     auto* at = reinterpret_cast<std::uint64_t*>(this + 1);
     std::memset(at, 0, words * sizeof(std::uint64_t));
     last = rows;
-    for (std::size_t row = (std::size_t{n} + 63) / 64;; row = (row + 63) / 64) {
-      *last = at;
+    std::size_t row = (std::size_t{n} + 63) / 64;
+    for (*last = at; row != 1; row = (row + 63) / 64) {
       at += row;
-      if (row == 1) break;
-      ++last;
+      *++last = at;
     }
   }
   static std::uint64_t Bit(unsigned n) { return std::uint64_t{1} << (n % 64); }
@@ -144,8 +155,8 @@ struct velDictIndex::Circle {
   std::size_t backward;  // and of a tombstone
   Circle* next;
 
-  unsigned placeOf(unsigned slot, unsigned mask) const { return (slot * inverse) & mask; }
-  unsigned slotOf(unsigned place, unsigned mask) const { return (place * step) & mask; }
+  unsigned placeOf(unsigned slot, unsigned mask) const { return Product(slot, inverse) & mask; }
+  unsigned slotOf(unsigned place, unsigned mask) const { return Product(place, step) & mask; }
 };
 
 // ---- the index ----
@@ -259,8 +270,8 @@ void velDictIndex::removing(unsigned slot) noexcept {
   // What follows without a gap moves up, unless it would come before its start
   // (Knuth, "The Art of Computer Programming", volume 3, 6.4, algorithm R).
   for (unsigned at = (hole + 1) & entryMask; entries[at].slot != kNone; at = (at + 1) & entryMask) {
-    const unsigned fromStart = (at - entries[at].hash) & entryMask;
-    const unsigned fromHole = (at - hole) & entryMask;
+    const unsigned fromStart = Distance(entries[at].hash, at, entryMask);
+    const unsigned fromHole = Distance(hole, at, entryMask);
     if (fromStart < fromHole) continue;
     entries[hole] = entries[at];
     hole = at;
@@ -311,8 +322,8 @@ unsigned velDictIndex::slotToFill(std::uint32_t start, std::uint32_t step) noexc
 unsigned velDictIndex::probe(Circle* circle, std::uint32_t start, std::uint32_t step) noexcept {
   unsigned found = kNone;
   std::size_t probes = 0;
-  for (std::uint32_t h = start;; h += step) {
-    const unsigned slot = h & mask();
+  for (std::uint64_t h = start;; h += step) {
+    const unsigned slot = static_cast<unsigned>(h) & mask();
     const char* key = slots.keyAt(slot);
     ++probes;
     if (!key) {
@@ -336,8 +347,9 @@ unsigned velDictIndex::probe(Circle* circle, std::uint32_t start, std::uint32_t 
 unsigned velDictIndex::lastTombstone(Circle* circle, std::uint32_t start, std::uint32_t step,
                                      unsigned firstEmpty) noexcept {
   const std::uint32_t inverse = circle ? circle->inverse : Inverse(step);
-  const unsigned length =
-      firstEmpty == kNone ? slots.count : ((firstEmpty - start) * inverse) & mask();
+  const unsigned length = firstEmpty == kNone
+                              ? slots.count
+                              : Product(Distance(start, firstEmpty, mask()), inverse) & mask();
   if (length == 0) return kNone;
   if (circle && circle->vacated) {
     const unsigned begin = circle->placeOf(start & mask(), mask());
@@ -356,7 +368,7 @@ unsigned velDictIndex::lastTombstone(Circle* circle, std::uint32_t start, std::u
   unsigned rank = length;
   while (rank > 0) {
     --rank;
-    const unsigned slot = (start + rank * step) & mask();
+    const unsigned slot = ((start & mask()) + (Product(rank, step) & mask())) & mask();
     if (slots.keyAt(slot) == kTombstone) {
       found = slot;
       break;

@@ -1,6 +1,7 @@
 #include "velprint.h"
 
 #include <charconv>
+#include <cstdint>
 #include <cstring>
 #include <fstream>
 #include <ostream>
@@ -151,13 +152,13 @@ void PrintObject(std::ostream& out, xobject* object) {
 velPrintTraverser::velPrintTraverser(std::ostream& stream, int stepWidth)
     : out(stream), step(static_cast<unsigned>(stepWidth)), indent(0) {}
 
-// Unsigned, so that a large step wraps around: what is added is taken off again.
+// Wider, and cut off again: with a large step, too, what is added is taken off again.
 void velPrintTraverser::shiftRight() {
-  if (step != kOneLine) indent = static_cast<int>(static_cast<unsigned>(indent) + step);
+  if (step != kOneLine) indent = static_cast<int>(std::int64_t{indent} + step);
 }
 
 void velPrintTraverser::shiftLeft() {
-  if (step != kOneLine) indent = static_cast<int>(static_cast<unsigned>(indent) - step);
+  if (step != kOneLine) indent = static_cast<int>(std::int64_t{indent} - step);
 }
 
 void velPrintTraverser::printBeginObject(xrttiobject* type, xrcunihandle<xobject>, char open) {

@@ -89,7 +89,7 @@ bool SameText(const char* a, const char* b) {
 template <class Ch>
 void CopyText(Ch* dest, const Ch* source, std::size_t length) {
   const std::size_t bytes = length * sizeof(Ch);
-  if (bytes - 8 > 8) {
+  if (bytes < 8 || bytes > 16) {
     std::memcpy(dest, source, bytes);
     return;
   }
@@ -291,6 +291,7 @@ xstring::xstring(const __xstring_c& text, bool attach) : view(text) {
   if (attach) Attach(text);
 }
 
+// NOLINTNEXTLINE(cert-oop54-cpp): attached before it is dropped
 xstring& xstring::operator=(const xstring& other) noexcept {
   korStrBuf* old = view.buffer;
   Attach(other.view);
@@ -465,8 +466,10 @@ void xstring::Substitute(const wchar_t* from, const wchar_t* to, int first, int 
 }
 void xstring::Substitute(const xstring& from, const xstring& to, int first, int count) {
   // The arguments may be this very string: hold their texts for the call.
+  // NOLINTBEGIN(performance-unnecessary-copy-initialization)
   const xstring heldFrom = from;
   const xstring heldTo = to;
+  // NOLINTEND(performance-unnecessary-copy-initialization)
   if (view.wide) {
     SubstituteText(heldFrom.CastToCWString(), heldTo.CastToCWString(), first, count);
   } else if (view.narrow) {
@@ -562,6 +565,7 @@ xstring xstring::InCase(bool upper) const {
 xstring xstring::ToUpper() const { return InCase(true); }
 xstring xstring::ToLower() const { return InCase(false); }
 
+// NOLINTNEXTLINE(cert-dcl50-cpp): published so
 xstring xstring::Printf(const char* format, ...) {
   format = korText(format);
   if (!format) return xstring();
@@ -627,8 +631,11 @@ int Strcmp(const wchar_t* a, const wchar_t* b) {
   b = korText(b);
   if (!a || !b) return (a != nullptr) - (b != nullptr);
   while (*a && *a == *b) ++a, ++b;
+  // The checker takes wchar_t for a kind of char, whose negative values are bytes.
+  // NOLINTBEGIN(bugprone-signed-char-misuse)
   const auto left = static_cast<Unit>(*a);
   const auto right = static_cast<Unit>(*b);
+  // NOLINTEND(bugprone-signed-char-misuse)
   return (left > right) - (left < right);
 }
 

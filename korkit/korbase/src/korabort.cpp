@@ -31,12 +31,13 @@ class Line {
     char digits[16];
     char* at = digits + sizeof(digits);
     *--at = '\0';
-    // Negated in unsigned arithmetic: the smallest int has no positive twin.
-    unsigned rest = number < 0 ? 0U - static_cast<unsigned>(number) : static_cast<unsigned>(number);
+    // Negated as a wider number: the smallest int has no positive twin.
+    long long rest = number;
+    if (rest < 0) rest = -rest;
     do {
-      *--at = static_cast<char>('0' + rest % 10U);
-      rest /= 10U;
-    } while (rest != 0U);
+      *--at = static_cast<char>('0' + rest % 10);
+      rest /= 10;
+    } while (rest != 0);
     if (number < 0) *--at = '-';
     Add(at, 0);
   }

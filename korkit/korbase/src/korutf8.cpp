@@ -82,7 +82,7 @@ bool DecodeTwo(std::uint64_t word, char32_t* first, char32_t* second) {
   };
   *first = read(word);
   *second = read(word >> 24U);
-  return *first - 0x800U < 0xD000U && *second - 0x800U < 0xD000U;
+  return korHasThreeBytes(*first) && korHasThreeBytes(*second);
 }
 
 // Neighbours tend to be of one length, which the processor predicts. The lengths
@@ -158,11 +158,11 @@ korProgress Narrow(char* const dest, const wchar_t* const text, std::size_t leng
   const wchar_t* const end = text + length;
   std::size_t bytes = 0;
   for (;;) {
-    for (; at < end && korUnit(*at) - 0x80U < 0x780U; ++at) {
+    for (; at < end && korHasTwoBytes(korUnit(*at)); ++at) {
       if (kWrite) korUtf8Encode2(korUnit(*at), dest + bytes);
       bytes += 2;
     }
-    for (; at < end && korUnit(*at) - 0x800U < 0xD000U; ++at) {
+    for (; at < end && korHasThreeBytes(korUnit(*at)); ++at) {
       if (kWrite) korUtf8Encode3(korUnit(*at), dest + bytes);
       bytes += 3;
     }
@@ -224,7 +224,9 @@ std::size_t korUtf8WideLength(const char* text, std::size_t bytes) {
     }
     // The sum of eight bytes of at most 255 needs 16 bits.
     constexpr std::uint64_t kEven = 0x00FF00FF00FF00FFU;
-    units += (((sums & kEven) + ((sums >> 8U) & kEven)) * 0x0001000100010001U) >> 48U;
+    const std::uint64_t pairs = (sums & kEven) + ((sums >> 8U) & kEven);
+    const std::uint64_t fours = pairs + (pairs >> 32U);
+    units += (fours + (fours >> 16U)) & 0xFFFFU;
   }
   for (; at < bytes; ++at) {
     const auto byte = static_cast<unsigned char>(text[at]);

@@ -24,19 +24,28 @@ struct korProgress {
 /// above 63.
 inline char32_t korUtf8Next(const char* at) { return static_cast<unsigned char>(*at) ^ 0x80U; }
 
+/// Whether `character` has two bytes, or three and comes before the surrogates. The
+/// compiler makes one comparison of two.
+constexpr bool korHasTwoBytes(char32_t character) {
+  return character >= 0x80U && character < 0x800U;
+}
+constexpr bool korHasThreeBytes(char32_t character) {
+  return character >= 0x800U && character < 0xD800U;
+}
+
 /// Reads the character at `text` if it is a valid one of two bytes, all of which
 /// are there to read.
 inline bool korUtf8Decode2(const char* text, char32_t* character) {
   // 0xC0 and 0xC1 begin what has a shorter form.
-  const char32_t first = static_cast<unsigned char>(text[0]) - 0xC2U;
+  const char32_t first = static_cast<unsigned char>(text[0]) ^ 0xC0U;
   const char32_t second = korUtf8Next(text + 1);
-  *character = (first << 6U) + second + 0x80U;
-  return first < 0x1EU && second < 0x40U;
+  *character = (first << 6U) | second;
+  return first >= 2U && first < 0x20U && second < 0x40U;
 }
 
 /// The same for three bytes.
 inline bool korUtf8Decode3(const char* text, char32_t* character) {
-  const char32_t first = static_cast<unsigned char>(text[0]) - 0xE0U;
+  const char32_t first = static_cast<unsigned char>(text[0]) ^ 0xE0U;
   const char32_t second = korUtf8Next(text + 1);
   const char32_t third = korUtf8Next(text + 2);
   *character = (first << 12U) | (second << 6U) | third;
@@ -46,7 +55,7 @@ inline bool korUtf8Decode3(const char* text, char32_t* character) {
 
 /// The same for four bytes.
 inline bool korUtf8Decode4(const char* text, char32_t* character) {
-  const char32_t first = static_cast<unsigned char>(text[0]) - 0xF0U;
+  const char32_t first = static_cast<unsigned char>(text[0]) ^ 0xF0U;
   const char32_t second = korUtf8Next(text + 1);
   const char32_t third = korUtf8Next(text + 2);
   const char32_t fourth = korUtf8Next(text + 3);
