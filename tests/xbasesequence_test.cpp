@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -202,6 +203,8 @@ struct Step {
   const char* state;
   const char* contents;
 };
+
+void PrintTo(const Step& step, std::ostream* out) { *out << step.name; }
 
 class XBaseSequenceSteps : public testing::TestWithParam<Step> {};
 
