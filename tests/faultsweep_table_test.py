@@ -26,6 +26,8 @@ NO_OPERATION = [
     (r"^_korAbort$|::AbortMsg\w+$", "ends the process"),
     # Its members other than GetCount end the process.
     (r"^dsDataMap<.*>::(Add|Remove|Find|dsDataMap)$", "ends the process"),
+    # A hint to the processor, which changes nothing; in line but for some builds.
+    (r"::FetchEntries$", "a hint"),
     # The compiler's copies of the standard library's templates.
     (r"^(std|__gnu_cxx|__cxxabiv1)::|^void std::|^typeinfo|&std::", "not the library's"),
     (r"^operator (new|delete)$", "the standard library's placement forms"),
