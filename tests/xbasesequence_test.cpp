@@ -418,6 +418,15 @@ TEST_F(XBaseSequenceShrinking, ShrinksOnlyWhenSomethingGoes) {
   EXPECT_EQ(core.state(), "96/128");
 }
 
+TEST_F(XBaseSequenceShrinking, KeepsWhatIsReservedWhenNothingGoes) {
+  core.BaseAllocate(100);
+  core.BaseAppend(16, kLetters);
+  core.taken();
+  core.BaseRemove(8, 8);
+  core.BaseInsertEmpty(8, 0);
+  EXPECT_EQ(core.state(), "16/128");
+}
+
 TEST_F(XBaseSequenceShrinking, ReservingShrinksThenGrows) {
   core.BaseAllocate(100);
   EXPECT_EQ(core.taken(), "resize(32) resize(128)");
