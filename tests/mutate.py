@@ -14,7 +14,8 @@ test can tell it from the original. The work is done in copies of the tree.
     mutate.py SCRATCH --list            names them and does nothing
 
 Ends with a table, and with status 1 when fewer than --at-least percent were killed,
-or any of the strict ones lives. Adds its figures to the file that VELSTD_FIGURES names.
+or any of the strict ones lives. Adds its figures to the file that VELSTD_REPORT names
+(see ./dev nightly).
 """
 
 import argparse
@@ -191,7 +192,7 @@ class Tree:
             if new.exists() and new.read_bytes() == old.read_bytes():
                 continue
             new.parent.mkdir(parents=True, exist_ok=True)
-            shutil.copy2(old, new)
+            shutil.copy(old, new)  # as changed now: what was built of a mutant is stale
         for path in list(self.source.rglob("*")):  # what the tree has no more
             if path.is_file() and path.relative_to(self.source) not in wanted:
                 path.unlink()
@@ -324,10 +325,10 @@ def main():
     born = total["killed"] + total["survived"]
     share = 100 * total["killed"] / born if born else 0
     print(f"\n{total['killed']} of {born} mutants killed ({share:.1f} percent)")
-    if "VELSTD_FIGURES" in os.environ:
-        with open(os.environ["VELSTD_FIGURES"], "a", encoding="utf-8") as figures:
+    if "VELSTD_REPORT" in os.environ:
+        with open(os.environ["VELSTD_REPORT"], "a", encoding="utf-8") as report:
             sort = "canaries" if arguments.canaries else "mutants"
-            figures.write(f"mutation\t{sort} killed\t{total['killed']} of {born}\n")
+            report.write(f"mutation\t{sort} killed\t{total['killed']} of {born}\n")
     return 0 if born and share >= at_least and strict_alive == 0 else 1
 
 
