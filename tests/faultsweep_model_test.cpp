@@ -711,6 +711,9 @@ void FillWalks(Table& table) {
   Step0(table, "velS11nCreate (unknown)", [] { velS11nCreate("no such type", nullptr); });
   OnObject<SweepThing>(table, "velS11nSet (int)",
                        [](xobject* o) { velS11nSet(o, "Number", xany(1)); });
+  OnObject<SweepThing>(table, "velS11nHasSetter", [](xobject* o) {
+    EXPECT_TRUE(velS11nHasSetter(o->getRtti(), "Number"));
+  });
   OnObject<SweepThing>(table, "velS11nSet (text)",
                        [](xobject* o) { velS11nSet(o, "Text", xany("text")); });
   OnObject<SweepThing>(table, "velS11nSet (mismatch)",

@@ -112,3 +112,52 @@ TEST(VelS11n, SettersRefuseValuesOfAnotherKind) {
   setIndex(negative, xany(-9));
   EXPECT_EQ(dynamic_cast<velXNegativeIndex&>(*negative).getIndex(), -9);
 }
+
+TEST(VelS11n, HasASetterForWhatTheTypeOrAParentDeclares) {
+  xrttiobject* const type = velXTypeMismatch::getClassRtti();
+  EXPECT_TRUE(velS11nHasSetter(type, "TypeName"));
+  EXPECT_TRUE(velS11nHasSetter(type, "Description"));
+  EXPECT_FALSE(velS11nHasSetter(type, "Index"));
+  EXPECT_FALSE(velS11nHasSetter(type, ""));
+}
+
+TEST(VelS11n, NothingHasASetterForNothing) {
+  EXPECT_FALSE(velS11nHasSetter(nullptr, "Description"));
+  for (const std::uintptr_t address : {0U, 1U}) {
+    EXPECT_FALSE(velS11nHasSetter(velXNull::getClassRtti(), reinterpret_cast<const char*>(address)));
+  }
+}
+
+namespace {
+
+// A descriptor that is filled in for the test; descriptors refuse deletion.
+xrttistruct* WithTwoParents() {
+  static auto* const rtti = [] {
+    auto* const made = new xrttistruct;
+    xrttiobject* const parents[] = {velXNull::getClassRtti(), velXFunc::getClassRtti()};
+    const velAttributeInfo attributes[] = {
+        {"Fixed", "_s11n_setFixed", velGetRtti_int(), false, [](xobject*) { return xany(7); },
+         nullptr}};
+    velInitializeStruct(made, "tests::TwoParents", nullptr, 2, parents, 1, attributes);
+    return made;
+  }();
+  return rtti;
+}
+
+}  // namespace
+
+TEST(VelInitializeStruct, TakesSeveralParentsInTheirOrder) {
+  xrttistruct* const rtti = WithTwoParents();
+  ASSERT_EQ(rtti->getNParents(), 2);
+  EXPECT_EQ(rtti->getParent(0), velXNull::getClassRtti());
+  EXPECT_EQ(rtti->getParent(1), velXFunc::getClassRtti());
+  EXPECT_TRUE(velS11nHasSetter(rtti, "Args"));
+}
+
+TEST(VelInitializeStruct, WithoutCreatorAndSetterThereIsNeither) {
+  xrttistruct* const rtti = WithTwoParents();
+  EXPECT_EQ(rtti->getUserData("_s11n_create"), nullptr);
+  EXPECT_FALSE(velS11nHasSetter(rtti, "Fixed"));
+  EXPECT_EQ(rtti->getNAttrs(), 1);
+  EXPECT_TRUE(rtti->getAttr(0)->getValue(nullptr) == 7);
+}

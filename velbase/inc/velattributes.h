@@ -117,12 +117,22 @@ struct velAttributeFunctions {
   }
 };
 
-/// Initialises the descriptor of a counted class: parent (nullable), attributes
-/// in order, creator. Parts that are made here live for ever.
+/// Initialises the descriptor of a counted class: creator (null for a class of
+/// which no empty object can be made), `nParents` parents and `nAttributes`
+/// attributes in order (both arrays are copied). An attribute without a setter
+/// cannot be set by name. Parts that are made here live for ever.
 /// Throws std::bad_alloc; it may then be called again.
 VELSTD_API void velInitializeStruct(xrttistruct* rtti, const char* name, velS11nCreator creator,
-                                    xrttiobject* parent,
-                                    std::initializer_list<velAttributeInfo> attributes);
+                                    int nParents, xrttiobject* const* parents, int nAttributes,
+                                    const velAttributeInfo* attributes);
+
+/// The same with one parent, or none for null.
+inline void velInitializeStruct(xrttistruct* rtti, const char* name, velS11nCreator creator,
+                                xrttiobject* parent,
+                                std::initializer_list<velAttributeInfo> attributes) {
+  velInitializeStruct(rtti, name, creator, parent ? 1 : 0, &parent,
+                      static_cast<int>(attributes.size()), attributes.begin());
+}
 
 /// The same with the attributes as arguments.
 template <class... Infos>

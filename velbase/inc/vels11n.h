@@ -13,6 +13,7 @@
 
 class velDeprecationSupport;
 class xanydictionary;
+class xrttiobject;
 
 /// What is known during one deserialization: the object at the top, and values
 /// that the parties leave for each other by name.
@@ -89,5 +90,9 @@ VELSTD_API xobject* velS11nCreate(const char* typeName, velS11nContext* context)
 /// for a value of the wrong kind, velXNull for null arguments,
 /// velXNotInitialized for xuninitobject.
 VELSTD_API bool velS11nSet(xobject* object, const char* attribute, const xany& value);
+
+/// Whether velS11nSet finds a setter for that attribute with `type` (nullable) or
+/// one of its parents. Threads: as velS11nSet. Throws std::bad_alloc.
+VELSTD_API bool velS11nHasSetter(xrttiobject* type, const char* attribute);
 
 #endif  // VELSTD_VELBASE_VELS11N_H

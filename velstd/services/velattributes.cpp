@@ -1,5 +1,6 @@
 #include "velattributes.h"
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -20,23 +21,25 @@ void velThrowValueMismatch(xrtti* expected, const xany& value) {
 }
 
 void velInitializeStruct(xrttistruct* rtti, const char* name, velS11nCreator creator,
-                         xrttiobject* parent,
-                         std::initializer_list<velAttributeInfo> attributes) {
-  auto parents = std::make_unique<xrttiobject*[]>(1);
-  parents[0] = parent;
+                         int nParents, xrttiobject* const* parents, int nAttributes,
+                         const velAttributeInfo* attributes) {
+  const auto parentCount = static_cast<std::size_t>(nParents);
+  const auto attrCount = static_cast<std::size_t>(nAttributes);
+  auto above = std::make_unique<xrttiobject*[]>(parentCount);
+  std::copy_n(parents, parentCount, above.get());
   std::vector<std::unique_ptr<xrttiattr>> made;
-  auto attrs = std::make_unique<xrttiattr*[]>(attributes.size());
+  auto attrs = std::make_unique<xrttiattr*[]>(attrCount);
   rtti->addUserData("_s11n_create", reinterpret_cast<void*>(creator));
-  for (const velAttributeInfo& info : attributes) {
+  for (std::size_t i = 0; i < attrCount; ++i) {
+    const velAttributeInfo& info = attributes[i];
     rtti->addUserData(info.setterKey, reinterpret_cast<void*>(info.setter));
     made.push_back(
         std::make_unique<xrttiattr>(info.name, info.type, info.isOptional, info.getter));
-    attrs[made.size() - 1] = made.back().get();
+    attrs[i] = made.back().get();
   }
-  rtti->initializeRttiStruct(name, 1, parent ? 1 : 0, parents.get(),
-                             static_cast<int>(made.size()), attrs.get());
+  rtti->initializeRttiStruct(name, 1, nParents, above.get(), nAttributes, attrs.get());
   // From here on the descriptor's, for ever.
-  static_cast<void>(parents.release());
+  static_cast<void>(above.release());
   static_cast<void>(attrs.release());
   for (auto& attr : made) static_cast<void>(attr.release());
 }

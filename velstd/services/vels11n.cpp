@@ -62,7 +62,14 @@ velS11nSetter FindSetter(xrttiobject* type, const char* key) {
   return nullptr;
 }
 
+std::string KeyOf(const char* attribute) { return std::string("_s11n_set") + attribute; }
+
 }  // namespace
+
+bool velS11nHasSetter(xrttiobject* type, const char* attribute) {
+  attribute = korText(attribute);
+  return attribute && FindSetter(type, KeyOf(attribute).c_str());
+}
 
 xobject* velS11nCreate(const char* typeName, velS11nContext* context) {
   void* creator = velRttiGetUserData(typeName, "_s11n_create");
@@ -73,7 +80,7 @@ bool velS11nSet(xobject* object, const char* attribute, const xany& value) {
   if (velIsUninit(object)) velhThrowNotInitialized();
   attribute = korText(attribute);
   if (!object || !attribute) velhThrowNull();
-  const std::string key = std::string("_s11n_set") + attribute;
+  const std::string key = KeyOf(attribute);
   if (const velS11nSetter setter = FindSetter(object->getRtti(), key.c_str())) {
     setter(object, value);
     return true;
