@@ -7,6 +7,35 @@ else()
   set(VELSTD_TEST_SECONDS 120)
 endif()
 
+# A library beside the core, from inc/ and src/ of the current folder: velstd_<name>, alias
+# velstd::<name>, on top of the library `base`. Installed as a component of its own.
+function(velstd_side_library name base)
+  set(target velstd_${name})
+  file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/src/*.cpp")
+  add_library(${target} SHARED ${sources})
+  add_library(velstd::${name} ALIAS ${target})
+  set_target_properties(${target} PROPERTIES
+    EXPORT_NAME ${name}
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+    CXX_STANDARD 17 CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF
+    CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN OFF)
+  target_include_directories(${target} PUBLIC
+    "$<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/inc>"
+    "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/velstd>")
+  target_link_libraries(${target} PUBLIC ${base})
+  # Descriptors point into it: it is never unloaded.
+  target_link_options(${target} PRIVATE LINKER:-z,nodelete)
+  velstd_warnings(${target})
+  velstd_instrument(${target})
+  if(VELSTD_INSTALL)
+    install(TARGETS ${target} EXPORT velstd${name}Targets
+            LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+    install(DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}/inc/"
+            DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/velstd" FILES_MATCHING PATTERN "*.h")
+    install(EXPORT velstd${name}Targets NAMESPACE velstd:: DESTINATION "${velstdPackageDir}")
+  endif()
+endfunction()
+
 # What every program of this project gets.
 function(velstd_program target)
   set_target_properties(${target} PROPERTIES

@@ -1,0 +1,55 @@
+// velbyname.h - objects made, read and written by names and paths.
+//
+//   auto point = velCreate("demo::Point");
+//   velSetAttr(point, "x", velAny(3));
+//   xany price = velGetPath(velAny(order), "/lines/3/price");
+//   velSetPath(velAny(order), "/lines/-", velAny(line));        // appends
+//
+// A path is a JSON Pointer (RFC 6901): "" is the whole value; "/" begins each step,
+// "~1" stands for "/" and "~0" for "~" in it. A step is the name of an attribute or of
+// a part of a union, the key of an entry, or the number of an element (no sign, no
+// leading zeros); "-" is the place behind the last element. An array takes a step for
+// each dimension. Names and keys are narrow texts.
+//
+// Errors, all thrown and nothing changed: velXNativeException "Unknown type: N",
+// "Type cannot be created: N", "Type cannot be written: N", "Invalid path: P" (it does
+// not begin with "/", or "~" is followed by neither 0 nor 1); velXInvalidDictKey with
+// the object and the step for what is not there, or when the value there has no parts
+// (the object is then nil); velXInvalidSeqIndex, velXInvalidArrayIndex;
+// velXTypeMismatch for a value of the wrong kind; velXNull for a null object.
+// Threads and ownership: as the objects.
+#ifndef VELSTD_VELEXT_VELBYNAME_H
+#define VELSTD_VELEXT_VELBYNAME_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "korapi.h"
+#include "xany.h"
+#include "xrchandle.h"
+
+/// A new, empty object of the type registered under that name: a structure or union
+/// with a default constructor, a collection (see velwrites.h), an exception.
+VELSTD_API xrcunihandle<xobject> velCreate(const char* typeName);
+
+/// Sets an attribute of `object`. False, and nothing set, for an unknown one that the
+/// object's own deprecation list names.
+VELSTD_API bool velSetAttr(xobject* object, const char* name, const xany& value);
+
+/// An attribute of `object`, or a part of a union that it has at the moment.
+VELSTD_API xany velGetAttr(xobject* object, const char* name);
+
+/// The value at the end of a path.
+VELSTD_API xany velGetPath(const xany& root, std::string_view path);
+/// The same; nothing where velGetPath throws because something is not there.
+VELSTD_API std::optional<xany> velFindPath(const xany& root, std::string_view path);
+
+/// Stores `value` at the end of a path. What comes before its last step must be there;
+/// an entry is made anew if it has to be. The empty path is refused as invalid.
+VELSTD_API void velSetPath(const xany& root, std::string_view path, const xany& value);
+
+/// A name or key as a step: "/" and what stands for "/" and "~" in it.
+VELSTD_API std::string velStep(std::string_view name);
+
+#endif  // VELSTD_VELEXT_VELBYNAME_H

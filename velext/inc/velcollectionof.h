@@ -1,0 +1,168 @@
+// velcollectionof.h - sequences and dictionaries of your own types.
+//
+//   using PointSeq = velSequenceOf<Point>;         // "demo::Pointseq", of handles
+//   using ColorMap = velDictionaryOf<Color>;       // "demo::Colordict"
+//   auto points = PointSeq::create();
+//   points->append(velNew<Point>());
+//
+// velSequenceOf<int> is xintsequence, and so on for bool, double, xstring and xany.
+// Others are classes of their own, with everything that the standard ones have: a
+// descriptor, registered by name when a program first uses them, casts, create(),
+// createCapacity(). An object element may be null, which reads as nil.
+// They are made and written by name, too (velwrites.h).
+// Threads and ownership: as the templates (xtbsequence.h, xtbdictionary.h).
+#ifndef VELSTD_VELEXT_VELCOLLECTIONOF_H
+#define VELSTD_VELEXT_VELCOLLECTIONOF_H
+
+#include <type_traits>
+
+#include "velcollectionrtti.h"
+#include "velmember.h"
+#include "velrange.h"
+#include "velstruct.h"
+#include "velwrites.h"
+#include "xcollections.h"
+
+/// The name of a type and `suffix`; lives for ever.
+VELSTD_API const char* velNameWith(xrtti* type, const char* suffix);
+
+/// What a collection of T keeps: a handle for an object, else the value.
+template <class T>
+using velKept = std::conditional_t<std::is_convertible<T*, xobject*>::value, xrchandle<T>, T>;
+
+/// What the descriptor of sequence class C with elements of type E calls.
+template <class C, class E>
+struct velElementFunctions {
+  static int size(xobject* sequence) { return velView<C>(sequence)->getarraysize(); }
+  static xany element(xobject* sequence, int index) {
+    return velMember<E>::read(velView<C>(sequence)->get(index));
+  }
+  static void set(xobject* sequence, int index, const xany& value) {
+    C* const own = velView<C>(sequence);
+    const int size = own->getarraysize();
+    own->set(index < size ? index : size, velMember<E>::write(value));
+  }
+  static void remove(xobject* sequence, int index) {
+    C* const own = velView<C>(sequence);
+    if (index >= own->getarraysize()) velhThrowInvalidSeqIndex(own, index);
+    own->removerange(index, index + 1);
+  }
+  static constexpr velWrites kWrites = {&velMake<C>, &set, &remove, nullptr, nullptr, nullptr};
+};
+
+template <class E>
+using velSequenceBase =
+    std::conditional_t<std::is_class<E>::value, xtcsequence<E>, xtssequence<E>>;
+
+/// A sequence of elements of type E.
+template <class E>
+class velSequenceClass
+    : public velObjectOf<velSequenceClass<E>, xrttisequence, velSequenceBase<E>> {
+  static_assert(velMember<E>::kPossible, "elements of this type have no descriptor");
+  using Base = velObjectOf<velSequenceClass<E>, xrttisequence, velSequenceBase<E>>;
+
+ public:
+  explicit velSequenceClass(unsigned capacity = 0) : Base(capacity) {}
+  static xrchandle<velSequenceClass> create() { return new velSequenceClass; }
+  static xrchandle<velSequenceClass> createCapacity(unsigned n) { return new velSequenceClass(n); }
+
+ private:
+  template <class, class, class...>
+  friend class ::velObjectOf;
+
+  static void velDescribe(xrttisequence* rtti) {
+    using Functions = velElementFunctions<velSequenceClass, E>;
+    xrtti* const type = velMember<E>::type();
+    velSetWrites(rtti, &Functions::kWrites);
+    rtti->initializeRttiSeq(velNameWith(type, "seq"), 1, type, velMember<E>::kOptional,
+                            &Functions::size, &Functions::element);
+  }
+};
+
+/// What the descriptor of dictionary class C with values of type E calls.
+template <class C, class E>
+struct velEntryFunctions {
+  static int size(xobject* dictionary) { return velView<C>(dictionary)->getmapsize(); }
+  static unsigned char find(xobject* dictionary, const char* key, xany* value) {
+    E found{};
+    return store(velView<C>(dictionary)->find(key, &found), found, value);
+  }
+  static unsigned char key(xobject* dictionary, int index, xstring* key) {
+    return velView<C>(dictionary)->getkeybyindex(index, key);
+  }
+  static unsigned char value(xobject* dictionary, int index, xany* value) {
+    E found{};
+    return store(velView<C>(dictionary)->getbyindex(index, &found), found, value);
+  }
+  static void set(xobject* dictionary, const char* key, const xany& value) {
+    velView<C>(dictionary)->set(key, velMember<E>::write(value));
+  }
+  static bool remove(xobject* dictionary, const char* key) {
+    return velView<C>(dictionary)->remove(key);
+  }
+  static constexpr velWrites kWrites = {&velMake<C>, nullptr, nullptr, &set, &remove, nullptr};
+
+ private:
+  static unsigned char store(bool isThere, const E& found, xany* value) {
+    if (isThere && value) *value = velMember<E>::read(found);
+    return isThere;
+  }
+};
+
+template <class E>
+using velDictionaryBase =
+    std::conditional_t<std::is_class<E>::value, xtcdictionary<E>, xtsdictionary<E>>;
+
+/// A dictionary of values of type E.
+template <class E>
+class velDictionaryClass
+    : public velObjectOf<velDictionaryClass<E>, xrttidictionary, velDictionaryBase<E>> {
+  static_assert(velMember<E>::kPossible, "values of this type have no descriptor");
+  using Base = velObjectOf<velDictionaryClass<E>, xrttidictionary, velDictionaryBase<E>>;
+
+ public:
+  explicit velDictionaryClass(int capacity = 0) : Base(capacity) {}
+  static xrchandle<velDictionaryClass> create() { return new velDictionaryClass; }
+  static xrchandle<velDictionaryClass> createCapacity(unsigned n) {
+    return new velDictionaryClass(static_cast<int>(n));
+  }
+
+ private:
+  template <class, class, class...>
+  friend class ::velObjectOf;
+
+  static void velDescribe(xrttidictionary* rtti) {
+    using Functions = velEntryFunctions<velDictionaryClass, E>;
+    xrtti* const type = velMember<E>::type();
+    velSetWrites(rtti, &Functions::kWrites);
+    rtti->initializeRttiDict(velNameWith(type, "dict"), 1, type, velMember<E>::kOptional,
+                             &Functions::size, &Functions::find, &Functions::key,
+                             &Functions::value);
+  }
+};
+
+/// Which class is the sequence, and the dictionary, of E.
+template <class E>
+struct velCollectionsOf {
+  using Sequence = velSequenceClass<E>;
+  using Dictionary = velDictionaryClass<E>;
+};
+template <>
+struct velCollectionsOf<bool> : velCollections<bool> {};
+template <>
+struct velCollectionsOf<unsigned char> : velCollections<bool> {};
+template <>
+struct velCollectionsOf<int> : velCollections<int> {};
+template <>
+struct velCollectionsOf<double> : velCollections<double> {};
+template <>
+struct velCollectionsOf<xstring> : velCollections<xstring> {};
+template <>
+struct velCollectionsOf<xany> : velCollections<xany> {};
+
+template <class T>
+using velSequenceOf = typename velCollectionsOf<velKept<T>>::Sequence;
+template <class T>
+using velDictionaryOf = typename velCollectionsOf<velKept<T>>::Dictionary;
+
+#endif  // VELSTD_VELEXT_VELCOLLECTIONOF_H

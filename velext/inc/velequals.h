@@ -1,0 +1,56 @@
+// velequals.h - values as what they mean: equality, hash, difference, copy.
+//
+// Two values are equal when a reader cannot tell them apart by their parts: leaves of
+// one kind and value (any NaN is equal to any other, 0.0 to -0.0, nil to nil, uninit to
+// uninit); objects of one type (by name) with equal parts. Elements are compared by
+// position, entries by key, attributes by name. Objects without parts are equal to
+// themselves only. Cycles are equal when no path through them tells a difference.
+// Both directions agree. velCompare, which asks only what the expected value
+// has, stays beside it.
+//
+// Depth costs heap, not stack. What getters throw passes through.
+// Threads and ownership: as the values.
+#ifndef VELSTD_VELEXT_VELEQUALS_H
+#define VELSTD_VELEXT_VELEQUALS_H
+
+#include <cstddef>
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "korapi.h"
+#include "xany.h"
+
+VELSTD_API bool velEquals(const xany& a, const xany& b);
+
+/// Equal values have the same hash. Looks at the upper levels of a value only; takes
+/// time for at most some thousands of its parts.
+VELSTD_API std::size_t velHash(const xany& value);
+
+/// A copy that shares no object with the original, whose shape it keeps: what is there
+/// twice is there twice, a cycle is a cycle. Objects are made and filled by name (see
+/// velbyname.h); what cannot be made throws velXNativeException "Type cannot be
+/// created: N" and "Type cannot be written: N". Attributes that cannot be set are left
+/// as the new object has them; when that is another value, it throws "Attribute cannot
+/// be set: N".
+VELSTD_API xany velClone(const xany& value);
+
+/// One difference: the place, as a path (velbyname.h), and what is there before and
+/// after; nothing where there is nothing.
+struct velDifference {
+  std::string path;
+  std::optional<xany> before;
+  std::optional<xany> after;
+};
+
+/// What has to be changed in `before` to make it `after`; empty if they are equal. The
+/// elements of sequences are matched by a shortest edit script; one that is replaced
+/// is looked into. Paths of what is changed or goes count elements as in `before`, of
+/// what comes as in `after`. Objects that come again are told once.
+VELSTD_API std::vector<velDifference> velDiff(const xany& before, const xany& after);
+
+/// As "/lines/3/price : 12.5 -> 13"; "(nothing)" for what is not there.
+VELSTD_API std::ostream& operator<<(std::ostream& out, const velDifference& difference);
+
+#endif  // VELSTD_VELEXT_VELEQUALS_H

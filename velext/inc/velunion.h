@@ -1,0 +1,91 @@
+// velunion.h - values of one of several shapes.
+//
+//   VEL_ENUM(ShapeKind, "demo::ShapeKind", circle, square, other)
+//   class Shape : public velUnion<Shape> {
+//     ShapeKind kind = ShapeKind::circle;
+//     double radius = 0, side = 0;
+//     xstring text;
+//    public:
+//     VEL_UNION(Shape, "demo::Shape", kind,
+//               (ShapeKind::circle, radius), (ShapeKind::square, side), (velOtherwise, text))
+//   };
+//
+// The discriminator (an int or an enumeration of VEL_ENUM) tells which member is the
+// value; each branch names the label and the member, velOtherwise the one for all
+// other labels. Members are set by name like attributes; the discriminator, too.
+// All else is as with VEL_STRUCT (velstruct.h).
+#ifndef VELSTD_VELEXT_VELUNION_H
+#define VELSTD_VELEXT_VELUNION_H
+
+#include <initializer_list>
+
+#include "velstruct.h"
+
+/// The label of the branch for all labels that have none.
+struct velOtherwiseLabel {};
+inline constexpr velOtherwiseLabel velOtherwise{};
+
+/// One branch for velInitializeUnion.
+struct velBranchInfo {
+  int label;
+  bool isOtherwise;
+  velAttributeInfo attribute;
+};
+template <class Label>
+velBranchInfo velBranch(Label label, const velAttributeInfo& attribute) {
+  return {static_cast<int>(label), false, attribute};
+}
+inline velBranchInfo velBranch(velOtherwiseLabel, const velAttributeInfo& attribute) {
+  return {0, true, attribute};
+}
+
+/// Initialises the descriptor of a counted union: as velInitializeStruct.
+VELSTD_API void velInitializeUnion(xrttiunion* rtti, const char* name, velS11nCreator creator,
+                                   std::initializer_list<xrttiobject*> parents,
+                                   const velAttributeInfo& discriminator,
+                                   std::initializer_list<velBranchInfo> branches);
+
+/// The base of a class T with VEL_UNION.
+template <class T, class... Bases>
+class velUnion : public velObjectOf<T, xrttiunion, velVirtually<Bases>...> {
+ protected:
+  static void velInitialize(xrttiunion* rtti, const char* name, velS11nCreator creator,
+                            const velAttributeInfo& discriminator,
+                            std::initializer_list<velBranchInfo> branches) {
+    velInitializeUnion(rtti, name, creator, {Bases::getClassRtti()...}, discriminator, branches);
+  }
+};
+template <class T>
+class velUnion<T> : public velObjectOf<T, xrttiunion, velVirtually<xobject>> {
+ protected:
+  static void velInitialize(xrttiunion* rtti, const char* name, velS11nCreator creator,
+                            const velAttributeInfo& discriminator,
+                            std::initializer_list<velBranchInfo> branches) {
+    velInitializeUnion(rtti, name, creator, {}, discriminator, branches);
+  }
+};
+
+/// VEL_UNION(C, "name", discriminator, (label, member)...); expands as VEL_STRUCT.
+#define VEL_UNION(C, TypeName, discriminator, ...)                                 \
+ private:                                                                          \
+  using velSelf = C;                                                               \
+  template <class, class, class...>                                                \
+  friend class ::velObjectOf;                                                      \
+  VEL_CREATOR_HERE                                                                 \
+  static void velDescribe(xrttiunion* rtti) {                                      \
+    VEL_CHECK_MEMBER(discriminator)                                                \
+    VEL_FOR_EACH(VEL_CHECK_BRANCH, __VA_ARGS__)                                    \
+    velSelf::velInitialize(rtti, TypeName, velCreator<velSelf>(nullptr),           \
+                           VEL_MEMBER_INFO_OF(discriminator),                      \
+                           {VEL_FOR_EACH(VEL_BRANCH_INFO, __VA_ARGS__)});          \
+  }                                                                                \
+  static inline const velRegistrar velRegistered{&C::getClassRtti};                \
+                                                                                   \
+ public:
+
+#define VEL_CHECK_BRANCH(branch) VEL_CHECK_BRANCH1 branch
+#define VEL_CHECK_BRANCH1(label, name) VEL_CHECK_MEMBER(name)
+#define VEL_BRANCH_INFO(branch) VEL_BRANCH_INFO1 branch
+#define VEL_BRANCH_INFO1(label, name) velBranch(label, VEL_MEMBER_INFO_OF(name)),
+
+#endif  // VELSTD_VELEXT_VELUNION_H

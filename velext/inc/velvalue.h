@@ -1,0 +1,227 @@
+// velvalue.h - values in and out of xany as everyday C++ writes them.
+//
+//   xany value = velAny(42);
+//   if (auto n = velGet<int>(value)) use(*n);
+//   std::string name = velGetOr<std::string>(value, "nobody");
+//
+// What xany itself takes for nil or uninit by its value (the least int, 0x80, 1e126,
+// the address 1), velAny refuses: only nothing becomes nil. Integers are numbers,
+// whatever their type; unsigned char too, which is the truth value of xany.
+// What velGet cannot give as the type asked for is no value, never a converted one,
+// but for integers, which may come out of any integer that holds them, and double,
+// which holds every int.
+// Threads and ownership: as xany.
+#ifndef VELSTD_VELEXT_VELVALUE_H
+#define VELSTD_VELEXT_VELVALUE_H
+
+#include <cstdint>
+#include <functional>
+#include <iosfwd>
+#include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+#include "veltext.h"
+#include "xany.h"
+
+/// Throws velXNativeException "Integer out of range: " and the number.
+[[noreturn]] VELSTD_API void velThrowOutOfRange(long long value);
+[[noreturn]] VELSTD_API void velThrowOutOfRange(unsigned long long value);
+/// Throws velXNativeException "Real number stands for no value: " and the number.
+[[noreturn]] VELSTD_API void velThrowReservedReal(double value);
+
+/// How a type T goes into a value and comes out; specialise it for types of your own:
+///   static xany in(const T& value);
+///   static std::optional<T> out(const xany& value);
+template <class T, class = void>
+struct velValue;
+
+/// The value as xany: of bool, every integer type, float and double, text
+/// (std::string, std::string_view, const char* as UTF-8; xstring), handles and
+/// pointers to objects, enumerations of VEL_ENUM, std::optional, std::nullptr_t and
+/// xany itself. Null text, null handles, an empty optional and nullptr are nil.
+/// Throws velXNativeException for an integer that is no int of xany (outside 32
+/// bits, -2147483648 and -2147483647), for the real numbers 1e126 and 9e125, and as
+/// velText.
+template <class T>
+xany velAny(const T& value) {
+  return velValue<T>::in(value);
+}
+inline xany velAny(const char* utf8) { return utf8 ? xany(velText(utf8)) : xany(xanyNil); }
+
+/// The value as a T, if it is one: bool, an integer type (from an int that it can
+/// hold), float or double (from a real or an int), std::string (UTF-8), xstring,
+/// xrchandle<C> (of an object that is a C), xrcunihandle<xobject>, an enumeration of
+/// VEL_ENUM, xany (always). Nil and uninit are none.
+template <class T>
+std::optional<T> velGet(const xany& value) {
+  return velValue<T>::out(value);
+}
+
+/// The same, or `fallback`.
+template <class T>
+T velGetOr(const xany& value, T fallback) {
+  std::optional<T> got = velGet<T>(value);
+  return got ? *std::move(got) : std::move(fallback);
+}
+
+/// As velPrint writes it with step 2. A template, so that nothing else becomes a value
+/// on the way.
+VELSTD_API void velWriteValue(std::ostream& out, const xany& value);
+template <class T>
+std::enable_if_t<std::is_same<T, xany>::value, std::ostream&> operator<<(std::ostream& out,
+                                                                         const T& value) {
+  velWriteValue(out, value);
+  return out;
+}
+
+/// As xany compares: equal values have the same hash.
+template <>
+struct VELSTD_API std::hash<xany> {
+  std::size_t operator()(const xany& value) const;
+};
+
+// ---- the types -------------------------------------------------------------------
+
+template <>
+struct velValue<bool> {
+  static xany in(bool value) { return xany(value); }
+  static std::optional<bool> out(const xany& value) {
+    if (value.getkind() != xanyBool) return std::nullopt;
+    return value.operator unsigned char() != 0;
+  }
+};
+
+template <class T>
+struct velValue<T, std::enable_if_t<std::is_integral<T>::value && !std::is_same<T, bool>::value>> {
+  static xany in(T value) {
+    using Wide = std::conditional_t<std::is_signed<T>::value, long long, unsigned long long>;
+    const auto wide = static_cast<Wide>(value);
+    if constexpr (std::is_signed<T>::value) {
+      // The two lowest stand for nil and uninit.
+      if (wide < -2147483646LL || wide > 2147483647LL) velThrowOutOfRange(wide);
+    } else {
+      if (wide > 2147483647ULL) velThrowOutOfRange(wide);
+    }
+    return xany(static_cast<int>(value));
+  }
+  static std::optional<T> out(const xany& value) {
+    if (value.getkind() != xanyInt) return std::nullopt;
+    const long long number = value.operator int();
+    if constexpr (std::is_signed<T>::value) {
+      if (number < std::numeric_limits<T>::min() || number > std::numeric_limits<T>::max()) {
+        return std::nullopt;
+      }
+    } else {
+      if (number < 0 ||
+          static_cast<unsigned long long>(number) > std::numeric_limits<T>::max()) {
+        return std::nullopt;
+      }
+    }
+    return static_cast<T>(number);
+  }
+};
+
+template <class T>
+struct velValue<T, std::enable_if_t<std::is_same<T, float>::value || std::is_same<T, double>::value>> {
+  static xany in(T value) {
+    const xany made(static_cast<double>(value));
+    if (made.getkind() != xanyReal) velThrowReservedReal(static_cast<double>(value));
+    return made;
+  }
+  static std::optional<T> out(const xany& value) {
+    if (value.getkind() == xanyReal) return static_cast<T>(value.operator double());
+    if (value.getkind() == xanyInt) return static_cast<T>(value.operator int());
+    return std::nullopt;
+  }
+};
+
+template <>
+struct velValue<xstring> {
+  static xany in(const xstring& value) { return xany(value); }
+  static std::optional<xstring> out(const xany& value) {
+    if (value.getkind() != xanyString) return std::nullopt;
+    return value.operator xstring();
+  }
+};
+
+template <>
+struct velValue<std::string> {
+  static xany in(const std::string& value) { return xany(velText(value)); }
+  static std::optional<std::string> out(const xany& value) {
+    if (value.getkind() != xanyString) return std::nullopt;
+    return velUtf8(value.operator xstring());
+  }
+};
+template <>
+struct velValue<std::string_view> {
+  static xany in(std::string_view value) { return xany(velText(value)); }
+};
+template <std::size_t N>
+struct velValue<char[N]> {
+  static xany in(const char (&value)[N]) { return xany(velText(value)); }
+};
+template <>
+struct velValue<char*> {
+  static xany in(const char* value) { return velAny(value); }
+};
+
+template <>
+struct velValue<xany> {
+  static const xany& in(const xany& value) { return value; }
+  static std::optional<xany> out(const xany& value) { return value; }
+};
+
+template <>
+struct velValue<std::nullptr_t> {
+  static xany in(std::nullptr_t) { return xany(xanyNil); }
+};
+
+/// An object by pointer: the value takes a reference.
+template <class C>
+struct velValue<C*, std::enable_if_t<std::is_convertible<C*, xobject*>::value>> {
+  static xany in(C* value) { return xany(velAsObject(value)); }
+};
+
+/// The object of a value as C, borrowed; null for any other value.
+template <class C>
+C* velObject(const xany& value) {
+  if (value.getkind() != xanyObject) return nullptr;
+  xobject* const object = value.operator xobject*();
+  return object && !velIsUninit(object) ? dynamic_cast<C*>(object) : nullptr;
+}
+
+template <class C>
+struct velValue<xrchandle<C>> {
+  static xany in(const xrchandle<C>& value) { return xany(value); }
+  static std::optional<xrchandle<C>> out(const xany& value) {
+    C* const object = velObject<C>(value);
+    if (!object) return std::nullopt;
+    return xrchandle<C>(object);
+  }
+};
+template <class C>
+struct velValue<xrcunihandle<C>> {
+  static xany in(const xrcunihandle<C>& value) { return xany(value); }
+  static std::optional<xrcunihandle<C>> out(const xany& value) {
+    C* const object = velObject<C>(value);
+    if (!object) return std::nullopt;
+    return xrcunihandle<C>(object);
+  }
+};
+
+template <class T>
+struct velValue<std::optional<T>> {
+  static xany in(const std::optional<T>& value) { return value ? velAny(*value) : xany(xanyNil); }
+  static std::optional<std::optional<T>> out(const xany& value) {
+    if (value.isnil() || value.isuninit()) return std::optional<std::optional<T>>(std::nullopt);
+    std::optional<T> got = velGet<T>(value);
+    if (!got) return std::nullopt;
+    return std::optional<std::optional<T>>(std::in_place, std::move(got));
+  }
+};
+
+#endif  // VELSTD_VELEXT_VELVALUE_H

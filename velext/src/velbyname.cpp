@@ -1,0 +1,230 @@
+#include "velbyname.h"
+
+#include <charconv>
+#include <vector>
+
+#include "velattributes.h"
+#include "velexceptions.h"
+#include "velparts.h"
+#include "vels11n.h"
+#include "veltext.h"
+#include "velwrites.h"
+
+namespace {
+
+[[noreturn]] void Refuse(const char* what, std::string_view of) {
+  velXNativeException::Throw((what + std::string(of)).c_str());
+}
+
+// What velGetPath throws when something is not there, until it is known whether that
+// is an error.
+struct Missing {
+  xobject* object;  // nullable
+  std::string step;
+  int index;  // -1: a key
+
+  [[noreturn]] void raise() const {
+    if (index >= 0) velhThrowInvalidSeqIndex(object, index);
+    velhThrowInvalidDictKey(object, step.c_str());
+  }
+};
+
+std::vector<std::string> Steps(std::string_view path) {
+  std::vector<std::string> steps;
+  if (path.empty()) return steps;
+  if (path[0] != '/') Refuse("Invalid path: ", path);
+  for (std::size_t i = 0; i < path.size(); ++i) {
+    if (path[i] == '/') {
+      steps.emplace_back();
+    } else if (path[i] != '~') {
+      steps.back() += path[i];
+    } else {
+      const char code = i + 1 < path.size() ? path[++i] : '\0';
+      if (code != '0' && code != '1') Refuse("Invalid path: ", path);
+      steps.back() += code == '0' ? '~' : '/';
+    }
+  }
+  return steps;
+}
+
+// A number as RFC 6901 writes it; -1 for anything else and beyond an int.
+int IndexOf(const std::string& step) {
+  if (step.empty() || step.size() > 10 || (step[0] == '0' && step.size() > 1)) return -1;
+  for (const char c : step) {
+    if (c < '0' || c > '9') return -1;
+  }
+  int index = -1;
+  const auto read = std::from_chars(step.data(), step.data() + step.size(), index);
+  return read.ec == std::errc() ? index : -1;
+}
+
+// The part of a structure or union of that name.
+std::optional<xany> Attribute(xobject* object, std::string_view name) {
+  velParts parts = velPartsOf(object);
+  if (parts.shape != velShape::kStruct && parts.shape != velShape::kUnion) return std::nullopt;
+  for (velPart& part : parts.list) {
+    if (part.name == name) return std::move(part.value);
+  }
+  return std::nullopt;
+}
+
+// The element of an array behind one step for each dimension, the first of them at
+// `step`, which moves to the last.
+std::vector<int> CellAt(xrttiarray* type, xobject* object, const std::vector<std::string>& steps,
+                        std::size_t& step) {
+  std::vector<int> indices;
+  for (int d = 0; d < type->getNDimentions(); ++d) {
+    if (d > 0 && ++step == steps.size()) throw Missing{object, "", -1};
+    const int index = IndexOf(steps[step]);
+    if (index < 0) throw Missing{object, steps[step], -1};
+    if (index >= type->getDimention(d)) velhThrowInvalidArrayIndex(object, index, d);
+    indices.push_back(index);
+  }
+  return indices;
+}
+
+// One step further from `value`; an array takes several.
+xany Next(const xany& value, const std::vector<std::string>& steps, std::size_t& step) {
+  const std::string& name = steps[step];
+  xobject* const object = velObjectOfValue(value);
+  if (!object) throw Missing{nullptr, name, -1};
+  xrttiobject* const type = object->getRtti();
+  if (auto* const sequence = dynamic_cast<xrttisequence*>(type)) {
+    const int index = IndexOf(name);
+    if (index < 0) throw Missing{object, name, -1};
+    if (index >= sequence->getSize(object)) throw Missing{object, name, index};
+    return sequence->getElemValue(object, index);
+  }
+  if (auto* const dictionary = dynamic_cast<xrttidictionary*>(type)) {
+    xany found;
+    if (!dictionary->findElemValue(object, name.c_str(), &found)) throw Missing{object, name, -1};
+    return found;
+  }
+  if (auto* const array = dynamic_cast<xrttiarray*>(type)) {
+    std::vector<int> indices = CellAt(array, object, steps, step);
+    return array->getElemValue(object, indices.data());
+  }
+  std::optional<xany> attribute = Attribute(object, name);
+  if (!attribute) throw Missing{object, name, -1};
+  return *std::move(attribute);
+}
+
+xany Walked(const xany& root, const std::vector<std::string>& steps, std::size_t end) {
+  xany value = root;
+  for (std::size_t step = 0; step < end; ++step) {
+    xany next = Next(value, steps, step);
+    value = std::move(next);
+  }
+  return value;
+}
+
+template <class Function>
+Function* Writer(Function* function, xrtti* type) {
+  if (!function) Refuse("Type cannot be written: ", velUtf8(type->getName()));
+  return function;
+}
+
+// Stores below `object` under the steps from `step` on.
+void Store(xobject* object, const std::vector<std::string>& steps, std::size_t step,
+           const xany& value) {
+  static constexpr velWrites kNone = {};
+  const std::string& name = steps[step];
+  xrttiobject* const type = object->getRtti();
+  const velWrites* const known = velGetWrites(type);
+  const velWrites& writes = known ? *known : kNone;
+  if (auto* const sequence = dynamic_cast<xrttisequence*>(type)) {
+    const int size = sequence->getSize(object);
+    const int index = name == "-" ? size : IndexOf(name);
+    if (index < 0) throw Missing{object, name, -1};
+    if (index > size) throw Missing{object, name, index};
+    return Writer(writes.setElement, type)(object, index, value);
+  }
+  if (dynamic_cast<xrttidictionary*>(type)) {
+    return Writer(writes.setEntry, type)(object, name.c_str(), value);
+  }
+  if (auto* const array = dynamic_cast<xrttiarray*>(type)) {
+    const std::vector<int> indices = CellAt(array, object, steps, step);
+    if (step + 1 != steps.size()) throw Missing{object, steps[step + 1], -1};
+    return Writer(writes.setCell, type)(object, indices.data(), value);
+  }
+  velSetAttr(object, name.c_str(), value);
+}
+
+}  // namespace
+
+xrcunihandle<xobject> velCreate(const char* typeName) {
+  if (!typeName) velhThrowNull();
+  xrtti* const type = velRttiGetFromMap(typeName);
+  if (!type) Refuse("Unknown type: ", typeName);
+  const velWrites* const writes = velGetWrites(type);
+  xobject* const made =
+      writes && writes->create ? writes->create(nullptr) : velS11nCreate(typeName, nullptr);
+  if (!made) Refuse("Type cannot be created: ", typeName);
+  const xrcunihandle<xobject> held(made);
+  xrcrelease(made);
+  return held;
+}
+
+bool velSetAttr(xobject* object, const char* name, const xany& value) {
+  return velS11nSet(object, name, value);
+}
+
+xany velGetAttr(xobject* object, const char* name) {
+  if (velIsUninit(object)) velhThrowNotInitialized();
+  if (!object || !name) velhThrowNull();
+  std::optional<xany> attribute = Attribute(object, name);
+  if (!attribute) velhThrowInvalidDictKey(object, name);
+  return *std::move(attribute);
+}
+
+xany velGetPath(const xany& root, std::string_view path) {
+  const std::vector<std::string> steps = Steps(path);
+  try {
+    return Walked(root, steps, steps.size());
+  } catch (const Missing& missing) {
+    missing.raise();
+  }
+}
+
+std::optional<xany> velFindPath(const xany& root, std::string_view path) {
+  const std::vector<std::string> steps = Steps(path);
+  try {
+    return Walked(root, steps, steps.size());
+  } catch (const Missing&) {
+    return std::nullopt;
+  }
+}
+
+void velSetPath(const xany& root, std::string_view path, const xany& value) {
+  const std::vector<std::string> steps = Steps(path);
+  if (steps.empty()) Refuse("Invalid path: ", path);
+  try {
+    // An array is written by its last steps, as many as it has dimensions.
+    xany at = root;
+    for (std::size_t step = 0;; ++step) {
+      xobject* const object = velObjectOfValue(at);
+      if (!object) throw Missing{nullptr, steps[step], -1};
+      auto* const array = dynamic_cast<xrttiarray*>(object->getRtti());
+      const std::size_t taken = array ? static_cast<std::size_t>(array->getNDimentions()) : 1;
+      if (step + taken >= steps.size()) return Store(object, steps, step, value);
+      xany next = Next(at, steps, step);
+      at = std::move(next);
+    }
+  } catch (const Missing& missing) {
+    missing.raise();
+  }
+}
+
+std::string velStep(std::string_view name) {
+  std::string step = "/";
+  for (const char c : name) {
+    if (c == '~') {
+      step += "~0";
+    } else if (c == '/') {
+      step += "~1";
+    } else {
+      step += c;
+    }
+  }
+  return step;
+}

@@ -1,0 +1,104 @@
+#include "velequals.h"
+
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+#include "velparts.h"
+
+namespace {
+
+using Pair = std::pair<xobject*, xobject*>;
+struct PairHash {
+  std::size_t operator()(const Pair& pair) const {
+    const std::hash<const void*> hash;
+    return hash(pair.first) * 31 + hash(pair.second);
+  }
+};
+
+// Whether the two have the same parts by name; their values are still to be compared.
+bool SameOutline(const velParts& a, const velParts& b) {
+  if (a.shape != b.shape || a.shape == velShape::kOpaque) return false;
+  if (!a.type->isTypeSameAs(b.type) || a.list.size() != b.list.size()) return false;
+  for (std::size_t i = 0; i < a.list.size(); ++i) {
+    if (a.list[i].name != b.list[i].name) return false;
+  }
+  return true;
+}
+
+std::size_t Mixed(std::size_t a, std::size_t b) {
+  const std::size_t mixed = (a ^ (b + 0x9E3779B97F4A7C15ULL)) * 0xFF51AFD7ED558CCDULL;
+  return mixed ^ mixed >> 32U;
+}
+
+// Hashes down to a depth; beyond it, and beyond a number of parts, all are the same.
+class Hasher {
+ public:
+  std::size_t of(const xany& value, int depth) {
+    xobject* const object = velObjectOfValue(value);
+    if (!object) return velHashOfLeaf(value);
+    if (depth == 0) return kDeep;
+    const auto known = hashes.find({object, depth});
+    if (known != hashes.end()) return known->second;
+    const velParts parts = velPartsOf(object);
+    if (parts.shape == velShape::kOpaque) return std::hash<const void*>()(object);
+    std::size_t hash = Mixed(parts.list.size(), static_cast<std::size_t>(parts.shape));
+    std::size_t looked = 0;
+    for (const velPart& part : parts.list) {
+      // A function of the value alone: not how many were looked at before.
+      if (++looked > kMostParts) break;
+      hash = Mixed(hash, std::hash<std::string>()(part.name));
+      hash = Mixed(hash, of(part.value, depth - 1));
+    }
+    return hashes[{object, depth}] = hash;
+  }
+
+ private:
+  static constexpr std::size_t kDeep = 77;
+  static constexpr std::size_t kMostParts = 16;
+  struct Key {
+    xobject* object;
+    int depth;
+    bool operator==(const Key& other) const {
+      return object == other.object && depth == other.depth;
+    }
+  };
+  struct KeyHash {
+    std::size_t operator()(const Key& key) const {
+      return std::hash<const void*>()(key.object) * 31 + static_cast<std::size_t>(key.depth);
+    }
+  };
+  std::unordered_map<Key, std::size_t, KeyHash> hashes;
+};
+
+}  // namespace
+
+bool velEquals(const xany& a, const xany& b) {
+  std::unordered_set<Pair, PairHash> assumed;  // equal unless a difference turns up
+  std::vector<std::pair<xany, xany>> kept;     // so that no address comes back meanwhile
+  std::vector<std::pair<xany, xany>> pending{{a, b}};
+  while (!pending.empty()) {
+    auto [x, y] = std::move(pending.back());
+    pending.pop_back();
+    xobject* const first = velObjectOfValue(x);
+    xobject* const second = velObjectOfValue(y);
+    if (!first || !second) {
+      if (first || second || !velSameLeaf(x, y)) return false;
+      continue;
+    }
+    if (first == second || !assumed.insert({first, second}).second) continue;
+    kept.emplace_back(std::move(x), std::move(y));
+    velParts left = velPartsOf(first);
+    velParts right = velPartsOf(second);
+    if (!SameOutline(left, right)) return false;
+    for (std::size_t i = left.list.size(); i-- > 0;) {
+      pending.emplace_back(std::move(left.list[i].value), std::move(right.list[i].value));
+    }
+  }
+  return true;
+}
+
+std::size_t velHash(const xany& value) {
+  constexpr int kLevels = 4;
+  return Hasher().of(value, kLevels);
+}

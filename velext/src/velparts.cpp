@@ -1,0 +1,172 @@
+#include "velparts.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <set>
+
+#include "velrtti.h"
+#include "veltext.h"
+#include "velvalue.h"
+#include "xrttiattrseq.h"
+
+namespace {
+
+struct Deleted {
+  void operator()(xrttiattrseq* attrs) const { xdelete(attrs); }
+};
+
+std::string NameOf(xrttiattr* attr) {
+  const xstring name = attr->getName();
+  return std::string(velView(name));
+}
+
+void AddAttributes(xrttistruct* type, xobject* object, std::vector<velPart>& parts) {
+  const std::unique_ptr<xrttiattrseq, Deleted> attrs(velRttiCollectAttrs(type, true));
+  std::set<std::string> seen;
+  for (int i = 0; i < attrs->getarraysize(); ++i) {
+    xrttiattr* const attr = attrs->get(i);
+    velPart part;
+    part.name = NameOf(attr);
+    if (!seen.insert(part.name).second) continue;
+    part.value = attr->getValue(object);
+    parts.push_back(std::move(part));
+  }
+}
+
+// The discriminator of a union, which one of its parents may declare.
+xrttiattr* DiscriminatorOf(xrttiunion* type) {
+  std::vector<xrttiobject*> pending{type};
+  std::set<xrttiobject*> seen;
+  while (!pending.empty()) {
+    xrttiobject* const next = pending.back();
+    pending.pop_back();
+    auto* const candidate = dynamic_cast<xrttiunion*>(next);
+    if (!candidate || !seen.insert(next).second) continue;
+    if (xrttiattr* const discriminator = candidate->getDiscr()) return discriminator;
+    for (int i = candidate->getNParents() - 1; i >= 0; --i) {
+      pending.push_back(candidate->getParent(i));
+    }
+  }
+  return nullptr;
+}
+
+void AddBranch(xrttiunion* type, xobject* object, std::vector<velPart>& parts) {
+  xrttiattr* const discriminator = DiscriminatorOf(type);
+  if (!discriminator) return;
+  velPart part;
+  part.name = NameOf(discriminator);
+  part.value = discriminator->getValue(object);
+  const __xanykind kind = part.value.getkind();
+  const bool isLabel = kind == xanyInt || kind == xanyEnum;
+  const int label = isLabel ? part.value.operator int() : 0;
+  parts.push_back(std::move(part));
+  xrttiattr* const branch = isLabel ? type->mapLabelToAttr(label, true) : nullptr;
+  if (!branch) return;
+  velPart value;
+  value.name = NameOf(branch);
+  value.value = branch->getValue(object);
+  parts.push_back(std::move(value));
+}
+
+void AddElements(xrttisequence* type, xobject* object, std::vector<velPart>& parts) {
+  for (int i = 0; i < type->getSize(object); ++i) {
+    velPart part;
+    part.index = i;
+    part.value = type->getElemValue(object, i);
+    parts.push_back(std::move(part));
+  }
+}
+
+void AddEntries(xrttidictionary* type, xobject* object, std::vector<velPart>& parts) {
+  for (int i = 0, slots = type->getSize(object); i < slots; ++i) {
+    xstring key;
+    velPart part;
+    if (!type->getElemKeyByIdx(object, i, &key)) continue;
+    if (!type->getElemValueByIdx(object, i, &part.value)) continue;
+    part.name = velView(key);
+    parts.push_back(std::move(part));
+  }
+  std::sort(parts.begin(), parts.end(),
+            [](const velPart& a, const velPart& b) { return a.name < b.name; });
+}
+
+// Row by row: the last index runs fastest.
+void AddCells(xrttiarray* type, xobject* object, std::vector<velPart>& parts) {
+  std::vector<int> at(static_cast<std::size_t>(type->getNDimentions()), 0);
+  for (int d = 0; d < type->getNDimentions(); ++d) {
+    if (type->getDimention(d) <= 0) return;
+  }
+  for (;;) {
+    velPart part;
+    part.index = static_cast<int>(parts.size());
+    part.value = type->getElemValue(object, at.data());
+    parts.push_back(std::move(part));
+    int d = type->getNDimentions() - 1;
+    while (d >= 0 && ++at[static_cast<std::size_t>(d)] == type->getDimention(d)) {
+      at[static_cast<std::size_t>(d--)] = 0;
+    }
+    if (d < 0) return;
+  }
+}
+
+std::size_t Mixed(std::size_t a, std::size_t b) { return (a ^ b) * 0x9E3779B97F4A7C15ULL; }
+
+}  // namespace
+
+velParts velPartsOf(xobject* object) {
+  velParts parts;
+  parts.type = object->getRtti();
+  if (auto* const asStruct = dynamic_cast<xrttistruct*>(parts.type)) {
+    parts.shape = velShape::kStruct;
+    AddAttributes(asStruct, object, parts.list);
+  } else if (auto* const asUnion = dynamic_cast<xrttiunion*>(parts.type)) {
+    parts.shape = velShape::kUnion;
+    AddBranch(asUnion, object, parts.list);
+  } else if (auto* const sequence = dynamic_cast<xrttisequence*>(parts.type)) {
+    parts.shape = velShape::kSequence;
+    AddElements(sequence, object, parts.list);
+  } else if (auto* const dictionary = dynamic_cast<xrttidictionary*>(parts.type)) {
+    parts.shape = velShape::kDictionary;
+    AddEntries(dictionary, object, parts.list);
+  } else if (auto* const array = dynamic_cast<xrttiarray*>(parts.type)) {
+    parts.shape = velShape::kArray;
+    AddCells(array, object, parts.list);
+  }
+  return parts;
+}
+
+bool velSameLeaf(const xany& a, const xany& b) {
+  if (a.isnil() || b.isnil()) return a.isnil() && b.isnil();
+  if (a.isuninit() || b.isuninit()) return a.isuninit() && b.isuninit();
+  if (a.getkind() != b.getkind()) return false;
+  if (a.getkind() == xanyReal) {
+    const double x = a.operator double();
+    const double y = b.operator double();
+    return x == y || (std::isnan(x) && std::isnan(y));
+  }
+  if (a.getkind() == xanyString) return a.operator xstring() == b.operator xstring();
+  if (a.getkind() == xanyEnum) {
+    xrtti* const type = a.getRtti();
+    xrtti* const other = b.getRtti();
+    if (a.operator int() != b.operator int()) return false;
+    return type == other || (type && other && type->isTypeSameAs(other));
+  }
+  return a == b;
+}
+
+std::size_t velHashOfLeaf(const xany& value) {
+  if (value.isnil()) return 1;
+  if (value.isuninit()) return 2;
+  const auto kind = static_cast<std::size_t>(value.getkind());
+  switch (value.getkind()) {
+    case xanyReal: {
+      const double number = value.operator double();
+      return Mixed(kind, std::isnan(number) ? 3 : std::hash<double>()(number));
+    }
+    case xanyEnum:
+      return Mixed(kind, std::hash<int>()(value.operator int()));
+    default:
+      return Mixed(kind, std::hash<xany>()(value));
+  }
+}
