@@ -1,0 +1,70 @@
+// veljson.h - values as JSON text, and back.
+//
+//   std::string text = velToJson(velAny(order));
+//   xany back = velFromJson("demo::Order", text);      // typed by name
+//   xany any = velFromJson(text);                      // anydict, anyseq, ...
+//
+//   value                              JSON
+//   int, bool                          number without a fraction, true, false
+//   real                               number with a fraction or an exponent, the shortest
+//                                      that reads back as the same number in any locale
+//   string                             string, UTF-8
+//   enumeration                        the name of the enumerator
+//   nil                                null
+//   uninit                             nothing for an attribute; null elsewhere
+//   structure, union                   object: attributes with those of the parents first;
+//                                      the discriminator and the branch
+//   dictionary                         object, in the order of the bytes of the keys
+//   sequence, array                    array; an array nests one for each dimension
+//
+// With type tags everything reads back as what it was: an object of a class begins with
+// "@type", the name of its type; what is no object of JSON and would not be known by its
+// place stands as {"@type": T, "value": V}. Keys that begin with "@" get another one.
+//
+// Reading by type takes numbers without a fraction as reals where a real is expected,
+// nothing else for something else. Without a type a number that no int holds (and the
+// two ints that stand for nil and uninit) is a real, like one with a fraction.
+//
+// Errors are velXSerialization with path, line and column in the Description ("/lines/3
+// /price: line 7, column 12: ..." in one piece; without a place when writing) and the
+// exception behind it, if there is one, as Source. Writing refuses NaN, infinite numbers
+// and cycles ("not a number", "infinite number", "cycle"), objects without parts, and
+// text that holds the marker of what is no character; reading refuses what is no JSON,
+// a zero character in text, unknown types and attributes, values of a wrong kind, and
+// nesting beyond the limit. Nothing is lost: no value comes out of an error.
+// Depth costs heap, not stack.
+// Threads: as the values and the registry. Ownership: results are owned as any value.
+#ifndef VELSTD_VELJSON_VELJSON_H
+#define VELSTD_VELJSON_VELJSON_H
+
+#include <string>
+#include <string_view>
+
+#include "korapi.h"
+#include "xany.h"
+
+struct velJsonOptions {
+  /// Blanks by which each level is indented, with a line for each value; below 0,
+  /// everything stands on one line without blanks.
+  int indent = -1;
+  /// Attributes in the order of the bytes of their names instead of that of the type.
+  bool sortKeys = false;
+  /// Write tags, and read them.
+  bool typeTags = false;
+  /// Levels of objects and arrays that are read or written.
+  int maxDepth = 1000000;
+};
+
+/// The value as JSON. Throws velXSerialization.
+VELSTD_API std::string velToJson(const xany& value, const velJsonOptions& options = {});
+
+/// The value of a document; with options.typeTags, of the types that it tells.
+/// Throws velXSerialization.
+VELSTD_API xany velFromJson(std::string_view text, const velJsonOptions& options = {});
+
+/// The value of a document of the type registered under `typeName` (also "int", "any"
+/// and the like). Throws velXSerialization.
+VELSTD_API xany velFromJson(const char* typeName, std::string_view text,
+                            const velJsonOptions& options = {});
+
+#endif  // VELSTD_VELJSON_VELJSON_H
