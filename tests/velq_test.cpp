@@ -241,20 +241,28 @@ TEST(VelqPrint, DebiansCountriesAndLanguagesComeThroughWhole) {
 
 // ---- print, what is refused ----------------------------------------------------
 
-TEST(VelqPrint, SyntaxErrorsTellLineAndColumn) {
-  EXPECT_EQ(Complaint("[1,\n  2 x]").substr(0, 5), "2:5: ");
-  EXPECT_EQ(Complaint("[\"\u00e9\u00e9\", x]").substr(0, 5), "1:8: ");  // in characters
-  EXPECT_EQ(Complaint("").substr(0, 5), "1:1: ");
-  EXPECT_EQ(Complaint("{\"a\": 1").substr(0, 5), "1:8: ");
-  EXPECT_EQ(Complaint("[1,]").substr(0, 5), "1:4: ");
-  EXPECT_EQ(Complaint("[1] 2").substr(0, 5), "1:5: ");
-  EXPECT_EQ(Complaint("\n\n[\"a\nb\"]").substr(0, 2), "3:");
+TEST(VelqPrint, SyntaxErrorsTellPathLineAndColumn) {
+  const struct {
+    const char* document;
+    const char* place;
+  } kCases[] = {
+      {"[1,\n  2 x]", " /2: line 2, column 5: "},
+      {"[\"\u00e9\u00e9\", x]", " /1: line 1, column 8: "},  // in characters
+      {"", " line 1, column 1: "},
+      {"{\"a\": 1", " /a: line 1, column 8: "},
+      {"[1,]", " /1: line 1, column 4: "},
+      {"[1] 2", " line 1, column 5: "},
+      {"\n\n[\"a\nb\"]", " /0: line 3, "},
+  };
+  for (const auto& [document, place] : kCases) {
+    EXPECT_THAT(Complaint(document), ::testing::StartsWith(place)) << document;
+  }
 }
 
 TEST(VelqPrint, SyntaxErrorsTellWhatWasExpected) {
   EXPECT_EQ(Complaint("[1,]"),
-            "1:4: syntax error while parsing value - unexpected ']'; expected '[', '{', or a "
-            "literal\n");
+            " /1: line 1, column 4: syntax error while parsing value - unexpected ']'; expected "
+            "'[', '{', or a literal\n");
 }
 
 TEST(VelqPrint, RefusesBytesThatAreNoUtf8) {
@@ -262,22 +270,22 @@ TEST(VelqPrint, RefusesBytesThatAreNoUtf8) {
 }
 
 TEST(VelqPrint, RefusesNumbersThatNoRealHolds) {
-  EXPECT_EQ(Complaint("[1, 1e400]"), "1:9: number overflow parsing '1e400'\n");
+  EXPECT_EQ(Complaint("[1, 1e400]"), " /1: line 1, column 5: number overflow parsing '1e400'\n");
 }
 
 TEST(VelqPrint, ATextWithAZeroCharacterIsRefusedWithItsPlace) {
   EXPECT_EQ(Complaint(R"({"a": [1, {"b": 2, "c": "x\u0000y"}]})"),
-            " the text at $.a[1].c holds a zero character\n");
-  EXPECT_EQ(Complaint(R"(["\u0000"])"), " the text at $[0] holds a zero character\n");
-  EXPECT_EQ(Complaint(R"("\u0000")"), " the text at $ holds a zero character\n");
+            " /a/1/c: line 1, column 25: Zero byte in text at byte 1\n");
+  EXPECT_EQ(Complaint(R"(["\u0000"])"), " /0: line 1, column 2: Zero byte in text at byte 0\n");
+  EXPECT_EQ(Complaint(R"("\u0000")"), " line 1, column 1: Zero byte in text at byte 0\n");
   EXPECT_EQ(Complaint(R"([[], [0, {}, "\u0000"]])"),
-            " the text at $[1][2] holds a zero character\n");
+            " /1/2: line 1, column 14: Zero byte in text at byte 0\n");
 }
 
 TEST(VelqPrint, AKeyWithAZeroCharacterIsRefusedWithItsPlace) {
   EXPECT_EQ(Complaint(R"({"a": [0, {"b\u0000": 1}]})"),
-            " a key of $.a[1] holds a zero character\n");
-  EXPECT_EQ(Complaint(R"({"\u0000": 1})"), " a key of $ holds a zero character\n");
+            " /a/1: line 1, column 12: Zero byte in text at byte 1\n");
+  EXPECT_EQ(Complaint(R"({"\u0000": 1})"), " line 1, column 2: Zero byte in text at byte 0\n");
 }
 
 TEST(VelqPrint, FilesThatCannotBeReadAreNamed) {
@@ -568,6 +576,98 @@ TEST(VelqTypes, TellsThePartsOfEnumerationsUnionsAndArrays) {
             "array veltest::Array[2][3] of real, optional\n");
 }
 
+// ---- get, diff, check, schema -----------------------------------------------------------
+
+constexpr char kOrder[] = R"({"lines": [{"price": 12.5, "name": "\u00fc"}, {"a/b": null}]})";
+
+TEST(VelqGet, PrintsTheValueAtAPath) {
+  const TempFile file("order.json", kOrder);
+  const struct {
+    std::vector<std::string> words;
+    const char* out;
+  } kCases[] = {
+      {{"get", "/lines/0/price"}, "12.5\n"},
+      {{"get", "/lines/0/name"}, "\"\u00fc\"\n"},
+      {{"get", "/lines/1/a~1b"}, "nil\n"},
+      {{"get", "/lines/1"}, "anydict\n{\n  \"a/b\" : nil\n}\n"},
+      {{"get", "--json", "/lines/1"}, "{\n  \"a/b\": null\n}\n"},
+      {{"get", "--json", "/lines/0/price"}, "12.5\n"},
+  };
+  for (auto [words, out] : kCases) {
+    words.push_back(file.path());
+    const Outcome outcome = Velq(words);
+    EXPECT_EQ(outcome.status, 0) << outcome.error;
+    EXPECT_EQ(outcome.out, out);
+  }
+}
+
+TEST(VelqGet, TheEmptyPathIsTheWholeDocument) {
+  const TempFile file("order.json", kOrder);
+  EXPECT_EQ(Velq({"get", "", file.path()}).out, Velq({"print", file.path()}).out);
+}
+
+TEST(VelqGet, RefusesWhatIsNotThere) {
+  const TempFile file("order.json", kOrder);
+  const Outcome missing = Velq({"get", "/lines/7", file.path()});
+  EXPECT_EQ(missing.status, 2);
+  EXPECT_EQ(missing.error, "velq: " + file.path() + ": nothing at /lines/7\n");
+  EXPECT_THAT(Velq({"get", "lines", file.path()}).error, ::testing::HasSubstr("Invalid path: lines"));
+}
+
+TEST(VelqDiff, PrintsALineForEachDifference) {
+  const TempFile before("before.json", kOrder);
+  const TempFile after("after.json", R"({"lines": [{"price": 13, "name": "\u00fc"}], "x": [1]})");
+  const Outcome outcome = Velq({"diff", before.path(), after.path()});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.out,
+            "/lines/0/price : 12.5 -> 13\n"
+            "/lines/1 : anydict { \"a/b\" : nil } -> (nothing)\n"
+            "/x : (nothing) -> anyseq [ 0 : 1 ]\n");
+}
+
+TEST(VelqDiff, SaysNothingOfEqualDocuments) {
+  const TempFile file("order.json", kOrder);
+  const Outcome outcome = Velq({"diff", file.path(), file.path()});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, "");
+}
+
+TEST(VelqCheck, TellsWhetherADocumentIsOfAType) {
+  const TempFile good("good.json", R"([{"Name": "Utopia"}, null])");
+  const Outcome valid = Velq({"check", "--type", "demo::Country", good.path()});
+  EXPECT_EQ(valid.status, 1);
+  EXPECT_EQ(valid.out, good.path() +
+                           ": line 1, column 1: an array where demo::Country is expected\n");
+  const TempFile one("one.json", R"({"Name": "Utopia", "Flag": null})");
+  const Outcome outcome = Velq({"check", "--type=demo::Country", one.path()});
+  EXPECT_EQ(outcome.status, 0) << outcome.error;
+  EXPECT_EQ(outcome.out, "valid\n");
+}
+
+TEST(VelqCheck, RefusesUnknownTypesAndLibraries) {
+  const TempFile file("order.json", kOrder);
+  EXPECT_EQ(Velq({"check", "--type", "nobody", file.path()}).error, "velq: unknown type nobody\n");
+  EXPECT_EQ(Velq({"schema", "nobody"}).error, "velq: unknown type nobody\n");
+  const Outcome missing = Velq({"types", "--load", "/nonexistent.so"});
+  EXPECT_EQ(missing.status, 2);
+  EXPECT_THAT(missing.error, ::testing::HasSubstr("/nonexistent.so"));
+  EXPECT_THAT(Velq({"check", file.path()}).error, ::testing::HasSubstr("--type NAME is missing"));
+}
+
+TEST(VelqSchema, DescribesTheDocumentsOfAType) {
+  const Outcome outcome = Velq({"schema", "demo::CountrySeq"});
+  EXPECT_EQ(outcome.status, 0) << outcome.error;
+  const TempFile schema("schema.json", outcome.out);
+  const auto at = [&](const char* path) {
+    return Velq({"get", "--json", path, schema.path()}).out;
+  };
+  EXPECT_EQ(at("/$schema"), "\"https://json-schema.org/draft/2020-12/schema\"\n");
+  EXPECT_EQ(at("/anyOf/0/$ref"), "\"#/$defs/demo::CountrySeq\"\n");
+  EXPECT_EQ(at("/$defs/demo::CountrySeq/items/anyOf/0/$ref"), "\"#/$defs/demo::Country\"\n");
+  EXPECT_EQ(at("/$defs/demo::Country/properties/Name/type/0"), "\"string\"\n");
+  EXPECT_EQ(at("/$defs/demo::Country/additionalProperties"), "false\n");
+}
+
 // ---- the command line -----------------------------------------------------------------
 
 TEST(Velq, HelpNamesCommandsAndExitStatuses) {
@@ -576,7 +676,7 @@ TEST(Velq, HelpNamesCommandsAndExitStatuses) {
   EXPECT_EQ(help.error, "");
   for (const char* part :
        {"usage: velq", "print [--step N] [--countries] FILE", "\n  types", "compare FILE FILE",
-        "exit status:\n  0  done", "\n  1  compare: ", "\n  2  "}) {
+        "exit status:\n  0  done", "\n  1  compare, diff: ", "\n  2  "}) {
     EXPECT_THAT(help.out, ::testing::HasSubstr(part));
   }
   EXPECT_EQ(Velq({"-h"}).out, help.out);

@@ -1,5 +1,7 @@
 #include "command.h"
 
+#include <dlfcn.h>
+
 #include <algorithm>
 #include <charconv>
 #include <utility>
@@ -30,31 +32,47 @@ bool Arguments::takeFlag(const std::string& name) {
   return true;
 }
 
-int Arguments::takeNumber(const std::string& name, int low, int high, int otherwise) {
+// Takes out the value of the first `--name VALUE` or `--name=VALUE`; false for none. One
+// without a value is empty.
+bool Arguments::takeValue(const std::string& name, std::string& value) {
   for (std::size_t i = 0; i < firstPlain; ++i) {
-    std::string text;
     std::size_t taken = 1;
     if (words[i].compare(0, name.size() + 1, name + '=') == 0) {
-      text = words[i].substr(name.size() + 1);
+      value = words[i].substr(name.size() + 1);
     } else if (words[i] != name) {
       continue;
     } else if (i + 1 < firstPlain) {
-      text = words[i + 1];
+      value = words[i + 1];
       taken = 2;
-    }
-    int number = 0;
-    const char* const textEnd = text.data() + text.size();
-    const auto [end, error] = std::from_chars(text.data(), textEnd, number);
-    if (error != std::errc() || end != textEnd || number < low || number > high) {
-      throw UsageError(name + " needs a number from " + std::to_string(low) + " to " +
-                       std::to_string(high));
+    } else {
+      value.clear();
     }
     const auto at = words.begin() + static_cast<std::ptrdiff_t>(i);
     words.erase(at, at + static_cast<std::ptrdiff_t>(taken));
     firstPlain -= taken;
-    return number;
+    return true;
   }
-  return otherwise;
+  return false;
+}
+
+int Arguments::takeNumber(const std::string& name, int low, int high, int otherwise) {
+  std::string text;
+  if (!takeValue(name, text)) return otherwise;
+  int number = 0;
+  const char* const textEnd = text.data() + text.size();
+  const auto [end, error] = std::from_chars(text.data(), textEnd, number);
+  if (error != std::errc() || end != textEnd || number < low || number > high) {
+    throw UsageError(name + " needs a number from " + std::to_string(low) + " to " +
+                     std::to_string(high));
+  }
+  return number;
+}
+
+std::string Arguments::takeText(const std::string& name, const std::string& otherwise) {
+  std::string text;
+  if (!takeValue(name, text)) return otherwise;
+  if (text.empty()) throw UsageError(name + " needs a value");
+  return text;
 }
 
 std::string Arguments::takeOperand(const std::string& what) {
@@ -69,4 +87,13 @@ std::string Arguments::takeOperand(const std::string& what) {
 void Arguments::end() {
   refuseOptions();
   if (!words.empty()) throw UsageError("one argument too many: " + words.front());
+}
+
+void loadLibraries(Arguments& arguments) {
+  for (;;) {
+    const std::string library = arguments.takeText("--load", "");
+    if (library.empty()) return;
+    // Types stay registered, so their library stays loaded.
+    if (!dlopen(library.c_str(), RTLD_NOW | RTLD_GLOBAL | RTLD_NODELETE)) throw Failure(dlerror());
+  }
 }

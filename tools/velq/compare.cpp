@@ -3,7 +3,7 @@
 #include <string>
 
 #include "command.h"
-#include "jsonload.h"
+#include "document.h"
 #include "velstd.h"
 
 namespace {
@@ -28,11 +28,9 @@ int runCompare(Arguments& arguments, std::ostream& out) {
   const std::string first = arguments.takeOperand("the first file to compare");
   const std::string second = arguments.takeOperand("the second file to compare");
   arguments.end();
-  if (first == "-" && second == "-") {
-    throw UsageError("only one of the files can be the standard input");
-  }
+  checkInputs(first, second);
 
-  const bool equal = AreEqual(Wrapped(loadJsonFile(first)), Wrapped(loadJsonFile(second)));
+  const bool equal = AreEqual(Wrapped(loadDocument(first)), Wrapped(loadDocument(second)));
   out << (equal ? "equal\n" : "different\n");
   return equal ? kExitDone : kExitDifferent;
 }

@@ -1,4 +1,5 @@
 // velq - looks at data through the framework's own values and types.
+#include <langinfo.h>
 #include <unistd.h>
 
 #include <clocale>
@@ -34,13 +35,31 @@ const Command kCommands[] = {
      "                    types demo::CountrySeq and demo::Country\n"
      "      FILE          a path, or - for the standard input",
      runPrint},
+    {"get", "get [--json] PATH FILE",
+     "Prints one value of a JSON document.\n"
+     "      --json        prints it as JSON\n"
+     "      PATH          the way to it, a JSON Pointer: /lines/3/price; \"\" is all",
+     runGet},
     {"compare", "compare FILE FILE",
      "Tells whether two JSON documents have the same content: \"equal\" or\n"
      "      \"different\". The order of an object's entries does not count; a number\n"
      "      counts as the value it is loaded as, so 1 and 1.0 are different.\n"
      "      FILE          a path; one of them may be - for the standard input",
      runCompare},
-    {"types", "types", "Lists every registered type with its kind, parents and parts.", runTypes},
+    {"diff", "diff FILE FILE",
+     "Prints what has to be changed in the first document to make it the second,\n"
+     "      a line for each place: its path, what is there before and after.",
+     runDiff},
+    {"check", "check --type NAME [--load LIBRARY]... FILE",
+     "Tells whether a JSON document is a value of a registered type: \"valid\", or\n"
+     "      the first place that does not fit.\n"
+     "      --type NAME   the name of the type\n"
+     "      --load FILE   a shared library that registers types of its own",
+     runCheck},
+    {"types", "types [--load LIBRARY]...",
+     "Lists every registered type with its kind, parents and parts.", runTypes},
+    {"schema", "schema [--load LIBRARY]... NAME",
+     "Prints the JSON Schema (2020-12) of the documents of a registered type.", runSchema},
 };
 
 std::string HelpText() {
@@ -52,8 +71,8 @@ std::string HelpText() {
       "\nvalues of a document: an object is an anydict, an array an anyseq, a text a\n"
       "string, null is nil; a number is an int where one can hold it, else a real.\n"
       "\nexit status:\n"
-      "  0  done; compare: the documents are equal\n"
-      "  1  compare: the documents are different\n"
+      "  0  done; compare, diff: the documents are equal; check: the document is valid\n"
+      "  1  compare, diff: the documents are different; check: it is not valid\n"
       "  2  wrong usage, a document that cannot be read or is no valid JSON, output\n"
       "     that cannot be written\n";
   return text;
@@ -107,9 +126,10 @@ int Run(int argc, char** argv, std::ostream& out) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // The terminal's own locale; without it the "C" locale, in which texts pass
-  // through unchanged as well.
-  std::setlocale(LC_ALL, "");
+  // The terminal's own locale. Documents are UTF-8 and leave as UTF-8 where that is not.
+  if (!std::setlocale(LC_ALL, "") || std::strcmp(nl_langinfo(CODESET), "UTF-8") != 0) {
+    std::setlocale(LC_CTYPE, "C.UTF-8");
+  }
   demo::registerCountryTypes();
   OutputBuffer buffer(STDOUT_FILENO);
   std::ostream out(&buffer);

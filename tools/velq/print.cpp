@@ -4,7 +4,7 @@
 
 #include "command.h"
 #include "country.h"
-#include "jsonload.h"
+#include "document.h"
 #include "velstd.h"
 
 int runPrint(Arguments& arguments, std::ostream& out) {
@@ -13,7 +13,7 @@ int runPrint(Arguments& arguments, std::ostream& out) {
   const std::string path = arguments.takeOperand("the file to print");
   arguments.end();
 
-  xany value = loadJsonFile(path);
+  xany value = loadDocument(path);
   if (countries) value = demo::countriesOf(path, value);
   velPrintTraverser printer(out, step);
   velTraverse(value, &printer);

@@ -113,6 +113,7 @@ void WriteType(std::ostream& out, xrtti* type) {
 }  // namespace
 
 int runTypes(Arguments& arguments, std::ostream& out) {
+  loadLibraries(arguments);
   arguments.end();
   velRttiForEach(
       [](xrtti* type, void* stream) {

@@ -28,8 +28,8 @@
 // Errors are velXSerialization with path, line and column in the Description ("/lines/3
 // /price: line 7, column 12: ..." in one piece; without a place when writing) and the
 // exception behind it, if there is one, as Source. Writing refuses NaN, infinite numbers
-// and cycles ("not a number", "infinite number", "cycle"), objects without parts, and
-// text that holds the marker of what is no character; reading refuses what is no JSON,
+// and cycles ("not a number", "infinite number", "cycle"), objects without parts and
+// enumeration values without a name; reading refuses what is no JSON,
 // a zero character in text, unknown types and attributes, values of a wrong kind, and
 // nesting beyond the limit. Nothing is lost: no value comes out of an error.
 // Depth costs heap, not stack.
@@ -66,5 +66,11 @@ VELSTD_API xany velFromJson(std::string_view text, const velJsonOptions& options
 /// and the like). Throws velXSerialization.
 VELSTD_API xany velFromJson(const char* typeName, std::string_view text,
                             const velJsonOptions& options = {});
+
+/// The JSON Schema (2020-12) of what velToJson writes, without tags, for values of the
+/// type registered under `typeName`, as a value to be written with velToJson. Types
+/// that it is made of stand under "$defs". What C++ may hold nil for may be null.
+/// Throws velXSerialization "unknown type N".
+VELSTD_API xany velJsonSchema(const char* typeName);
 
 #endif  // VELSTD_VELJSON_VELJSON_H

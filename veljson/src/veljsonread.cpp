@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstring>
 #include <iterator>
 #include <limits>
@@ -193,10 +194,14 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
     });
   }
 
-  bool parse_error(std::size_t, const std::string&,
+  bool parse_error(std::size_t position, const std::string&,
                    const nlohmann::json::exception& error) override {
-    // It has read the first byte that is wrong, if there is one.
-    velThrowJson(place(reached == text.data() ? reached : reached - 1) + message(error.what()));
+    // A number that is too large, or the first byte that is wrong, which is the last of
+    // those that were read, the end of the text counted.
+    constexpr int kNumberOverflow = 406;
+    mark();
+    const char* const wrong = text.data() + std::min(position > 0 ? position - 1 : 0, text.size());
+    velThrowJson(place(error.id == kNumberOverflow ? token : wrong) + message(error.what()));
   }
 
  private:

@@ -1,10 +1,11 @@
-// JSON documents, and what is none, against another parser's tree of the same text.
-#include "jsonload.h"
+// JSON documents, and what is none, against another parser's tree of the same text; what
+// is read, by tags, too, can be written and read again.
+#include "veljson.h"
 
 #include <cstdint>
 #include <nlohmann/json.hpp>
 
-#include "command.h"
+#include "velext.h"
 #include "velfuzz.h"
 #include "xcollections.h"
 
@@ -49,7 +50,7 @@ void Compare(const xany& value, const Json& node) {
       break;
     case Json::value_t::string:
       VEL_FUZZ_CHECK(value.getkind() == xanyString);
-      VEL_FUZZ_SAME(value.operator xstring().CastToCString(), node.get<std::string>());
+      VEL_FUZZ_SAME(velUtf8(value.operator xstring()), node.get<std::string>());
       break;
     case Json::value_t::array: {
       auto* const sequence = xanysequence::cast(value);
@@ -77,6 +78,17 @@ void Compare(const xany& value, const Json& node) {
   }
 }
 
+// Reads and, if that succeeds, writes and reads again; the value, if there is one.
+bool CanRead(const std::string& text, const velJsonOptions& options, xany& value) {
+  const auto complaint = velFuzzCaught([&] { value = velFromJson(text, options); });
+  if (!complaint.isnull()) {
+    VEL_FUZZ_CHECK(dynamic_cast<velXSerialization*>(complaint.operator->()));
+    return false;
+  }
+  VEL_FUZZ_CHECK(velEquals(velFromJson(velToJson(value, options), options), value));
+  return true;
+}
+
 }  // namespace
 
 VEL_FUZZ(input) {
@@ -85,16 +97,10 @@ VEL_FUZZ(input) {
   const Json tree = Json::parse(text, nullptr, false);
   const bool isGood = !tree.is_discarded() && !HoldsZero(tree);
   xany value;
-  std::string complaint;
-  try {
-    value = loadJson(text, "document");
-  } catch (const Failure& failure) {
-    complaint = failure.what();
-  }
-  VEL_FUZZ_CHECK(isGood == complaint.empty());
-  if (isGood) {
-    Compare(value, tree);
-  } else {
-    VEL_FUZZ_CHECK(complaint.compare(0, 9, "document:") == 0);
-  }
+  VEL_FUZZ_CHECK(CanRead(text, {}, value) == isGood);
+  if (isGood) Compare(value, tree);
+  velJsonOptions tagged;
+  tagged.typeTags = true;
+  const bool canReadTagged = CanRead(text, tagged, value);
+  VEL_FUZZ_CHECK(isGood || !canReadTagged);
 }
