@@ -1,5 +1,5 @@
 # Installs BUILD below SCRATCH, then builds the project in SOURCE against it and runs it, once
-# through the CMake package and once through pkg-config.
+# through the CMake package and once through pkg-config. WITH_JSON: BUILD has velstd::json.
 set(prefix "${SCRATCH}/prefix")
 file(REMOVE_RECURSE "${SCRATCH}")
 
@@ -15,6 +15,7 @@ run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${prefix}")
 run("${CMAKE_COMMAND}" -S "${SOURCE}" -B "${SCRATCH}/build" -G "${GENERATOR}"
   -DCMAKE_BUILD_TYPE=Release
   "-DCMAKE_PREFIX_PATH=${prefix}"
+  "-DWITH_JSON=${WITH_JSON}"
   "-DCMAKE_C_COMPILER=${COMPILER_C}"
   "-DCMAKE_CXX_COMPILER=${COMPILER_CXX}"
   "-DCMAKE_C_FLAGS=${COMPILE_FLAGS}"
@@ -22,6 +23,9 @@ run("${CMAKE_COMMAND}" -S "${SOURCE}" -B "${SCRATCH}/build" -G "${GENERATOR}"
   "-DCMAKE_EXE_LINKER_FLAGS=${LINK_FLAGS}")
 run("${CMAKE_COMMAND}" --build "${SCRATCH}/build")
 run("${SCRATCH}/build/consumer")
+if(WITH_JSON)
+  run("${SCRATCH}/build/beside")
+endif()
 
 find_program(pkgConfig NAMES pkg-config pkgconf REQUIRED)
 set(ENV{PKG_CONFIG_PATH} "${prefix}/${LIBDIR}/pkgconfig")
