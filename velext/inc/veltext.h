@@ -24,8 +24,16 @@
 /// byte in text at byte 7", "Size limit exceeded" from 2^31 - 1 bytes on.
 VELSTD_API xstring velText(std::string_view utf8);
 
+/// Throws velXNativeException "Zero byte in text at byte 7" if there is one.
+VELSTD_API void velRefuseZeroByte(std::string_view text);
+#ifdef __cpp_char8_t
+inline xstring velText(std::u8string_view utf8) {
+  return velText({reinterpret_cast<const char*>(utf8.data()), utf8.size()});
+}
+#endif
+
 /// The text in UTF-8; empty for the null string. What is no character becomes
-/// U+FFFD.
+/// U+FFFD in a wide form; in a narrow one each such byte becomes `?`.
 VELSTD_API std::string velUtf8(const xstring& text);
 
 /// The narrow form, in the encoding of the current locale: borrowed, lives as long
@@ -35,25 +43,49 @@ inline std::string_view velView(const xstring& text) {
 }
 std::string_view velView(xstring&&) = delete;  // would outlive the string
 
-/// Order by the bytes of the narrow forms, the null string first: below, at or
-/// above 0.
+/// Order by characters (the code points of Unicode), the null string first, whatever
+/// the locale: below, at or above 0. Bytes that are no text of the locale stand as
+/// they are, so that no two texts of such bytes are taken for the same.
+/// Allocates for what is not ASCII.
 VELSTD_API int velOrder(const xstring& a, const xstring& b);
 
-inline bool operator<(const xstring& a, const xstring& b) { return velOrder(a, b) < 0; }
-inline bool operator>(const xstring& a, const xstring& b) { return velOrder(a, b) > 0; }
-inline bool operator<=(const xstring& a, const xstring& b) { return velOrder(a, b) <= 0; }
-inline bool operator>=(const xstring& a, const xstring& b) { return velOrder(a, b) >= 0; }
+/// Whether one of both is an xstring and the other one, too, or narrow text.
+template <class A>
+inline constexpr bool velIsXstring = std::is_base_of<xstring, A>::value;
+template <class A>
+inline constexpr bool velIsNarrowText = std::is_same<std::decay_t<A>, const char*>::value ||
+                                        std::is_same<std::decay_t<A>, char*>::value;
+template <class A, class B>
+using velIfOrdered = std::enable_if_t<(velIsXstring<A> && (velIsXstring<B> || velIsNarrowText<B>)) ||
+                                          (velIsNarrowText<A> && velIsXstring<B>),
+                                      bool>;
+template <class A, class B>
+velIfOrdered<A, B> operator<(const A& a, const B& b) {
+  return velOrder(a, b) < 0;
+}
+template <class A, class B>
+velIfOrdered<A, B> operator>(const A& a, const B& b) {
+  return velOrder(a, b) > 0;
+}
+template <class A, class B>
+velIfOrdered<A, B> operator<=(const A& a, const B& b) {
+  return velOrder(a, b) <= 0;
+}
+template <class A, class B>
+velIfOrdered<A, B> operator>=(const A& a, const B& b) {
+  return velOrder(a, b) >= 0;
+}
 
 /// Whether the string, not null, is this UTF-8 text.
 VELSTD_API bool velIsText(const xstring& text, std::string_view utf8);
 
 /// Comparison with the standard library's strings, as UTF-8. Templates on both sides:
 /// nothing is converted on the way, and literals keep the comparison that they have.
+template <class A>
+inline constexpr bool velIsStdText =
+    std::is_same<A, std::string>::value || std::is_same<A, std::string_view>::value;
 template <class A, class B>
-using velIfTextAndStd =
-    std::enable_if_t<std::is_same<A, xstring>::value && (std::is_same<B, std::string>::value ||
-                                                         std::is_same<B, std::string_view>::value),
-                     bool>;
+using velIfTextAndStd = std::enable_if_t<velIsXstring<A> && velIsStdText<B>, bool>;
 template <class A, class B>
 velIfTextAndStd<A, B> operator==(const A& a, const B& b) {
   return velIsText(a, b);
@@ -71,12 +103,49 @@ velIfTextAndStd<B, A> operator!=(const A& a, const B& b) {
   return !velIsText(b, a);
 }
 
-/// By the narrow form; strings that are equal have the same.
+/// Appends `part`, in its wide form if it has one: what the locale cannot say is kept.
+/// Null and empty text change nothing.
+VELSTD_API xstring& velAppend(xstring& text, const xstring& part);
+
+/// text += std::string, as UTF-8. Throws as velText.
+template <class A, class B>
+std::enable_if_t<std::is_same<A, xstring>::value && velIsStdText<B>, xstring&> operator+=(
+    A& text, const B& part) {
+  return velAppend(text, velText(part));
+}
+
+/// A new string of an xstring and another, narrow or wide text, or a string of the
+/// standard library (as UTF-8), in either order.
+template <class A>
+inline constexpr bool velIsWideText = std::is_same<std::decay_t<A>, const wchar_t*>::value ||
+                                      std::is_same<std::decay_t<A>, wchar_t*>::value;
+template <class A>
+inline constexpr bool velIsAnyText =
+    velIsXstring<A> || velIsStdText<A> || velIsNarrowText<A> || velIsWideText<A>;
+template <class A>
+xstring velAsText(const A& text) {
+  if constexpr (velIsStdText<A>) {
+    return velText(text);
+  } else {
+    return text;
+  }
+}
+template <class A, class B>
+std::enable_if_t<(velIsXstring<A> && velIsAnyText<B>) || (velIsAnyText<A> && velIsXstring<B>),
+                 xstring>
+operator+(const A& a, const B& b) {
+  xstring joined = velAsText(a);
+  velAppend(joined, velAsText(b));
+  return joined;
+}
+
+/// Equal strings have the same hash, whichever forms they have, as long as the locale
+/// stays the same.
+VELSTD_API std::size_t velHashOfText(const xstring& text);
+
 template <>
 struct std::hash<xstring> {
-  std::size_t operator()(const xstring& text) const {
-    return text.IsNull() ? 0 : std::hash<std::string_view>()(velView(text));
-  }
+  std::size_t operator()(const xstring& text) const { return velHashOfText(text); }
 };
 
 #endif  // VELSTD_VELEXT_VELTEXT_H

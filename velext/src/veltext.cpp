@@ -72,26 +72,31 @@ void Put(char32_t c, std::vector<wchar_t>& to) {
   to.push_back(static_cast<wchar_t>(c));
 }
 
-// The character at `at`, which moves on; a unit that is none by itself is U+FFFD.
+// The character at `at`, which moves on. Half of a surrogate pair is a character here;
+// what is beyond Unicode is U+FFFD.
 char32_t Next(const wchar_t*& at) {
   const auto unit = [](wchar_t c) {
     return sizeof(wchar_t) == 2 ? static_cast<char16_t>(c) : static_cast<char32_t>(c);
   };
   const char32_t first = unit(*at++);
-  if (first < 0xD800 || (first >= 0xE000 && first <= 0x10FFFF)) return first;
-  if (sizeof(wchar_t) == 2 && first < 0xDC00) {
+  if (sizeof(wchar_t) == 2 && first >= 0xD800 && first < 0xDC00) {
     const char32_t second = unit(*at);
     if (second >= 0xDC00 && second < 0xE000) {
       ++at;
       return 0x10000 + ((first - 0xD800) << 10U) + (second - 0xDC00);
     }
   }
-  return kReplacement;
+  return first <= 0x10FFFF ? first : kReplacement;
 }
 
-std::string FromWide(const wchar_t* text) {
+// `exactly`: halves of pairs stay what they are, which is no UTF-8.
+std::string FromWide(const wchar_t* text, bool exactly) {
   std::string utf8;
-  while (*text) Encode(Next(text), utf8);
+  while (*text) {
+    const char32_t c = Next(text);
+    const bool isHalf = c >= 0xD800 && c < 0xE000;
+    Encode(isHalf && !exactly ? kReplacement : c, utf8);
+  }
   return utf8;
 }
 
@@ -105,16 +110,40 @@ bool IsUtf8(std::string_view text) {
   return true;
 }
 
+// Has no form but an ASCII one.
+bool IsPlain(const __xstring_c& view) { return !view.wide && view.narrow && IsAscii(view.narrow); }
+
+// The text in UTF-8. `exactly`: what is no text stands as it is, so that different
+// texts are different.
+std::string BytesOf(const xstring& text, bool exactly) {
+  if (text.IsNull()) return {};
+  const __xstring_c view = text.getxstring_c_unattached();
+  if (IsPlain(view)) return view.narrow;
+  // A narrow form that was produced from a wide one is never foreign; a wide one
+  // that was produced from such a form has lost what was in it.
+  const std::string_view narrow = view.narrow ? view.narrow : "";
+  const bool isForeign = view.narrow && kor_mbstowcs(nullptr, view.narrow, 0) == kInvalid;
+  if (isForeign && (exactly || IsUtf8(narrow))) return std::string(narrow);
+  if (view.wide) return FromWide(view.wide, exactly);
+  std::vector<wchar_t> wide(korMbToWcLossy(nullptr, narrow.data(), narrow.size()) + 1);
+  korMbToWcLossy(wide.data(), narrow.data(), narrow.size());
+  return FromWide(wide.data(), exactly);
+}
+
 [[noreturn]] void Refuse(const char* what, std::size_t at) {
   velXNativeException::Throw((what + std::to_string(at)).c_str());
 }
 
 }  // namespace
 
+void velRefuseZeroByte(std::string_view text) {
+  const std::size_t zero = text.find('\0');
+  if (zero != std::string_view::npos) Refuse("Zero byte in text at byte ", zero);
+}
+
 xstring velText(std::string_view utf8) {
   if (utf8.size() >= INT_MAX) velXNativeException::Throw("Size limit exceeded");
-  const std::size_t zero = utf8.find('\0');
-  if (zero != std::string_view::npos) Refuse("Zero byte in text at byte ", zero);
+  velRefuseZeroByte(utf8);
   if (IsAscii(utf8)) return xstring(std::string(utf8).c_str());
   std::vector<wchar_t> wide;
   wide.reserve(utf8.size() + 1);
@@ -129,24 +158,14 @@ xstring velText(std::string_view utf8) {
   return xstring(wide.data());
 }
 
-std::string velUtf8(const xstring& text) {
-  if (text.IsNull()) return {};
-  const __xstring_c view = text.getxstring_c_unattached();
-  const std::string_view narrow = view.narrow ? view.narrow : "";
-  // A narrow form that was produced from a wide one is never foreign; a wide one
-  // that was produced from such a form has lost what was in it.
-  const bool isForeign = view.narrow && kor_mbstowcs(nullptr, view.narrow, 0) == kInvalid;
-  if (isForeign && IsUtf8(narrow)) return std::string(narrow);
-  if (view.wide) return FromWide(view.wide);
-  if (IsAscii(narrow)) return std::string(narrow);
-  std::vector<wchar_t> wide(korMbToWcLossy(nullptr, narrow.data(), narrow.size()) + 1);
-  korMbToWcLossy(wide.data(), narrow.data(), narrow.size());
-  return FromWide(wide.data());
-}
+std::string velUtf8(const xstring& text) { return BytesOf(text, false); }
 
 int velOrder(const xstring& a, const xstring& b) {
   if (a.IsNull() || b.IsNull()) return static_cast<int>(b.IsNull()) - static_cast<int>(a.IsNull());
-  return std::strcmp(a.CastToCString(), b.CastToCString());
+  const __xstring_c left = a.getxstring_c_unattached();
+  const __xstring_c right = b.getxstring_c_unattached();
+  if (IsPlain(left) && IsPlain(right)) return std::strcmp(left.narrow, right.narrow);
+  return BytesOf(a, true).compare(BytesOf(b, true));
 }
 
 bool velIsText(const xstring& text, std::string_view utf8) {
@@ -154,4 +173,19 @@ bool velIsText(const xstring& text, std::string_view utf8) {
   const __xstring_c view = text.getxstring_c_unattached();
   if (!view.wide && IsAscii(utf8)) return view.narrow == utf8;
   return velUtf8(text) == utf8;
+}
+
+xstring& velAppend(xstring& text, const xstring& part) {
+  const wchar_t* const wide = part.getxstring_c_unattached().wide;
+  return wide && !part.IsNull() ? text += wide : text += part;
+}
+
+std::size_t velHashOfText(const xstring& text) {
+  if (text.IsNull()) return 0;
+  const std::hash<std::string_view> hash;
+  const std::string_view narrow = velView(text);
+  if (IsAscii(narrow) || kor_mbstowcs(nullptr, narrow.data(), 0) != kInvalid) return hash(narrow);
+  // No text of the locale: such a string is equal to any with the same wide form.
+  const xstring converted(text.CastToCWString());
+  return hash(velView(converted));
 }
