@@ -14,6 +14,8 @@
 #ifndef VELSTD_VELEXT_VELVALUE_H
 #define VELSTD_VELEXT_VELVALUE_H
 
+#include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <iosfwd>
@@ -26,6 +28,7 @@
 
 #include "veltext.h"
 #include "xany.h"
+#include "xrchandle.h"
 
 /// Throws velXNativeException "Integer out of range: " and the number.
 [[noreturn]] VELSTD_API void velThrowOutOfRange(long long value);
@@ -53,9 +56,11 @@ xany velAny(const T& value) {
 inline xany velAny(const char* utf8) { return utf8 ? xany(velText(utf8)) : xany(xanyNil); }
 
 /// The value as a T, if it is one: bool, an integer type (from an int that it can
-/// hold), float or double (from a real or an int), std::string (UTF-8), xstring,
+/// hold), double (from a real or an int), float (the same, rounded to the nearest; none
+/// for a number beyond its range), std::string (UTF-8), xstring,
 /// xrchandle<C> (of an object that is a C), xrcunihandle<xobject>, an enumeration of
-/// VEL_ENUM, xany (always). Nil and uninit are none.
+/// VEL_ENUM, xany (always), std::optional of any of these. Nil and uninit are none, but
+/// for an xany and for an optional, which is then empty.
 template <class T>
 std::optional<T> velGet(const xany& value) {
   return velValue<T>::out(value);
@@ -66,6 +71,27 @@ template <class T>
 T velGetOr(const xany& value, T fallback) {
   std::optional<T> got = velGet<T>(value);
   return got ? *std::move(got) : std::move(fallback);
+}
+inline std::string velGetOr(const xany& value, const char* fallback) {
+  return velGetOr<std::string>(value, fallback);
+}
+
+/// How errors name what velGet<T> takes.
+template <class T>
+const char* velKindName() {
+  if constexpr (std::is_same<T, bool>::value) {
+    return "bool";
+  } else if constexpr (std::is_integral<T>::value) {
+    return "int";
+  } else if constexpr (std::is_floating_point<T>::value) {
+    return "real";
+  } else if constexpr (velIsStdText<T> || velIsXstring<T>) {
+    return "string";
+  } else if constexpr (std::is_enum<T>::value) {
+    return "enum";
+  } else {
+    return "object";
+  }
 }
 
 /// As velPrint writes it with step 2. A template, so that nothing else becomes a value
@@ -82,6 +108,71 @@ std::enable_if_t<std::is_same<T, xany>::value, std::ostream&> operator<<(std::os
 template <>
 struct VELSTD_API std::hash<xany> {
   std::size_t operator()(const xany& value) const;
+};
+
+/// An order of all values, so that they can be sorted and be keys: uninit, nil, truth
+/// values, numbers, text, enumerations, objects. Numbers by value, an int before the
+/// real number of the same value, NaN behind all of them; text as velOrder of text;
+/// enumerations and objects by the address of descriptor and object. Null objects are
+/// nil. Below, at or above 0; 0 for equal values, but for text that the locale cannot
+/// say, which xany takes for `?`.
+VELSTD_API int velOrder(const xany& a, const xany& b);
+
+template <class A, class B>
+using velIfValues =
+    std::enable_if_t<std::is_same<A, xany>::value && std::is_same<B, xany>::value, bool>;
+template <class A, class B>
+velIfValues<A, B> operator<(const A& a, const B& b) {
+  return velOrder(a, b) < 0;
+}
+template <class A, class B>
+velIfValues<A, B> operator>(const A& a, const B& b) {
+  return velOrder(a, b) > 0;
+}
+template <class A, class B>
+velIfValues<A, B> operator<=(const A& a, const B& b) {
+  return velOrder(a, b) <= 0;
+}
+template <class A, class B>
+velIfValues<A, B> operator>=(const A& a, const B& b) {
+  return velOrder(a, b) >= 0;
+}
+
+/// Whether the value is this UTF-8 text. Beside the comparisons of xany, which know
+/// no std::string.
+VELSTD_API bool velIsText(const xany& value, std::string_view utf8);
+
+template <class A, class B>
+using velIfValueAndStd = std::enable_if_t<std::is_same<A, xany>::value && velIsStdText<B>, bool>;
+template <class A, class B>
+velIfValueAndStd<A, B> operator==(const A& a, const B& b) {
+  return velIsText(a, b);
+}
+template <class A, class B>
+velIfValueAndStd<A, B> operator!=(const A& a, const B& b) {
+  return !velIsText(a, b);
+}
+template <class A, class B>
+velIfValueAndStd<B, A> operator==(const A& a, const B& b) {
+  return velIsText(b, a);
+}
+template <class A, class B>
+velIfValueAndStd<B, A> operator!=(const A& a, const B& b) {
+  return !velIsText(b, a);
+}
+
+/// Handles by the object that they hold, as they compare.
+template <class C>
+struct std::hash<xrchandle<C>> {
+  std::size_t operator()(const xrchandle<C>& handle) const {
+    return std::hash<const void*>()(handle.operator->());
+  }
+};
+template <class C>
+struct std::hash<xrcunihandle<C>> {
+  std::size_t operator()(const xrcunihandle<C>& handle) const {
+    return std::hash<const void*>()(handle.operator->());
+  }
 };
 
 // ---- the types -------------------------------------------------------------------
@@ -133,9 +224,14 @@ struct velValue<T, std::enable_if_t<std::is_same<T, float>::value || std::is_sam
     return made;
   }
   static std::optional<T> out(const xany& value) {
-    if (value.getkind() == xanyReal) return static_cast<T>(value.operator double());
     if (value.getkind() == xanyInt) return static_cast<T>(value.operator int());
-    return std::nullopt;
+    if (value.getkind() != xanyReal) return std::nullopt;
+    const double number = value.operator double();
+    // Infinity is a float, but nothing finite becomes infinity.
+    if (std::isfinite(number) && std::abs(number) > std::numeric_limits<T>::max()) {
+      return std::nullopt;
+    }
+    return static_cast<T>(number);
   }
 };
 
@@ -217,10 +313,11 @@ template <class T>
 struct velValue<std::optional<T>> {
   static xany in(const std::optional<T>& value) { return value ? velAny(*value) : xany(xanyNil); }
   static std::optional<std::optional<T>> out(const xany& value) {
-    if (value.isnil() || value.isuninit()) return std::optional<std::optional<T>>(std::nullopt);
+    using Outer = std::optional<std::optional<T>>;
+    if (value.isnil() || value.isuninit()) return Outer(std::in_place);
     std::optional<T> got = velGet<T>(value);
     if (!got) return std::nullopt;
-    return std::optional<std::optional<T>>(std::in_place, std::move(got));
+    return Outer(std::in_place, std::move(got));
   }
 };
 

@@ -1,5 +1,8 @@
 #include "velvalue.h"
 
+#include <cmath>
+#include <functional>
+
 #include "velexceptions.h"
 #include "velprint.h"
 
@@ -8,6 +11,45 @@ namespace {
 // Of type and number, so that 1 and true have hashes of their own.
 std::size_t Mixed(__xanykind kind, std::size_t hash) {
   return hash * 31 + static_cast<std::size_t>(kind);
+}
+
+// What a value reads as: null and uninitialised objects are none.
+__xanykind KindOf(const xany& value) {
+  return value.isnil() ? xanyNil : value.isuninit() ? xanyUninit : value.getkind();
+}
+
+// The place of a kind among the others.
+int RankOf(__xanykind kind) {
+  switch (kind) {
+    case xanyUninit:
+      return 0;
+    case xanyNil:
+      return 1;
+    case xanyBool:
+      return 2;
+    case xanyInt:
+    case xanyReal:
+      return 3;
+    case xanyString:
+      return 4;
+    case xanyEnum:
+      return 5;
+    default:
+      return 6;
+  }
+}
+
+template <class T>
+int Order(T a, T b) {
+  return static_cast<int>(std::less<T>()(b, a)) - static_cast<int>(std::less<T>()(a, b));
+}
+
+int OrderOfNumbers(const xany& a, const xany& b) {
+  const double left = *velGet<double>(a);
+  const double right = *velGet<double>(b);
+  if (std::isnan(left) || std::isnan(right)) return Order(std::isnan(left), std::isnan(right));
+  const int order = Order(left, right);
+  return order ? order : Order(a.getkind() == xanyReal, b.getkind() == xanyReal);
 }
 
 }  // namespace
@@ -28,7 +70,7 @@ void velThrowReservedReal(double value) {
 void velWriteValue(std::ostream& out, const xany& value) { velPrint(value, out, 2); }
 
 std::size_t std::hash<xany>::operator()(const xany& value) const {
-  const __xanykind kind = value.getkind();
+  const __xanykind kind = KindOf(value);
   switch (kind) {
     case xanyInt:
       return Mixed(kind, std::hash<int>()(value.operator int()));
@@ -45,4 +87,30 @@ std::size_t std::hash<xany>::operator()(const xany& value) const {
     default:
       return static_cast<std::size_t>(kind);
   }
+}
+
+int velOrder(const xany& a, const xany& b) {
+  const int order = Order(RankOf(KindOf(a)), RankOf(KindOf(b)));
+  if (order) return order;
+  switch (KindOf(a)) {
+    case xanyBool:
+      return Order(a.operator unsigned char(), b.operator unsigned char());
+    case xanyInt:
+    case xanyReal:
+      return OrderOfNumbers(a, b);
+    case xanyString:
+      return velOrder(a.operator xstring(), b.operator xstring());
+    case xanyEnum: {
+      const int types = Order(a.getRtti(), b.getRtti());
+      return types ? types : Order(a.operator int(), b.operator int());
+    }
+    case xanyObject:
+      return Order(a.operator xobject*(), b.operator xobject*());
+    default:
+      return 0;
+  }
+}
+
+bool velIsText(const xany& value, std::string_view utf8) {
+  return value.getkind() == xanyString && velIsText(value.operator xstring(), utf8);
 }
