@@ -160,6 +160,14 @@ struct velCollectionsOf<xstring> : velCollections<xstring> {};
 template <>
 struct velCollectionsOf<xany> : velCollections<xany> {};
 
+/// What velSequence() and velDictionary() (velrange.h) make of values of type E.
+template <class E>
+struct velCollections {
+  using Sequence = velSequenceClass<E>;
+  using Dictionary = velDictionaryClass<E>;
+  using Element = E;
+};
+
 template <class T>
 using velSequenceOf = typename velCollectionsOf<velKept<T>>::Sequence;
 template <class T>

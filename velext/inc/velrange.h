@@ -9,22 +9,28 @@
 //
 // A loop may change the container it goes over: it asks for the size anew at each
 // step, and ends where the container ends by then. An entry of a dictionary is a
-// copy; set() stores another value, as long as the table need not grow for it.
+// copy; set() stores another value, as long as the table need not grow for it. To
+// add or remove entries, go over velSorted(), which is a copy of them all.
 // Keys are narrow texts, in the encoding of the current locale.
-// Threads and ownership: as the containers; a container must outlive its loop.
+// Threads and ownership: as the containers; a container must outlive its loop, and
+// a handle must not be null.
 #ifndef VELSTD_VELEXT_VELRANGE_H
 #define VELSTD_VELEXT_VELRANGE_H
 
 #include <algorithm>
+#include <climits>
 #include <cstddef>
-#include <cstdint>
 #include <iterator>
 #include <map>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <type_traits>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "velexceptions.h"
 #include "veltext.h"
 #include "velvalue.h"
 #include "xcollections.h"
@@ -39,36 +45,84 @@ int velCount(xtbdictionary<T>& dictionary) {
   return dictionary.getcount();
 }
 
+/// The value of a key, if there is one. Throws velXNull for a null key.
+template <class T>
+std::optional<T> velFind(xtbdictionary<T>& dictionary, const char* key) {
+  T found{};
+  if (!dictionary.find(key, &found)) return std::nullopt;
+  return found;
+}
+template <class T>
+std::optional<T> velFind(xtbdictionary<T>& dictionary, const std::string& key) {
+  if (key.find('\0') != std::string::npos) return std::nullopt;  // no key has one
+  return velFind(dictionary, key.c_str());
+}
+
 // ---- loops over sequences -----------------------------------------------------------
 
-/// The end of any loop here.
-struct velEnd {};
-
+/// A place in a sequence, for loops and the algorithms of the standard library.
 template <class T>
 class velElements {
  public:
-  using iterator_category = std::input_iterator_tag;
+  using iterator_category = std::random_access_iterator_tag;
   using value_type = T;
   using difference_type = std::ptrdiff_t;
   using pointer = T*;
   using reference = T&;
 
-  explicit velElements(xtbsequence<T>& over) : sequence(&over) {}
+  velElements() = default;
+  explicit velElements(xtbsequence<T>& over, difference_type at = 0) : sequence(&over), index(at) {}
+
+  /// The end, wherever it is by the time that somebody asks.
+  static constexpr difference_type kEnd = INT_MAX;
+
   /// The element in its place; until the sequence changes.
-  T& operator*() const { return (*sequence)[index]; }
+  /// Throws velXInvalidSeqIndex past the end.
+  T& operator*() const { return (*sequence)[static_cast<int>(index)]; }
   T* operator->() const { return &**this; }
+  T& operator[](difference_type n) const { return *(*this + n); }
+
+  velElements& operator+=(difference_type n) {
+    index = place() + n;
+    return *this;
+  }
+  velElements& operator-=(difference_type n) { return *this += -n; }
   velElements& operator++() {
     ++index;
     return *this;
   }
-  friend bool operator!=(const velElements& at, velEnd) { return !at.isAtEnd(); }
-  friend bool operator==(const velElements& at, velEnd) { return at.isAtEnd(); }
+  velElements& operator--() { return *this -= 1; }
+  velElements operator++(int) {
+    velElements before = *this;
+    ++*this;
+    return before;
+  }
+  velElements operator--(int) {
+    velElements before = *this;
+    --*this;
+    return before;
+  }
+  friend velElements operator+(velElements at, difference_type n) { return at += n; }
+  friend velElements operator+(difference_type n, velElements at) { return at += n; }
+  friend velElements operator-(velElements at, difference_type n) { return at -= n; }
+  friend difference_type operator-(const velElements& a, const velElements& b) {
+    return a.place() - b.place();
+  }
+  friend bool operator==(const velElements& a, const velElements& b) { return a - b == 0; }
+  friend bool operator!=(const velElements& a, const velElements& b) { return a - b != 0; }
+  friend bool operator<(const velElements& a, const velElements& b) { return a - b < 0; }
+  friend bool operator>(const velElements& a, const velElements& b) { return a - b > 0; }
+  friend bool operator<=(const velElements& a, const velElements& b) { return a - b <= 0; }
+  friend bool operator>=(const velElements& a, const velElements& b) { return a - b >= 0; }
 
  private:
-  bool isAtEnd() const { return index >= sequence->getarraysize(); }
+  // What lies behind the end is the end.
+  difference_type place() const {
+    return sequence ? std::min<difference_type>(index, sequence->getarraysize()) : 0;
+  }
 
-  xtbsequence<T>* sequence;
-  int index = 0;
+  xtbsequence<T>* sequence = nullptr;
+  difference_type index = 0;
 };
 
 template <class T>
@@ -76,8 +130,8 @@ velElements<T> begin(xtbsequence<T>& sequence) {
   return velElements<T>(sequence);
 }
 template <class T>
-velEnd end(xtbsequence<T>&) {
-  return {};
+velElements<T> end(xtbsequence<T>& sequence) {
+  return velElements<T>(sequence, velElements<T>::kEnd);
 }
 
 /// A loop over what a handle holds keeps it alive: for (int n : makeNumbers()).
@@ -98,6 +152,7 @@ struct velEntry {
   T value;
 };
 
+/// A place in a dictionary, which can be gone through once.
 template <class T>
 class velEntries {
  public:
@@ -107,7 +162,8 @@ class velEntries {
   using pointer = const velEntry<T>*;
   using reference = const velEntry<T>&;
 
-  explicit velEntries(xtbdictionary<T>& over) : dictionary(&over), entry() { find(); }
+  velEntries() = default;  // the end
+  explicit velEntries(xtbdictionary<T>& over) : dictionary(&over) { find(); }
   /// A copy of the entry; until the next step.
   const velEntry<T>& operator*() const { return entry; }
   const velEntry<T>* operator->() const { return &entry; }
@@ -116,8 +172,15 @@ class velEntries {
     find();
     return *this;
   }
-  friend bool operator!=(const velEntries& at, velEnd) { return !at.isAtEnd(); }
-  friend bool operator==(const velEntries& at, velEnd) { return at.isAtEnd(); }
+  velEntries operator++(int) {
+    velEntries before = *this;
+    ++*this;
+    return before;
+  }
+  friend bool operator==(const velEntries& a, const velEntries& b) {
+    return a.isAtEnd() ? b.isAtEnd() : !b.isAtEnd() && a.slot == b.slot;
+  }
+  friend bool operator!=(const velEntries& a, const velEntries& b) { return !(a == b); }
 
  private:
   bool isAtEnd() const { return slot >= slots; }
@@ -131,8 +194,8 @@ class velEntries {
     }
   }
 
-  xtbdictionary<T>* dictionary;
-  velEntry<T> entry;
+  xtbdictionary<T>* dictionary = nullptr;
+  velEntry<T> entry{};
   int slot = 0;
   int slots = 0;
 };
@@ -142,7 +205,7 @@ velEntries<T> begin(xtbdictionary<T>& dictionary) {
   return velEntries<T>(dictionary);
 }
 template <class T>
-velEnd end(xtbdictionary<T>&) {
+velEntries<T> end(xtbdictionary<T>&) {
   return {};
 }
 
@@ -153,30 +216,36 @@ std::vector<velEntry<T>> velSorted(xtbdictionary<T>& dictionary) {
   entries.reserve(static_cast<std::size_t>(velCount(dictionary)));
   for (auto& entry : dictionary) entries.push_back(entry);
   std::sort(entries.begin(), entries.end(),
-            [](const velEntry<T>& a, const velEntry<T>& b) { return a.key < b.key; });
+            [](const velEntry<T>& a, const velEntry<T>& b) { return velView(a.key) < velView(b.key); });
   return entries;
 }
 
 // ---- the standard containers -------------------------------------------------------------
 
-/// How an element of type T of a collection reads as a U, and the other way round:
-/// truth values as bool, text as std::string in UTF-8, the rest as it is.
+/// How an element of type T of a collection reads as a U: text as std::string in UTF-8
+/// (empty for the null string), numbers, truth values and variants as velGet has it.
+/// Throws velXTypeMismatch for one that is no U, nil and uninit among them.
 template <class U, class T>
 U velElementAs(const T& element) {
-  if constexpr (std::is_same<U, std::string>::value && std::is_same<T, xstring>::value) {
+  if constexpr (std::is_same<U, T>::value) {
+    return element;
+  } else if constexpr (std::is_same<U, std::string>::value && std::is_same<T, xstring>::value) {
     return velUtf8(element);
-  } else if constexpr (std::is_same<U, bool>::value) {
-    return element != 0;
+  } else if constexpr (std::is_arithmetic<T>::value || std::is_same<T, xany>::value) {
+    const xany value(element);
+    std::optional<U> got = velGet<U>(value);
+    if (!got) velXTypeMismatch::Throw(velKindName<U>(), value);
+    return *std::move(got);
   } else {
     return element;
   }
 }
+
+/// The other way round. Throws as velText.
 template <class T, class U>
 T velElementOf(const U& value) {
-  if constexpr (std::is_same<T, xstring>::value && std::is_same<U, std::string>::value) {
+  if constexpr (std::is_same<T, xstring>::value && velIsStdText<U>) {
     return velText(value);
-  } else if constexpr (std::is_same<T, xany>::value) {
-    return velAny(value);
   } else {
     return static_cast<T>(value);
   }
@@ -235,7 +304,11 @@ struct velCollections<xstring> {
   using Element = xstring;
 };
 template <>
+struct velCollections<unsigned char> : velCollections<bool> {};
+template <>
 struct velCollections<std::string> : velCollections<xstring> {};
+template <>
+struct velCollections<std::string_view> : velCollections<xstring> {};
 template <>
 struct velCollections<xany> {
   using Sequence = xanysequence;
@@ -255,16 +328,25 @@ auto velSequence(const std::vector<T>& values) {
   return made;
 }
 
-/// A new dictionary of the entries, whose keys are narrow texts.
-/// Throws as velText.
-template <class T>
-auto velDictionary(const std::map<std::string, T>& entries) {
-  using Kind = velCollections<T>;
-  auto made = Kind::Dictionary::create();
+/// A new dictionary of the entries of a map from std::string, whose keys are narrow
+/// texts. Throws as velText, for a key with a zero byte, too.
+template <class Map>
+auto velDictionaryFrom(const Map& entries) {
+  using Kind = velCollections<typename Map::mapped_type>;
+  auto made = Kind::Dictionary::createCapacity(static_cast<unsigned>(entries.size()));
   for (const auto& [key, value] : entries) {
+    velRefuseZeroByte(key);
     made->set(key.c_str(), velElementOf<typename Kind::Element>(value));
   }
   return made;
+}
+template <class T>
+auto velDictionary(const std::map<std::string, T>& entries) {
+  return velDictionaryFrom(entries);
+}
+template <class T, class Hash, class Same>
+auto velDictionary(const std::unordered_map<std::string, T, Hash, Same>& entries) {
+  return velDictionaryFrom(entries);
 }
 
 #endif  // VELSTD_VELEXT_VELRANGE_H
