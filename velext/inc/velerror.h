@@ -28,7 +28,7 @@ class VELSTD_API velError : public std::runtime_error {
  public:
   /// For an object (not null), of which it takes a reference.
   explicit velError(xthrowable* object);
-  velError(const velError&) = default;
+  velError(const velError&) noexcept = default;
   velError& operator=(const velError&) = default;
   ~velError() override;
 
