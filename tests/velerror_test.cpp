@@ -12,6 +12,7 @@
 
 #include "velexceptions.h"
 #include "veltest.h"
+#include "veltest_memory.h"
 #include "veltest_types.h"
 #include "xcollections.h"
 
@@ -76,6 +77,21 @@ TEST(VelTry, OwnsTheObjectAsLongAsTheErrorLives) {
   EXPECT_EQ(VelCountedThrow::alive(), 0);
 }
 
+TEST(VelTry, WithoutMemoryTheObjectGoesAllTheSame) {
+  int failures = 0;
+  for (bool hasFailed = true; hasFailed; failures += hasFailed) {
+    const VelFailAllocation failing(failures + 1);
+    try {
+      velTry(&ThrowCounted);
+    } catch (const std::exception&) {
+      // A velError, or what says that there was no memory for it.
+    }
+    hasFailed = failing.hasFailed();
+    EXPECT_EQ(VelCountedThrow::alive(), 0) << failures;
+  }
+  EXPECT_GT(failures, 2);
+}
+
 TEST(VelTry, CallsNestedInOneAnotherTurnItOnce) {
   EXPECT_THROW(velTry([] { velTry(&ThrowCounted); }), velError);
   EXPECT_EQ(VelCountedThrow::alive(), 0);
@@ -138,6 +154,39 @@ TEST(VelError, TellsOfAPartThatCannotBeRead) {
   };
   const velError error(xrchandle<xthrowable>(new Broken));
   EXPECT_THAT(error.what(), HasSubstr("part : <ERROR: Unknown exception>"));
+}
+
+TEST(VelError, LargeAndDeepObjectsAreToldInPart) {
+  auto numbers = xintsequence::create();
+  for (int i = 0; i < 1000000; ++i) numbers->append(i);
+  auto nested = xanysequence::create();
+  for (int i = 0; i < 200000; ++i) {
+    const auto outer = xanysequence::create();
+    outer->append(xany(nested));
+    nested = outer;
+  }
+  for (const xany& value : {xany(numbers), xany(nested)}) {
+    const std::string what = WhatOf([&] {
+      velTry([&] { velXInvalidSeqIndex::Throw(value, 7); });
+    });
+    EXPECT_EQ(what.size(), std::string("vellib::XInvalidSeqIndex: Sequence index is out of range\n")
+                               .size() + 65536 + 3);
+    EXPECT_EQ(what.substr(what.size() - 3), "...");
+  }
+}
+
+// The longest text that is told in full, and the shortest that is not.
+TEST(VelError, TextIsToldInFullUpToTheLimit) {
+  const auto whatOf = [](std::size_t length) {
+    const std::string text(length, 'a');
+    return WhatOf([&] { velTry([&] { velXNativeException::Throw(text.c_str()); }); });
+  };
+  const std::size_t head = std::string("vellib::XNativeException: Native exception\n").size();
+  const std::size_t room = 65536 - (whatOf(0).size() - head);
+  EXPECT_EQ(whatOf(room).size(), head + 65536);
+  EXPECT_EQ(whatOf(room).back(), '}');
+  EXPECT_EQ(whatOf(room + 1).size(), head + 65536 + 3);
+  EXPECT_EQ(whatOf(room + 1).substr(head + 65530), "aaaa\"\n...");
 }
 
 // ---- the other way ----

@@ -419,6 +419,8 @@ TEST(Everyday, L41_SequenceInAlgorithms) {
   EXPECT_EQ(velToVector<std::string>(*s), (std::vector<std::string>{"a", "b", "c"}));
   EXPECT_EQ(std::find(begin(*s), end(*s), "b") - begin(*s), 1);
 #if __cplusplus >= 202002L && defined(__cpp_lib_ranges)
+  static_assert(std::random_access_iterator<velElements<int>>);
+  static_assert(std::input_iterator<velEntries<int>>);
   const auto numbers = velSequence<int>({3, 1, 2});
   std::ranges::sort(begin(*numbers), end(*numbers));
   EXPECT_EQ((*numbers)[0], 1);

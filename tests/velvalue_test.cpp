@@ -158,6 +158,23 @@ TEST(VelGet, AnObjectOfAnotherClassIsNone) {
   EXPECT_TRUE(velGet<xrchandle<VelLogObject>>(value));
 }
 
+class Shape : public virtual VelLogObject {
+ public:
+  virtual int corners() = 0;
+};
+class Solid : public virtual VelLogObject {};
+class Cube : public Shape, public Solid {
+  int corners() override { return 8; }
+};
+
+TEST(VelGet, AnObjectComesOutAsAnyOfItsBases) {
+  const xany value = velAny(new Cube);
+  EXPECT_EQ((*velGet<xrchandle<Shape>>(value))->corners(), 8);
+  EXPECT_EQ(velObject<Shape>(value)->corners(), 8);
+  EXPECT_TRUE(velGet<xrchandle<Solid>>(value));
+  EXPECT_EQ(velAny(*velGet<xrchandle<Solid>>(value)), value);
+}
+
 TEST(VelGet, AnObjectThatIsNotCountedIsLeftToItsOwner) {
   VelPlainObject object;
   const xany value = velAny(&object);

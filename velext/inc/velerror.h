@@ -22,8 +22,8 @@
 #include "xthrowable.h"
 
 /// A thrown object as a std::exception. what() is the name of its type, its
-/// Description, if it has one, and, on lines of their own, its attributes as the
-/// walker prints them.
+/// Description, if it has one, and, on lines of their own, the object as the walker
+/// prints it: at most 64 KiB of that, then "...".
 class VELSTD_API velError : public std::runtime_error {
  public:
   /// For an object (not null), of which it takes a reference.

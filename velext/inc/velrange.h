@@ -108,8 +108,11 @@ class velElements {
   friend difference_type operator-(const velElements& a, const velElements& b) {
     return a.place() - b.place();
   }
-  friend bool operator==(const velElements& a, const velElements& b) { return a - b == 0; }
-  friend bool operator!=(const velElements& a, const velElements& b) { return a - b != 0; }
+  // The same place, or both behind the end.
+  friend bool operator==(const velElements& a, const velElements& b) {
+    return a.index == b.index || std::min(a.index, b.index) >= a.size();
+  }
+  friend bool operator!=(const velElements& a, const velElements& b) { return !(a == b); }
   friend bool operator<(const velElements& a, const velElements& b) { return a - b < 0; }
   friend bool operator>(const velElements& a, const velElements& b) { return a - b > 0; }
   friend bool operator<=(const velElements& a, const velElements& b) { return a - b <= 0; }
@@ -117,9 +120,8 @@ class velElements {
 
  private:
   // What lies behind the end is the end.
-  difference_type place() const {
-    return sequence ? std::min<difference_type>(index, sequence->getarraysize()) : 0;
-  }
+  difference_type place() const { return std::min(index, size()); }
+  difference_type size() const { return sequence ? sequence->getarraysize() : 0; }
 
   xtbsequence<T>* sequence = nullptr;
   difference_type index = 0;

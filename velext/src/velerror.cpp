@@ -4,28 +4,65 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <sstream>
+#include <ios>
+#include <locale>
+#include <ostream>
+#include <streambuf>
 #include <string>
 
 #include "velexceptions.h"
 #include "velprint.h"
 #include "veltext.h"
+#include "veltraverser.h"
 
 namespace {
 
+// What an exception is about may be of any size, and deep: then a walk writes much more
+// than it visits.
+constexpr std::size_t kMostText = 65536;
+
+// Takes text up to a limit, then ends the walk that writes it.
+class Room : public std::streambuf {
+ public:
+  explicit Room(std::string& to) : text(to) {}
+
+ private:
+  std::streamsize xsputn(const char* from, std::streamsize count) override {
+    const std::size_t left = kMostText - text.size();
+    if (static_cast<std::size_t>(count) > left) {
+      text.append(from, left);
+      text += "...";
+      throw velTraverseXStop();
+    }
+    text.append(from, static_cast<std::size_t>(count));
+    return count;
+  }
+  int_type overflow(int_type c) override {
+    const char single = traits_type::to_char_type(c);
+    xsputn(&single, 1);
+    return c;
+  }
+
+  std::string& text;
+};
+
+std::string WalkedText(xthrowable* object) {
+  std::string text;
+  Room room(text);
+  std::ostream out(&room);
+  out.imbue(std::locale::classic());
+  out.exceptions(std::ios::badbit);  // lets what the room throws through
+  velPrint(xany(object), out, 2);
+  return text;
+}
+
 std::string TextOf(xthrowable* object) {
-  std::ostringstream text;
-  text.imbue(std::locale::classic());
-  text << velUtf8(object->getVelTypeName());
+  std::string text = velUtf8(object->getVelTypeName());
   if (auto* const exception = dynamic_cast<velXException*>(object)) {
     const xstring description = exception->getDescription();
-    if (!description.IsNull()) text << ": " << velUtf8(description);
+    if (!description.IsNull()) text += ": " + velUtf8(description);
   }
-  text << '\n';
-  velPrint(xany(object), text, 2);
-  std::string made = text.str();
-  while (!made.empty() && made.back() == '\n') made.pop_back();
-  return made;
+  return text + '\n' + WalkedText(object);
 }
 
 std::atomic<std::terminate_handler> handlerBefore{nullptr};
