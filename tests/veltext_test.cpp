@@ -77,7 +77,7 @@ TEST(VelText, RefusesWhatIsNoUtf8AndSaysWhere) {
       {"1234567\0"s, "Zero byte in text at byte 7"},       //
       {"\xFF\0"s, "Zero byte in text at byte 1"},          //
   };
-  for (const auto& [text, error] : table) EXPECT_VEL_NATIVE(velText(text), error);
+  for (const auto& row : table) EXPECT_VEL_NATIVE(velText(row.first), row.second);
 }
 
 TEST(VelText, RefusesTextBeyondTheLimit) {

@@ -19,6 +19,7 @@
 namespace demo {
 
 VEL_ENUM(Color, "veltest::Color", red, green, blue)
+VEL_ENUM(Light, "veltest::Light", red, green)
 
 }  // namespace demo
 
@@ -34,7 +35,14 @@ class VelAnyOfInteger : public ::testing::Test {};
 using Integers = ::testing::Types<char, signed char, unsigned char, short, unsigned short, int,
                                   unsigned, long, unsigned long, long long, unsigned long long,
                                   wchar_t, char16_t, char32_t>;
-TYPED_TEST_SUITE(VelAnyOfInteger, Integers);
+struct IntegerName {
+  template <class T>
+  static std::string GetName(int number) {
+    return std::to_string(number) + (std::is_signed<T>::value ? "signed" : "unsigned") +
+           std::to_string(sizeof(T));
+  }
+};
+TYPED_TEST_SUITE(VelAnyOfInteger, Integers, IntegerName);
 
 TYPED_TEST(VelAnyOfInteger, IsANumberAndComesBack) {
   for (const int number : {0, 1, 65, 127}) {
@@ -340,6 +348,12 @@ TEST(VelOrderOfValues, ObjectsAreDifferentKeys) {
   const auto b = xrchandle<VelLogObject>(new VelLogObject);
   const std::set<xany> all{velAny(a), velAny(b), velAny(a)};
   EXPECT_EQ(all.size(), 2U);
+}
+
+TEST(VelOrderOfValues, EnumerationsAreDifferentKeys) {
+  const std::set<xany> all{velAny(Color::red), velAny(demo::Light::red), velAny(Color::red)};
+  EXPECT_EQ(all.size(), 2U);
+  EXPECT_FALSE(velGet<Color>(velAny(demo::Light::red)));
 }
 
 TEST(VelHashOfValues, EqualValuesHaveOneHash) {

@@ -4,6 +4,7 @@
 //   for (int& number : *numbers) ++number;
 //   for (auto& [key, value] : *prices) use(key, value);              // in slot order
 //   for (auto& [key, value] : velSorted(*prices)) use(key, value);   // in key order
+//   std::sort(begin(*numbers), end(*numbers));
 //   std::vector<int> all = velToVector(*numbers);
 //   auto names = velSequence(std::vector<std::string>{"a", "b"});    // xstringsequence
 //

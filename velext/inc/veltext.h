@@ -6,6 +6,10 @@
 // text of the current locale; narrow bytes that are no such text, but valid UTF-8,
 // are taken as what they are.
 //
+//   xstring text = velText(name);               // std::string name
+//   text += name;  text = "<" + text + ">";
+//   if (text == name) std::cout << velUtf8(text);
+//
 // Threads: as xstring and the locale.
 #ifndef VELSTD_VELEXT_VELTEXT_H
 #define VELSTD_VELEXT_VELTEXT_H
@@ -24,13 +28,15 @@
 /// byte in text at byte 7", "Size limit exceeded" from 2^31 - 1 bytes on.
 VELSTD_API xstring velText(std::string_view utf8);
 
-/// Throws velXNativeException "Zero byte in text at byte 7" if there is one.
-VELSTD_API void velRefuseZeroByte(std::string_view text);
 #ifdef __cpp_char8_t
+/// The same, as C++20 types UTF-8: velText(u8"...").
 inline xstring velText(std::u8string_view utf8) {
   return velText({reinterpret_cast<const char*>(utf8.data()), utf8.size()});
 }
 #endif
+
+/// Throws velXNativeException "Zero byte in text at byte 7" if there is one.
+VELSTD_API void velRefuseZeroByte(std::string_view text);
 
 /// The text in UTF-8; empty for the null string. What is no character becomes
 /// U+FFFD in a wide form; in a narrow one each such byte becomes `?`.
