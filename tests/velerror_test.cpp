@@ -273,6 +273,12 @@ TEST(VelTerminateHandlerDeathTest, LeavesOthersToTheHandlerBefore) {
               ::testing::Eq("the handler before\n"));
 }
 
+TEST(VelTerminateHandlerDeathTest, TheStandardHandlerStillSeesTheException) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(EndsWith([] { throw std::runtime_error("gone"); }),
+              ::testing::KilledBySignal(SIGABRT), HasSubstr("gone"));
+}
+
 TEST(VelTerminateHandlerDeathTest, WorksWithoutAnException) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const auto before = [] { std::_Exit(3); };

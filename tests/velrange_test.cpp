@@ -194,6 +194,22 @@ TEST(VelLoop, EndsWhenTheDictionaryIsCleared) {
   EXPECT_EQ(steps, 1);
 }
 
+// Which entries it sees is open then: removing may move the others.
+TEST(VelLoop, SeesNothingThatIsGone) {
+  const auto numbers = xintdictionary::create();
+  for (int i = 0; i < 1000; ++i) numbers->set(std::to_string(i).c_str(), i);
+  std::set<int> removed;
+  for (auto& [key, value] : *numbers) {
+    EXPECT_EQ(removed.count(value), 0U);
+    const int other = (value + 500) % 1000;
+    for (const int gone : {value, other}) {
+      numbers->remove(std::to_string(gone).c_str());
+      removed.insert(gone);
+    }
+  }
+  EXPECT_EQ(velCount(*numbers), 1000 - static_cast<int>(removed.size()));
+}
+
 TEST(VelLoop, EntriesAreIteratorsOfOnePass) {
   const auto numbers = velDictionary<int>({{"a", 1}, {"b", 2}});
   const auto isTwo = [](const velEntry<int>& entry) { return entry.value == 2; };
