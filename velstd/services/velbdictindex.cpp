@@ -128,11 +128,11 @@ class velDictIndex::PlaceSet {
  private:
   using Row = std::uint64_t*;
 
-  PlaceSet(unsigned n, std::size_t words) : bound(n) {
+  PlaceSet(unsigned bound, std::size_t words) {
     auto* at = reinterpret_cast<std::uint64_t*>(this + 1);
     std::memset(at, 0, words * sizeof(std::uint64_t));
     last = rows;
-    std::size_t row = (std::size_t{n} + 63) / 64;
+    std::size_t row = (std::size_t{bound} + 63) / 64;
     for (*last = at; row != 1; row = (row + 63) / 64) {
       at += row;
       *++last = at;
@@ -140,7 +140,6 @@ class velDictIndex::PlaceSet {
   }
   static std::uint64_t Bit(unsigned n) { return std::uint64_t{1} << (n % 64); }
 
-  unsigned bound;
   Row* last;    // the row of one word
   Row rows[6];  // 64^6 is beyond any table
 };
