@@ -4,24 +4,26 @@
 //   auto board = Board::create();
 //   board->at(0, 7) = Color::red;
 //
-// Elements begin empty. Handles on objects may be null, which reads as nil.
+// Elements are bool, int, double, xstring, xany, xrcunihandle<xobject>, an enumeration of
+// VEL_ENUM, or handles on a class of objects, which may be null and then read as nil. They
+// begin as 0, false or empty.
 // They are made and written by name, too (velwrites.h).
 // Threads: no locks.
 #ifndef VELSTD_VELEXT_VELARRAYOF_H
 #define VELSTD_VELEXT_VELARRAYOF_H
 
+#include <climits>
 #include <cstddef>
+#include <string>
 
 #include "velcollectionof.h"
 #include "velexceptions.h"
 
-/// The name of a type and dimensions, as "int[2][3]"; lives for ever.
-VELSTD_API const char* velNameOfArray(xrtti* type, int nDimensions, const int* dimensions);
-
 template <class E, int... kSizes>
-class velArrayClass : public velObjectOf<velArrayClass<E, kSizes...>, xrttiarray, velVirtually<xobject>> {
+class velArrayClass
+    : public velObjectOf<velArrayClass<E, kSizes...>, xrttiarray, velVirtually<xobject>> {
   static_assert(sizeof...(kSizes) > 0 && ((kSizes > 0) && ...), "at least one element");
-  static_assert(velMember<E>::kPossible, "elements of this type have no descriptor");
+  VEL_CHECK_ELEMENT(E);
 
  public:
   static constexpr int kDimensions = static_cast<int>(sizeof...(kSizes));
@@ -30,11 +32,12 @@ class velArrayClass : public velObjectOf<velArrayClass<E, kSizes...>, xrttiarray
   static xrchandle<velArrayClass> create() { return new velArrayClass; }
 
   /// The element at one index per dimension, in its place.
-  /// Throws velXInvalidArrayIndex with the index and its dimension, from 0.
+  /// Throws velXInvalidArrayIndex with the index (-1 for any below 0, the greatest int
+  /// for any above) and its dimension, from 0.
   template <class... Indices>
   E& at(Indices... indices) {
     static_assert(sizeof...(Indices) == sizeof...(kSizes), "one index per dimension");
-    const int all[] = {static_cast<int>(indices)...};
+    const int all[] = {clamped(static_cast<long long>(indices))...};
     return place(all);
   }
   E& place(const int* indices) {
@@ -49,9 +52,18 @@ class velArrayClass : public velObjectOf<velArrayClass<E, kSizes...>, xrttiarray
     return elements[number];
   }
 
+  static std::string velTypeName(velNameTag<velArrayClass>) {
+    return velElementName<E>::get() + (('[' + std::to_string(kSizes) + ']') + ...);
+  }
+
  private:
   template <class, class, class...>
   friend class ::velObjectOf;
+
+  // No dimension has an index at the ends of int.
+  static int clamped(long long index) {
+    return index < 0 ? -1 : index > INT_MAX ? INT_MAX : static_cast<int>(index);
+  }
 
   static xany element(xobject* array, int* indices) {
     return velMember<E>::read(velView<velArrayClass>(array)->place(indices));
@@ -64,9 +76,11 @@ class velArrayClass : public velObjectOf<velArrayClass<E, kSizes...>, xrttiarray
 
   static void velDescribe(xrttiarray* rtti) {
     static constexpr int kAll[] = {kSizes...};
+    const char* const name = velKeptName(velTypeName(velNameTag<velArrayClass>()));
+    rtti->initializeRttiObject(name, 1, 0, nullptr);
     xrtti* const type = velMember<E>::type();
     velSetWrites(rtti, &kWrites);
-    rtti->initializeRttiArray(velNameOfArray(type, kDimensions, kAll), 1, kDimensions, kAll, type,
+    rtti->initializeRttiArray(name, 1, kDimensions, kAll, type,
                               velMember<E>::kOptional, &element);
   }
 

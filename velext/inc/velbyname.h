@@ -13,10 +13,12 @@
 //
 // Errors, all thrown and nothing changed: velXNativeException "Unknown type: N",
 // "Type cannot be created: N", "Type cannot be written: N", "Invalid path: P" (it does
-// not begin with "/", or "~" is followed by neither 0 nor 1); velXInvalidDictKey with
-// the object and the step for what is not there, or when the value there has no parts
-// (the object is then nil); velXInvalidSeqIndex, velXInvalidArrayIndex;
-// velXTypeMismatch for a value of the wrong kind; velXNull for a null object.
+// not begin with "/", "~" is followed by neither 0 nor 1, or there is a zero byte);
+// velXInvalidDictKey with the object and the step for what is not there, for a step
+// into a sequence or array that is no number, or when the value there has no parts (the
+// object is then null); velXInvalidSeqIndex, velXInvalidArrayIndex; velXTypeMismatch for
+// a value of the wrong kind; velXNull for a null object or name, velXNotInitialized for
+// xuninitobject.
 // Threads and ownership: as the objects.
 #ifndef VELSTD_VELEXT_VELBYNAME_H
 #define VELSTD_VELEXT_VELBYNAME_H
@@ -46,7 +48,9 @@ VELSTD_API xany velGetPath(const xany& root, std::string_view path);
 VELSTD_API std::optional<xany> velFindPath(const xany& root, std::string_view path);
 
 /// Stores `value` at the end of a path. What comes before its last step must be there;
-/// an entry is made anew if it has to be. The empty path is refused as invalid.
+/// an entry of a dictionary is made anew if it has to be, and the number of elements is
+/// the place behind the last, as "-" is. The empty path is refused as invalid, and an
+/// attribute that only the object's deprecation list names as one that is not there.
 VELSTD_API void velSetPath(const xany& root, std::string_view path, const xany& value);
 
 /// A name or key as a step: "/" and what stands for "/" and "~" in it.

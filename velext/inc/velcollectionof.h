@@ -6,14 +6,17 @@
 //   points->append(velNew<Point>());
 //
 // velSequenceOf<int> is xintsequence, and so on for bool, double, xstring and xany.
-// Others are classes of their own, with everything that the standard ones have: a
+// Those of classes, of enumerations of VEL_ENUM and of xrcunihandle<xobject> are classes
+// of their own, with everything that the standard ones have: a
 // descriptor, registered by name when a program first uses them, casts, create(),
-// createCapacity(). An object element may be null, which reads as nil.
+// createCapacity(). An object element may be null, which reads as nil. There are no others
+// (no std::string, float or std::int64_t): they would have the names of these.
 // They are made and written by name, too (velwrites.h).
 // Threads and ownership: as the templates (xtbsequence.h, xtbdictionary.h).
 #ifndef VELSTD_VELEXT_VELCOLLECTIONOF_H
 #define VELSTD_VELEXT_VELCOLLECTIONOF_H
 
+#include <string>
 #include <type_traits>
 
 #include "velcollectionrtti.h"
@@ -23,12 +26,45 @@
 #include "velwrites.h"
 #include "xcollections.h"
 
-/// The name of a type and `suffix`; lives for ever.
-VELSTD_API const char* velNameWith(xrtti* type, const char* suffix);
+/// The same text, which lives for ever: descriptors borrow their names.
+VELSTD_API const char* velKeptName(const std::string& name);
+/// The name of a type. Throws velXNativeException "Type is not described yet" for one
+/// that has none: a class described by other means than these, of whose collections its
+/// own description needs one.
+VELSTD_API std::string velNameOfType(xrtti* type);
+
+/// The name of the type of elements E, if it can be without its descriptor, which may be
+/// about to be made.
+template <class E, class = void>
+struct velElementName {
+  static std::string get() { return velNameOfType(velMember<E>::type()); }
+};
+template <class C>
+struct velElementName<xrchandle<C>, std::void_t<decltype(C::velTypeName(velNameTag<C>()))>> {
+  static std::string get() { return C::velTypeName(velNameTag<C>()); }
+};
+
+/// Whether a class is kept by value; any other is one of objects, even while it is only
+/// declared, as a class is in its own definition.
+template <class T>
+struct velIsKeptByValue : std::false_type {};
+template <>
+struct velIsKeptByValue<xstring> : std::true_type {};
+template <>
+struct velIsKeptByValue<xany> : std::true_type {};
+template <>
+struct velIsKeptByValue<std::string> : std::true_type {};
+template <class C>
+struct velIsKeptByValue<xrchandle<C>> : std::true_type {};
+template <class C>
+struct velIsKeptByValue<xrcunihandle<C>> : std::true_type {};
+template <class T>
+struct velIsKeptByValue<std::optional<T>> : std::true_type {};
 
 /// What a collection of T keeps: a handle for an object, else the value.
 template <class T>
-using velKept = std::conditional_t<std::is_convertible<T*, xobject*>::value, xrchandle<T>, T>;
+using velKept = std::conditional_t<std::is_class<T>::value && !velIsKeptByValue<T>::value,
+                                   xrchandle<T>, T>;
 
 /// What the descriptor of sequence class C with elements of type E calls.
 template <class C, class E>
@@ -58,7 +94,7 @@ using velSequenceBase =
 template <class E>
 class velSequenceClass
     : public velObjectOf<velSequenceClass<E>, xrttisequence, velSequenceBase<E>> {
-  static_assert(velMember<E>::kPossible, "elements of this type have no descriptor");
+  VEL_CHECK_ELEMENT(E);
   using Base = velObjectOf<velSequenceClass<E>, xrttisequence, velSequenceBase<E>>;
 
  public:
@@ -66,15 +102,21 @@ class velSequenceClass
   static xrchandle<velSequenceClass> create() { return new velSequenceClass; }
   static xrchandle<velSequenceClass> createCapacity(unsigned n) { return new velSequenceClass(n); }
 
+  static std::string velTypeName(velNameTag<velSequenceClass>) {
+    return velElementName<E>::get() + "seq";
+  }
+
  private:
   template <class, class, class...>
   friend class ::velObjectOf;
 
   static void velDescribe(xrttisequence* rtti) {
     using Functions = velElementFunctions<velSequenceClass, E>;
+    const char* const name = velKeptName(velTypeName(velNameTag<velSequenceClass>()));
+    rtti->initializeRttiObject(name, 1, 0, nullptr);
     xrtti* const type = velMember<E>::type();
     velSetWrites(rtti, &Functions::kWrites);
-    rtti->initializeRttiSeq(velNameWith(type, "seq"), 1, type, velMember<E>::kOptional,
+    rtti->initializeRttiSeq(name, 1, type, velMember<E>::kOptional,
                             &Functions::size, &Functions::element);
   }
 };
@@ -117,7 +159,7 @@ using velDictionaryBase =
 template <class E>
 class velDictionaryClass
     : public velObjectOf<velDictionaryClass<E>, xrttidictionary, velDictionaryBase<E>> {
-  static_assert(velMember<E>::kPossible, "values of this type have no descriptor");
+  VEL_CHECK_ELEMENT(E);
   using Base = velObjectOf<velDictionaryClass<E>, xrttidictionary, velDictionaryBase<E>>;
 
  public:
@@ -127,15 +169,21 @@ class velDictionaryClass
     return new velDictionaryClass(static_cast<int>(n));
   }
 
+  static std::string velTypeName(velNameTag<velDictionaryClass>) {
+    return velElementName<E>::get() + "dict";
+  }
+
  private:
   template <class, class, class...>
   friend class ::velObjectOf;
 
   static void velDescribe(xrttidictionary* rtti) {
     using Functions = velEntryFunctions<velDictionaryClass, E>;
+    const char* const name = velKeptName(velTypeName(velNameTag<velDictionaryClass>()));
+    rtti->initializeRttiObject(name, 1, 0, nullptr);
     xrtti* const type = velMember<E>::type();
     velSetWrites(rtti, &Functions::kWrites);
-    rtti->initializeRttiDict(velNameWith(type, "dict"), 1, type, velMember<E>::kOptional,
+    rtti->initializeRttiDict(name, 1, type, velMember<E>::kOptional,
                              &Functions::size, &Functions::find, &Functions::key,
                              &Functions::value);
   }

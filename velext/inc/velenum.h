@@ -7,12 +7,14 @@
 //   enum class Color { red, green, blue };
 //   velEnumInfo velDescribeEnum(Color);      // names; found by argument lookup
 //
+// (the enumerators cannot be given values; a value is the index of its name)
 // and registers the type by its name when the program is loaded. velAny(Color::red)
 // is then a value of that enumeration, velGet<Color>(value) its way back, and
 // velName(Color::red) the text "red".
 #ifndef VELSTD_VELEXT_VELENUM_H
 #define VELSTD_VELEXT_VELENUM_H
 
+#include <cstddef>
 #include <optional>
 #include <type_traits>
 #include <utility>
@@ -71,6 +73,17 @@ struct velValue<E, std::enable_if_t<velIsEnum<E>::value>> {
   }
 };
 
+/// Whether the names are names alone: enumerators have the values 0, 1, 2...
+template <std::size_t N>
+constexpr bool velAreNames(const char* const (&names)[N]) {
+  for (const char* name : names) {
+    for (; *name; ++name) {
+      if (*name == '=') return false;
+    }
+  }
+  return true;
+}
+
 /// Calls a function when the program is loaded.
 struct velRegistrar {
   template <class Function>
@@ -82,7 +95,10 @@ struct velRegistrar {
 #define VEL_ENUM(E, TypeName, ...)                                                   \
   enum class E { __VA_ARGS__ };                                                      \
   inline ::velEnumInfo velDescribeEnum(E) {                                          \
-    static const char* const names[] = {VEL_FOR_EACH(VEL_ENUM_NAME, __VA_ARGS__)};   \
+    static constexpr const char* names[] = {                                         \
+        VEL_FOR_EACH(VEL_ENUM_NAME, __VA_ARGS__)};                                   \
+    static_assert(::velAreNames(names),                                              \
+                  "the enumerators of '" #E "' cannot be given values");             \
     return {TypeName, static_cast<int>(sizeof names / sizeof *names), names};        \
   }                                                                                  \
   inline const ::velRegistrar velRegistered##E{&::velEnumRtti<E>};

@@ -8,7 +8,8 @@
 // Both directions agree. velCompare, which asks only what the expected value
 // has, stays beside it.
 //
-// Depth costs heap, not stack. What getters throw passes through.
+// Depth costs heap, not stack. What getters throw passes through. A value whose getters
+// make new objects without end has no end here, either.
 // Threads and ownership: as the values.
 #ifndef VELSTD_VELEXT_VELEQUALS_H
 #define VELSTD_VELEXT_VELEQUALS_H
@@ -24,8 +25,8 @@
 
 VELSTD_API bool velEquals(const xany& a, const xany& b);
 
-/// Equal values have the same hash. Looks at the upper levels of a value only; takes
-/// time for at most some thousands of its parts.
+/// Equal values have the same hash. Looks at three levels of objects, and at the first
+/// sixteen parts of each; takes the time to read these objects, some hundreds at most.
 VELSTD_API std::size_t velHash(const xany& value);
 
 /// A copy that shares no object with the original, whose shape it keeps: what is there
@@ -45,12 +46,14 @@ struct velDifference {
 };
 
 /// What has to be changed in `before` to make it `after`; empty if they are equal. The
-/// elements of sequences are matched by a shortest edit script; one that is replaced
-/// is looked into. Paths of what is changed or goes count elements as in `before`, of
-/// what comes as in `after`. Objects that come again are told once.
+/// elements of sequences are matched by a shortest edit script (its time grows with
+/// their number times the number of differences); one that is replaced is looked into.
+/// Paths count elements as in `before`; but the last step of what comes counts as in
+/// `after`. Objects that come again are told once.
 VELSTD_API std::vector<velDifference> velDiff(const xany& before, const xany& after);
 
-/// As "/lines/3/price : 12.5 -> 13"; "(nothing)" for what is not there.
+/// As "/lines/3/price : 12.5 -> 13", each value in one line; "(nothing)" for what is not
+/// there.
 VELSTD_API std::ostream& operator<<(std::ostream& out, const velDifference& difference);
 
 #endif  // VELSTD_VELEXT_VELEQUALS_H

@@ -137,4 +137,29 @@ struct velMember<std::optional<T>> {
   }
 };
 
+/// Whether T is the type by which collections and arrays keep elements of its
+/// descriptor. Collections of any other would have the name of another class, and a cast
+/// by name would take one for the other.
+template <class T>
+struct velIsElement : velIsEnum<T> {};
+template <>
+struct velIsElement<bool> : std::true_type {};
+template <>
+struct velIsElement<int> : std::true_type {};
+template <>
+struct velIsElement<double> : std::true_type {};
+template <>
+struct velIsElement<xstring> : std::true_type {};
+template <>
+struct velIsElement<xany> : std::true_type {};
+template <class C>
+struct velIsElement<xrchandle<C>> : std::true_type {};
+template <>
+struct velIsElement<xrcunihandle<xobject>> : std::true_type {};
+
+#define VEL_CHECK_ELEMENT(E)                                                             \
+  static_assert(velIsElement<E>::value,                                                  \
+                "elements are bool, int, double, xstring, xany, xrcunihandle<xobject>, " \
+                "enumerations of VEL_ENUM or classes of objects")
+
 #endif  // VELSTD_VELEXT_VELMEMBER_H

@@ -33,8 +33,10 @@ struct velParts {
 };
 
 /// The parts of an object (not null): attributes with those of the parents before,
-/// each name once; the discriminator and the branch of a union; elements; entries in
-/// the order of the bytes of their keys. Throws what getters throw.
+/// each name once, where that of the object's own type, or of the first parent depth
+/// first, counts; the discriminator and the branch of a union; elements; entries in
+/// the order of the bytes of their keys. Throws what getters throw, and
+/// velXTypeMismatch for a structure with a parent that is none.
 VELSTD_API velParts velPartsOf(xobject* object);
 
 /// The object of a value, borrowed; null for any other value.

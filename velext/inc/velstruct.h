@@ -42,6 +42,8 @@ class velObjectOf : public Bases... {
  public:
   using Bases::Bases...;
   /// The descriptor of T: borrowed, lives for ever.
+  /// Other types that its attributes need, and that need it, may meet it on the way: it
+  /// has its name by then.
   static xrttiobject* getClassRtti() {
     static velClassRtti descriptor;
     return descriptor.get<Kind>([](Kind* rtti) { T::velDescribe(rtti); });
@@ -88,6 +90,7 @@ xrchandle<C> velNew(Arguments&&... arguments) {
 template <class C, class Owner, class T, T Owner::*kMember>
 struct velMemberFunctions {
   using Type = velMember<std::remove_const_t<T>>;
+  static_assert(Type::kPossible, "the type of this member cannot be that of an attribute");
   static xany get(xobject* owner) { return Type::read(velView<C>(owner)->*kMember); }
   static void set([[maybe_unused]] xobject* owner, [[maybe_unused]] const xany& value) {
     if constexpr (!std::is_const<T>::value) velView<C>(owner)->*kMember = Type::write(value);
@@ -96,6 +99,7 @@ struct velMemberFunctions {
     return {name,  setterKey, Type::type(), Type::kOptional,
             &get, std::is_const<T>::value ? nullptr : &set};
   }
+  static velAttributeInfo infoOf(const char* name) { return info(name, nullptr); }
 };
 template <class C, auto kMember>
 struct velMemberOf;
@@ -114,10 +118,14 @@ struct velGetterOf {
   static void set([[maybe_unused]] xobject* owner, [[maybe_unused]] const xany& value) {
     if constexpr (kHasSetter) (velView<C>(owner)->*kSet)(Type::write(value));
   }
-  static velAttributeInfo info(const char* name) {
+  static velAttributeInfo infoOf(const char* name) {
     return {name, nullptr, Type::type(), Type::kOptional, &get, kHasSetter ? &set : nullptr};
   }
 };
+
+/// For the name of a class C itself, not that of a class it derives from.
+template <class C>
+struct velNameTag {};
 
 /// Makes an empty object of a class with a default constructor that is public: a
 /// velS11nCreator.
@@ -128,10 +136,16 @@ xobject* velMake(velS11nContext*) {
   return made;
 }
 
+/// An attribute whose type is asked for when the class has its name.
+struct velNamedInfo {
+  const char* name;
+  velAttributeInfo (*info)(const char* name);
+};
+
 /// Initialises the descriptor: as velInitializeStruct, with setter keys after the names.
 VELSTD_API void velInstallStruct(xrttistruct* rtti, const char* name, velS11nCreator creator,
-                                 const std::vector<xrttiobject*>& parents,
-                                 std::vector<velAttributeInfo> attributes);
+                                 const std::vector<xrttiobject* (*)()>& parents,
+                                 const std::vector<velNamedInfo>& attributes);
 
 /// The builder form, for attributes under other names, for setters and getters, and for
 /// whoever prefers functions to macros; in the class's own velDescribe:
@@ -155,22 +169,22 @@ class velDescription {
 
   template <class Base>
   velDescription& base() {
-    parents.push_back(Base::getClassRtti());
+    parents.push_back(&Base::getClassRtti);
     return *this;
   }
   /// A member; or a getter without a setter.
   template <auto kGet>
   velDescription& attribute(const char* attributeName) {
     if constexpr (std::is_member_object_pointer<decltype(kGet)>::value) {
-      return add(velMemberOf<C, kGet>::info(attributeName, nullptr));
+      return add(attributeName, &velMemberOf<C, kGet>::infoOf);
     } else {
-      return add(velGetterOf<C, kGet, nullptr>::info(attributeName));
+      return add(attributeName, &velGetterOf<C, kGet, nullptr>::infoOf);
     }
   }
   /// A getter and a setter: T get() const (or not const), void set(T or const T&).
   template <auto kGet, auto kSet>
   velDescription& attribute(const char* attributeName) {
-    return add(velGetterOf<C, kGet, kSet>::info(attributeName));
+    return add(attributeName, &velGetterOf<C, kGet, kSet>::infoOf);
   }
   /// How an empty object is made; without one the type cannot be made by name.
   velDescription& creator(velS11nCreator make) {
@@ -183,15 +197,15 @@ class velDescription {
   }
 
  private:
-  velDescription& add(const velAttributeInfo& info) {
-    attributes.push_back(info);
+  velDescription& add(const char* attributeName, velAttributeInfo (*info)(const char*)) {
+    attributes.push_back({attributeName, info});
     return *this;
   }
 
   const char* name;
   velS11nCreator create = nullptr;
-  std::vector<xrttiobject*> parents;
-  std::vector<velAttributeInfo> attributes;
+  std::vector<xrttiobject* (*)()> parents;
+  std::vector<velNamedInfo> attributes;
 };
 
 /// How an empty Self is made by name; null for a class without a default constructor.
@@ -219,10 +233,12 @@ class velDescription {
 ///    friend velObjectOf;
 ///    static velS11nCreator velCreator();
 ///    static void velDescribe(xrttistruct* rtti) {
+///      rtti->initializeRttiObject("name", 1, 0, nullptr);   // see velObjectOf
 ///      velInitialize(rtti, "name", velCreator(), {x, y: name, type, getter, setter});
 ///    }
 ///    static const velRegistrar velRegistered;   // at load
 ///   public:
+///    static const char* velTypeName(velNameTag<C>);
 #define VEL_STRUCT(C, ...)                                                \
  private:                                                                 \
   using velSelf = C;                                                      \
@@ -230,6 +246,7 @@ class velDescription {
   friend class ::velObjectOf;                                             \
   VEL_CREATOR_HERE                                                        \
   static void velDescribe(xrttistruct* rtti) {                            \
+    rtti->initializeRttiObject(VEL_FIRST(__VA_ARGS__), 1, 0, nullptr);    \
     VEL_FOR_EACH_BUT_FIRST(VEL_CHECK_MEMBER, __VA_ARGS__)                 \
     velSelf::velInitialize(                                               \
         rtti, VEL_FIRST(__VA_ARGS__), velCreator<velSelf>(nullptr),       \
@@ -237,7 +254,8 @@ class velDescription {
   }                                                                       \
   static inline const velRegistrar velRegistered{&C::getClassRtti};       \
                                                                           \
- public:
+ public:                                                                  \
+  static const char* velTypeName(::velNameTag<C>) { return VEL_FIRST(__VA_ARGS__); }
 
 #define VEL_CHECK_MEMBER(name)                                                          \
   static_assert(velMember<std::remove_const_t<decltype(velSelf::name)>>::kPossible,     \

@@ -10,9 +10,9 @@
 //               (ShapeKind::circle, radius), (ShapeKind::square, side), (velOtherwise, text))
 //   };
 //
-// The discriminator (an int or an enumeration of VEL_ENUM) tells which member is the
-// value; each branch names the label and the member, velOtherwise the one for all
-// other labels. Members are set by name like attributes; the discriminator, too.
+// The discriminator (an integer or an enumeration of VEL_ENUM) tells which member is the
+// value; each branch names a label of that type and the member, velOtherwise the one for
+// all other labels. Members are set by name like attributes; the discriminator, too.
 // All else is as with VEL_STRUCT (velstruct.h).
 #ifndef VELSTD_VELEXT_VELUNION_H
 #define VELSTD_VELEXT_VELUNION_H
@@ -25,6 +25,18 @@
 struct velOtherwiseLabel {};
 inline constexpr velOtherwiseLabel velOtherwise{};
 
+/// Whether a discriminator may have that type.
+template <class T>
+struct velIsLabel
+    : std::bool_constant<velIsEnum<T>::value ||
+                         (std::is_integral<T>::value && !std::is_same<T, bool>::value &&
+                          !std::is_same<T, unsigned char>::value)> {};
+/// Whether a label of type X goes with such a discriminator.
+template <class T, class X>
+struct velIsLabelOf
+    : std::bool_constant<std::is_same<X, velOtherwiseLabel>::value ||
+                         std::is_convertible<X, T>::value> {};
+
 /// One branch for velInitializeUnion.
 struct velBranchInfo {
   int label;
@@ -32,10 +44,11 @@ struct velBranchInfo {
   velAttributeInfo attribute;
 };
 template <class Label>
-velBranchInfo velBranch(Label label, const velAttributeInfo& attribute) {
+velBranchInfo velBranch(std::common_type_t<Label> label, const velAttributeInfo& attribute) {
   return {static_cast<int>(label), false, attribute};
 }
-inline velBranchInfo velBranch(velOtherwiseLabel, const velAttributeInfo& attribute) {
+template <class Label>
+velBranchInfo velBranch(velOtherwiseLabel, const velAttributeInfo& attribute) {
   return {0, true, attribute};
 }
 
@@ -73,7 +86,10 @@ class velUnion<T> : public velObjectOf<T, xrttiunion, velVirtually<xobject>> {
   friend class ::velObjectOf;                                                      \
   VEL_CREATOR_HERE                                                                 \
   static void velDescribe(xrttiunion* rtti) {                                      \
-    VEL_CHECK_MEMBER(discriminator)                                                \
+    rtti->initializeRttiObject(TypeName, 1, 0, nullptr);                           \
+    using velLabel = std::remove_const_t<decltype(velSelf::discriminator)>;        \
+    static_assert(::velIsLabel<velLabel>::value, "the discriminator '" #discriminator \
+                  "' must be an integer or an enumeration of VEL_ENUM");           \
     VEL_FOR_EACH(VEL_CHECK_BRANCH, __VA_ARGS__)                                    \
     velSelf::velInitialize(rtti, TypeName, velCreator<velSelf>(nullptr),           \
                            VEL_MEMBER_INFO_OF(discriminator),                      \
@@ -81,11 +97,15 @@ class velUnion<T> : public velObjectOf<T, xrttiunion, velVirtually<xobject>> {
   }                                                                                \
   static inline const velRegistrar velRegistered{&C::getClassRtti};                \
                                                                                    \
- public:
+ public:                                                                           \
+  static const char* velTypeName(::velNameTag<C>) { return TypeName; }
 
 #define VEL_CHECK_BRANCH(branch) VEL_CHECK_BRANCH1 branch
-#define VEL_CHECK_BRANCH1(label, name) VEL_CHECK_MEMBER(name)
+#define VEL_CHECK_BRANCH1(label, name)                                              \
+  static_assert(::velIsLabelOf<velLabel, std::decay_t<decltype(label)>>::value,     \
+                "the label '" #label "' is not of the type of the discriminator");  \
+  VEL_CHECK_MEMBER(name)
 #define VEL_BRANCH_INFO(branch) VEL_BRANCH_INFO1 branch
-#define VEL_BRANCH_INFO1(label, name) velBranch(label, VEL_MEMBER_INFO_OF(name)),
+#define VEL_BRANCH_INFO1(label, name) velBranch<velLabel>(label, VEL_MEMBER_INFO_OF(name)),
 
 #endif  // VELSTD_VELEXT_VELUNION_H

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <vector>
 
+#include "korstring.h"
 #include "velattributes.h"
 #include "velexceptions.h"
 #include "velparts.h"
@@ -21,9 +22,11 @@ namespace {
 struct Missing {
   xobject* object;  // nullable
   std::string step;
-  int index;  // -1: a key
+  int index;           // -1: a key
+  int dimension = -1;  // of an array
 
   [[noreturn]] void raise() const {
+    if (dimension >= 0) velhThrowInvalidArrayIndex(object, index, dimension);
     if (index >= 0) velhThrowInvalidSeqIndex(object, index);
     velhThrowInvalidDictKey(object, step.c_str());
   }
@@ -32,7 +35,7 @@ struct Missing {
 std::vector<std::string> Steps(std::string_view path) {
   std::vector<std::string> steps;
   if (path.empty()) return steps;
-  if (path[0] != '/') Refuse("Invalid path: ", path);
+  if (path[0] != '/' || path.find('\0') != std::string_view::npos) Refuse("Invalid path: ", path);
   for (std::size_t i = 0; i < path.size(); ++i) {
     if (path[i] == '/') {
       steps.emplace_back();
@@ -60,8 +63,13 @@ int IndexOf(const std::string& step) {
 
 // The part of a structure or union of that name.
 std::optional<xany> Attribute(xobject* object, std::string_view name) {
+  xrttiobject* const type = object->getRtti();
+  if (auto* const asStruct = dynamic_cast<xrttistruct*>(type)) {
+    xrttiattr* const attr = asStruct->findAttr(std::string(name).c_str(), true);
+    return attr ? std::optional<xany>(attr->getValue(object)) : std::nullopt;
+  }
+  if (!dynamic_cast<xrttiunion*>(type)) return std::nullopt;
   velParts parts = velPartsOf(object);
-  if (parts.shape != velShape::kStruct && parts.shape != velShape::kUnion) return std::nullopt;
   for (velPart& part : parts.list) {
     if (part.name == name) return std::move(part.value);
   }
@@ -77,7 +85,7 @@ std::vector<int> CellAt(xrttiarray* type, xobject* object, const std::vector<std
     if (d > 0 && ++step == steps.size()) throw Missing{object, "", -1};
     const int index = IndexOf(steps[step]);
     if (index < 0) throw Missing{object, steps[step], -1};
-    if (index >= type->getDimention(d)) velhThrowInvalidArrayIndex(object, index, d);
+    if (index >= type->getDimention(d)) throw Missing{object, steps[step], index, d};
     indices.push_back(index);
   }
   return indices;
@@ -147,12 +155,14 @@ void Store(xobject* object, const std::vector<std::string>& steps, std::size_t s
     if (step + 1 != steps.size()) throw Missing{object, steps[step + 1], -1};
     return Writer(writes.setCell, type)(object, indices.data(), value);
   }
-  velSetAttr(object, name.c_str(), value);
+  // Nobody asks a path whether it was taken: an attribute that was dropped is not there.
+  if (!velSetAttr(object, name.c_str(), value)) throw Missing{object, name, -1};
 }
 
 }  // namespace
 
 xrcunihandle<xobject> velCreate(const char* typeName) {
+  typeName = korText(typeName);
   if (!typeName) velhThrowNull();
   xrtti* const type = velRttiGetFromMap(typeName);
   if (!type) Refuse("Unknown type: ", typeName);
@@ -171,6 +181,7 @@ bool velSetAttr(xobject* object, const char* name, const xany& value) {
 
 xany velGetAttr(xobject* object, const char* name) {
   if (velIsUninit(object)) velhThrowNotInitialized();
+  name = korText(name);
   if (!object || !name) velhThrowNull();
   std::optional<xany> attribute = Attribute(object, name);
   if (!attribute) velhThrowInvalidDictKey(object, name);

@@ -34,6 +34,13 @@ class Numbering {
     return !isMarked(a) || velEquals(a, b);
   }
 
+  // Whether both lie on cycles, or above some, and are equal, whatever their numbers say.
+  bool areEqualCycles(const xany& a, const xany& b) {
+    of(a);
+    of(b);
+    return isMarked(a) && isMarked(b) && velEquals(a, b);
+  }
+
  private:
   struct Known {
     std::size_t number;
@@ -70,7 +77,8 @@ class Numbering {
     Frame frame;
     frame.value = value;
     frame.parts = velPartsOf(object);
-    frame.key.push_back(texts.emplace(velUtf8(frame.parts.type->getName()), texts.size()).first->second);
+    frame.key.push_back(
+        texts.emplace(velUtf8(frame.parts.type->getName()), texts.size()).first->second);
     frame.key.push_back(static_cast<std::size_t>(frame.parts.shape));
     if (frame.parts.shape == velShape::kOpaque) {
       frame.key.push_back(reinterpret_cast<std::size_t>(object));
@@ -175,7 +183,7 @@ class EditScript {
     for (Index d = 0;; ++d) {
       for (Index k = -d; k <= d; k += 2) {
         Index x = k == -d || (k != d && at(down, k - 1) < at(down, k + 1)) ? at(down, k + 1)
-                                                                          : at(down, k - 1) + 1;
+                                                                           : at(down, k - 1) + 1;
         while (x < n && x - k < m && x >= 0 && x - k >= 0 && same(i + x, j + x - k)) ++x;
         at(down, k) = x;
         const Index c = delta - k;
@@ -185,7 +193,7 @@ class EditScript {
       }
       for (Index k = -d; k <= d; k += 2) {
         Index x = k == -d || (k != d && at(up, k - 1) < at(up, k + 1)) ? at(up, k + 1)
-                                                                      : at(up, k - 1) + 1;
+                                                                       : at(up, k - 1) + 1;
         while (x < n && x - k < m && x >= 0 && x - k >= 0 &&
                same(iEnd - x - 1, jEnd - (x - k) - 1)) {
           ++x;
@@ -264,12 +272,14 @@ class Differ {
     kept.push_back(task);
     velParts a = velPartsOf(first);
     velParts b = velPartsOf(second);
-    if (a.shape != b.shape || a.shape == velShape::kOpaque || !a.type->isTypeSameAs(b.type)) {
+    if (a.shape != b.shape || a.shape == velShape::kOpaque || !a.type->isTypeSameAs(b.type) ||
+        (a.shape == velShape::kArray && a.list.size() != b.list.size())) {
       return tell(task);
     }
     std::vector<Task> tasks;
     switch (a.shape) {
       case velShape::kSequence:
+        if (numbers.areEqualCycles(*task.before, *task.after)) break;
         addElements(tasks, task.place, a, b);
         break;
       case velShape::kArray:
@@ -319,7 +329,8 @@ class Differ {
     const std::vector<std::size_t> left = numbered(a);
     const std::vector<std::size_t> right = numbered(b);
     const auto common = [](const std::vector<std::size_t>& own,
-                           const std::vector<std::size_t>& other, std::vector<std::size_t>& places) {
+                           const std::vector<std::size_t>& other,
+                           std::vector<std::size_t>& places) {
       const std::unordered_set<std::size_t> there(other.begin(), other.end());
       std::vector<std::size_t> rest;
       for (std::size_t i = 0; i < own.size(); ++i) {
@@ -337,10 +348,8 @@ class Differ {
     return matches;
   }
 
-  void addCells(std::vector<Task>& tasks, std::size_t place, const velParts& a,
-                const velParts& b) {
+  void addCells(std::vector<Task>& tasks, std::size_t place, const velParts& a, const velParts& b) {
     auto* const type = dynamic_cast<xrttiarray*>(a.type);
-    if (a.list.size() != b.list.size()) return;
     for (std::size_t i = 0; i < a.list.size(); ++i) {
       std::string step;
       auto number = static_cast<int>(i);
@@ -358,8 +367,10 @@ class Differ {
     std::size_t i = 0;
     std::size_t j = 0;
     while (i < a.list.size() || j < b.list.size()) {
-      const bool hasA = i < a.list.size() && (j == b.list.size() || a.list[i].name <= b.list[j].name);
-      const bool hasB = j < b.list.size() && (i == a.list.size() || b.list[j].name <= a.list[i].name);
+      const bool hasA =
+          i < a.list.size() && (j == b.list.size() || a.list[i].name <= b.list[j].name);
+      const bool hasB =
+          j < b.list.size() && (i == a.list.size() || b.list[j].name <= a.list[i].name);
       const std::string step = velStep(hasA ? a.list[i].name : b.list[j].name);
       add(tasks, place, step, hasA ? std::optional<xany>(a.list[i].value) : std::nullopt,
           hasB ? std::optional<xany>(b.list[j].value) : std::nullopt);
@@ -400,10 +411,12 @@ class Differ {
 };
 
 void Write(std::ostream& out, const std::optional<xany>& value) {
-  if (value) {
-    velPrint(*value, out, -1);
-  } else {
+  if (!value) {
     out << "(nothing)";
+  } else if (value->isuninit()) {
+    out << "uninit";  // for which velPrint writes nothing
+  } else {
+    velPrint(*value, out, -1);
   }
 }
 

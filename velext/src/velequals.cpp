@@ -3,6 +3,7 @@
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
+#include <vector>
 
 #include "velparts.h"
 
@@ -40,6 +41,7 @@ class Hasher {
     if (depth == 0) return kDeep;
     const auto known = hashes.find({object, depth});
     if (known != hashes.end()) return known->second;
+    kept.push_back(value);
     const velParts parts = velPartsOf(object);
     if (parts.shape == velShape::kOpaque) return std::hash<const void*>()(object);
     std::size_t hash = Mixed(parts.list.size(), static_cast<std::size_t>(parts.shape));
@@ -69,6 +71,7 @@ class Hasher {
     }
   };
   std::unordered_map<Key, std::size_t, KeyHash> hashes;
+  std::vector<xany> kept;  // so that no address comes back meanwhile
 };
 
 }  // namespace
@@ -99,6 +102,6 @@ bool velEquals(const xany& a, const xany& b) {
 }
 
 std::size_t velHash(const xany& value) {
-  constexpr int kLevels = 4;
+  constexpr int kLevels = 3;
   return Hasher().of(value, kLevels);
 }

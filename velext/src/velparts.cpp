@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <memory>
+#include <optional>
 #include <set>
 
 #include "velrtti.h"
@@ -23,13 +25,23 @@ std::string NameOf(xrttiattr* attr) {
 
 void AddAttributes(xrttistruct* type, xobject* object, std::vector<velPart>& parts) {
   const std::unique_ptr<xrttiattrseq, Deleted> attrs(velRttiCollectAttrs(type, true));
-  std::set<std::string> seen;
+  std::map<std::string, xrttiattr*> meant;
+  std::vector<std::string> names;
   for (int i = 0; i < attrs->getarraysize(); ++i) {
     xrttiattr* const attr = attrs->get(i);
+    std::string name = NameOf(attr);
+    const auto [entry, isNew] = meant.emplace(name, attr);
+    if (isNew) {
+      names.push_back(std::move(name));
+    } else if (entry->second != attr) {
+      // The one that velS11nSet sets.
+      entry->second = type->findAttr(name.c_str(), true);
+    }
+  }
+  for (std::string& name : names) {
     velPart part;
-    part.name = NameOf(attr);
-    if (!seen.insert(part.name).second) continue;
-    part.value = attr->getValue(object);
+    part.value = meant[name]->getValue(object);
+    part.name = std::move(name);
     parts.push_back(std::move(part));
   }
 }
@@ -51,17 +63,23 @@ xrttiattr* DiscriminatorOf(xrttiunion* type) {
   return nullptr;
 }
 
+// The number that a discriminator stands for, as velTraverse has it; nothing for values
+// without one.
+std::optional<int> LabelOf(const xany& value) {
+  if (value.isint() || value.isenum()) return value.operator int();
+  if (value.isbool()) return value.operator unsigned char() != 0;
+  return std::nullopt;
+}
+
 void AddBranch(xrttiunion* type, xobject* object, std::vector<velPart>& parts) {
   xrttiattr* const discriminator = DiscriminatorOf(type);
   if (!discriminator) return;
   velPart part;
   part.name = NameOf(discriminator);
   part.value = discriminator->getValue(object);
-  const __xanykind kind = part.value.getkind();
-  const bool isLabel = kind == xanyInt || kind == xanyEnum;
-  const int label = isLabel ? part.value.operator int() : 0;
+  const std::optional<int> label = LabelOf(part.value);
   parts.push_back(std::move(part));
-  xrttiattr* const branch = isLabel ? type->mapLabelToAttr(label, true) : nullptr;
+  xrttiattr* const branch = label ? type->mapLabelToAttr(*label, true) : nullptr;
   if (!branch) return;
   velPart value;
   value.name = NameOf(branch);
@@ -110,7 +128,10 @@ void AddCells(xrttiarray* type, xobject* object, std::vector<velPart>& parts) {
   }
 }
 
-std::size_t Mixed(std::size_t a, std::size_t b) { return (a ^ b) * 0x9E3779B97F4A7C15ULL; }
+std::size_t Mixed(std::size_t kind, std::size_t hash) {
+  const std::size_t mixed = (hash + kind * 0x9E3779B97F4A7C15ULL) * 0xFF51AFD7ED558CCDULL;
+  return mixed ^ mixed >> 32U;
+}
 
 }  // namespace
 

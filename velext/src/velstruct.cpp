@@ -1,21 +1,20 @@
 #include "velstruct.h"
 
-#include <memory>
 #include <string>
 
-namespace {
-
-// For descriptors, which borrow their texts for ever.
-const char* Kept(std::string text) { return (new std::string(std::move(text)))->c_str(); }
-
-}  // namespace
+#include "velcollectionof.h"
 
 void velInstallStruct(xrttistruct* rtti, const char* name, velS11nCreator creator,
-                      const std::vector<xrttiobject*>& parents,
-                      std::vector<velAttributeInfo> attributes) {
-  for (velAttributeInfo& info : attributes) {
-    info.setterKey = Kept(std::string("_s11n_set") + info.name);
+                      const std::vector<xrttiobject* (*)()>& parents,
+                      const std::vector<velNamedInfo>& attributes) {
+  rtti->initializeRttiObject(name, 1, 0, nullptr);
+  std::vector<xrttiobject*> above;
+  for (const auto parent : parents) above.push_back(parent());
+  std::vector<velAttributeInfo> infos;
+  for (const velNamedInfo& attribute : attributes) {
+    infos.push_back(attribute.info(attribute.name));
+    infos.back().setterKey = velKeptName(std::string("_s11n_set") + attribute.name);
   }
-  velInitializeStruct(rtti, name, creator, static_cast<int>(parents.size()), parents.data(),
-                      static_cast<int>(attributes.size()), attributes.data());
+  velInitializeStruct(rtti, name, creator, static_cast<int>(above.size()), above.data(),
+                      static_cast<int>(infos.size()), infos.data());
 }
