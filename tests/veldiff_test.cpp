@@ -5,6 +5,7 @@
 
 #include "velext.h"
 #include "veltest.h"
+#include "veltest_long.h"
 
 namespace diffs {
 
@@ -163,6 +164,40 @@ TEST(VelDiff, OfEqualCyclesOfOtherShapesIsEmpty) {
   for (const auto& each : {one, two, three}) {
     for (const auto& line : each) line->extra = xany();
   }
+}
+
+// Each level lies on the cycle, and each is asked whether it is equal.
+TEST(VelDiff, OfDeepCyclesTakesTheTimeOfTheirDepth) {
+  const auto ring = [](int depth, int leaf) {
+    const auto innermost = xanysequence::create();
+    xany value = velAny(innermost);
+    for (int i = 0; i < depth; ++i) value = Sequence(value, i);
+    innermost->append(value);
+    innermost->append(velAny(leaf));
+    return std::make_pair(value, innermost);
+  };
+  const auto [before, lastBefore] = ring(velShortOrLong(20000, 200000), 1);
+  const auto [after, lastAfter] = ring(velShortOrLong(20000, 200000), 2);
+  const auto all = velDiff(before, after);
+  ASSERT_EQ(all.size(), 1U);
+  EXPECT_EQ(velPrinted(*all[0].before), "1");
+  EXPECT_EQ(all[0].path.substr(all[0].path.size() - 4), "/0/1");
+  lastBefore->removerange(0, 2);
+  lastAfter->removerange(0, 2);
+}
+
+// Every element leads back to the whole, in which something differs.
+TEST(VelDiff, OfElementsThatKnowTheWholeTellsOnlyWhatDiffers) {
+  const auto tree = [](int leaf) {
+    const auto root = xanysequence::create();
+    for (int i = 0; i < 2000; ++i) root->append(Sequence(root, i == 1500 ? leaf : i));
+    return root;
+  };
+  const auto before = tree(1);
+  const auto after = tree(2);
+  EXPECT_EQ(Told(velAny(before), velAny(after)), "/1500/1 : 1 -> 2\n");
+  before->removerange(0, 2000);
+  after->removerange(0, 2000);
 }
 
 TEST(VelDiff, OfLongSequencesTakesTheTimeOfTheirDifferences) {

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "velbyname.h"
+#include "velequality.h"
 #include "velequals.h"
 #include "velparts.h"
 #include "velprint.h"
@@ -31,14 +32,14 @@ class Numbering {
 
   bool equal(const xany& a, const xany& b) {
     if (of(a) != of(b)) return false;
-    return !isMarked(a) || velEquals(a, b);
+    return !isMarked(a) || equality.equal(a, b);
   }
 
   // Whether both lie on cycles, or above some, and are equal, whatever their numbers say.
   bool areEqualCycles(const xany& a, const xany& b) {
     of(a);
     of(b);
-    return isMarked(a) && isMarked(b) && velEquals(a, b);
+    return isMarked(a) && isMarked(b) && equality.equal(a, b);
   }
 
  private:
@@ -123,6 +124,7 @@ class Numbering {
   std::unordered_map<std::size_t, std::vector<std::pair<xany, std::size_t>>> leaves;
   std::map<std::string, std::size_t> texts;
   std::map<std::vector<std::size_t>, std::size_t> numbers;
+  velEquality equality;
   std::vector<Frame> frames;
   std::vector<xany> kept;  // so that no address comes back meanwhile
 };

@@ -1,21 +1,13 @@
 #include "velequals.h"
 
 #include <unordered_map>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
+#include "velequality.h"
 #include "velparts.h"
 
 namespace {
-
-using Pair = std::pair<xobject*, xobject*>;
-struct PairHash {
-  std::size_t operator()(const Pair& pair) const {
-    const std::hash<const void*> hash;
-    return hash(pair.first) * 31 + hash(pair.second);
-  }
-};
 
 // Whether the two have the same parts by name; their values are still to be compared.
 bool SameOutline(const velParts& a, const velParts& b) {
@@ -76,30 +68,46 @@ class Hasher {
 
 }  // namespace
 
-bool velEquals(const xany& a, const xany& b) {
-  std::unordered_set<Pair, PairHash> assumed;  // equal unless a difference turns up
-  std::vector<std::pair<xany, xany>> kept;     // so that no address comes back meanwhile
-  std::vector<std::pair<xany, xany>> pending{{a, b}};
+// The objects at `at`, and those they are parts of, are different; of the others nothing
+// is known.
+bool velEquality::differ(std::size_t at) {
+  for (const Assumed& one : assumed) verdicts.erase(one.pair);
+  for (; at != kTop; at = assumed[at].above) verdicts[assumed[at].pair] = false;
+  return false;
+}
+
+bool velEquality::equal(const xany& a, const xany& b) {
+  assumed.clear();
+  std::vector<Task> pending{{a, b, kTop}};
   while (!pending.empty()) {
-    auto [x, y] = std::move(pending.back());
+    Task task = std::move(pending.back());
     pending.pop_back();
-    xobject* const first = velObjectOfValue(x);
-    xobject* const second = velObjectOfValue(y);
+    xobject* const first = velObjectOfValue(task.a);
+    xobject* const second = velObjectOfValue(task.b);
     if (!first || !second) {
-      if (first || second || !velSameLeaf(x, y)) return false;
+      if (first || second || !velSameLeaf(task.a, task.b)) return differ(task.above);
       continue;
     }
-    if (first == second || !assumed.insert({first, second}).second) continue;
-    kept.emplace_back(std::move(x), std::move(y));
+    if (first == second) continue;
+    const auto [verdict, isNew] = verdicts.emplace(Pair(first, second), true);
+    if (!isNew) {
+      if (!verdict->second) return differ(task.above);
+      continue;
+    }
+    assumed.push_back({{first, second}, task.above});
+    kept.emplace_back(std::move(task.a), std::move(task.b));
+    const std::size_t here = assumed.size() - 1;
     velParts left = velPartsOf(first);
     velParts right = velPartsOf(second);
-    if (!SameOutline(left, right)) return false;
+    if (!SameOutline(left, right)) return differ(here);
     for (std::size_t i = left.list.size(); i-- > 0;) {
-      pending.emplace_back(std::move(left.list[i].value), std::move(right.list[i].value));
+      pending.push_back({std::move(left.list[i].value), std::move(right.list[i].value), here});
     }
   }
   return true;
 }
+
+bool velEquals(const xany& a, const xany& b) { return velEquality().equal(a, b); }
 
 std::size_t velHash(const xany& value) {
   constexpr int kLevels = 3;
