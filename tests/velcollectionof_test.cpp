@@ -178,6 +178,35 @@ TEST(VelCollectionOf, PrintsLikeTheStandardOnes) {
   EXPECT_EQ(velPrinted(velAny(colors)), text);
 }
 
+// Described by hand, with a collection of itself; with its name first, or not.
+class Early : public virtual xobject {
+  VEL_OBJECT(Early)
+};
+class Late : public virtual xobject {
+  VEL_OBJECT(Late)
+};
+template <class C>
+xrttiattr* ChildrenOf() {
+  return new xrttiattr("children", velSequenceOf<C>::getClassRtti(), 1,
+                       [](xobject*) { return xany(xanyNil); });
+}
+VEL_OBJECT_RTTI(Early, xrttistruct, [](xrttistruct* rtti) {
+  rtti->initializeRttiObject("collections::Early", 1, 0, nullptr);
+  static xrttiattr* const attrs[] = {ChildrenOf<Early>()};
+  rtti->initializeRttiStruct("collections::Early", 1, 0, nullptr, 1, attrs);
+})
+VEL_OBJECT_RTTI(Late, xrttistruct, [](xrttistruct* rtti) {
+  static xrttiattr* const attrs[] = {ChildrenOf<Late>()};
+  rtti->initializeRttiStruct("collections::Late", 1, 0, nullptr, 1, attrs);
+})
+
+TEST(VelCollectionOf, IsRefusedToAClassByHandThatHasNoNameYet) {
+  EXPECT_EQ(Early::getClassRtti()->getName(), "collections::Early");
+  EXPECT_EQ(velSequenceOf<Early>::getClassRtti()->getName(), "collections::Earlyseq");
+  EXPECT_VEL_NATIVE(Late::getClassRtti(), "Type is not described yet");
+  EXPECT_VEL_NATIVE(Late::getClassRtti(), "Type is not described yet");
+}
+
 // ---- how collections are written by value -------------------------------------------------
 
 TEST(VelWrites, KnowTheStandardCollections) {

@@ -1,6 +1,7 @@
 // A type made by macro and the same type written by hand cannot be told apart.
 #include "veltwins.h"
 
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -86,12 +87,12 @@ VEL_OBJECT_RTTI(Point, xrttistruct, [](xrttistruct* rtti) {
   });
   setter("_s11n_setextra", [](xobject* o, const xany& value) { velView<Point>(o)->extra = value; });
   setter("_s11n_setnext", [](xobject* o, const xany& value) {
-    Point* next = nullptr;
+    Point* found = nullptr;
     if (!IsNothing(value)) {
-      next = value.isobject() ? dynamic_cast<Point*>(value.operator xobject*()) : nullptr;
-      if (!next) velThrowValueMismatch(Point::getClassRtti(), value);
+      found = value.isobject() ? dynamic_cast<Point*>(value.operator xobject*()) : nullptr;
+      if (!found) velThrowValueMismatch(Point::getClassRtti(), value);
     }
-    velView<Point>(o)->next = xrchandle<Point>(next);
+    velView<Point>(o)->next = xrchandle<Point>(found);
   });
   setter("_s11n_setother", [](xobject* o, const xany& value) {
     if (!IsNothing(value) && !value.isobject()) velThrowValueMismatch(velGetRtti_object(), value);
@@ -146,9 +147,10 @@ class Wide : public virtual xobject {
 template <int kNumber>
 void AddWide(xrttistruct* rtti, xrttiattr** attrs) {
   const std::string digits = std::to_string(1000 + kNumber).substr(1);
-  const char* const name = (new std::string("m" + digits))->c_str();
-  const char* const key = (new std::string("_s11n_setm" + digits))->c_str();
-  attrs[kNumber] = new xrttiattr(name, velGetRtti_any(), 1,
+  // The key is borrowed for ever.
+  const char* const key = std::strcpy(new char[20], ("_s11n_setm" + digits).c_str());
+  const std::string name = "m" + digits;
+  attrs[kNumber] = new xrttiattr(name.c_str(), velGetRtti_any(), 1,
                                  [](xobject* o) { return velView<Wide>(o)->all[kNumber]; });
   const velS11nSetter set = [](xobject* o, const xany& value) {
     velView<Wide>(o)->all[kNumber] = value;
@@ -157,7 +159,7 @@ void AddWide(xrttistruct* rtti, xrttiattr** attrs) {
 }
 template <int... kNumbers>
 void AddAllWide(xrttistruct* rtti, xrttiattr** attrs, std::integer_sequence<int, kNumbers...>) {
-  (AddWide<kNumbers>(rtti, attrs), ...);
+  for (const auto add : {&AddWide<kNumbers>...}) add(rtti, attrs);
 }
 VEL_OBJECT_RTTI(Wide, xrttistruct, [](xrttistruct* rtti) {
   static xrttiattr* attrs[300];

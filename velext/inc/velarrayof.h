@@ -76,12 +76,12 @@ class velArrayClass
 
   static void velDescribe(xrttiarray* rtti) {
     static constexpr int kAll[] = {kSizes...};
-    const char* const name = velKeptName(velTypeName(velNameTag<velArrayClass>()));
-    rtti->initializeRttiObject(name, 1, 0, nullptr);
+    const std::string name = velTypeName(velNameTag<velArrayClass>());
+    rtti->initializeRttiObject(name.c_str(), 1, 0, nullptr);
     xrtti* const type = velMember<E>::type();
     velSetWrites(rtti, &kWrites);
-    rtti->initializeRttiArray(name, 1, kDimensions, kAll, type,
-                              velMember<E>::kOptional, &element);
+    rtti->initializeRttiArray(name.c_str(), 1, kDimensions, kAll, type, velMember<E>::kOptional,
+                              &element);
   }
 
   E elements[static_cast<std::size_t>((1 * ... * kSizes))] = {};

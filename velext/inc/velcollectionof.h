@@ -11,7 +11,8 @@
 // descriptor, registered by name when a program first uses them, casts, create(),
 // createCapacity(). An object element may be null, which reads as nil. There are no others
 // (no std::string, float or std::int64_t): they would have the names of these.
-// They are made and written by name, too (velwrites.h).
+// They are made and written by name, too (velwrites.h). A class may have collections of
+// itself, and of a class that is only declared so far.
 // Threads and ownership: as the templates (xtbsequence.h, xtbdictionary.h).
 #ifndef VELSTD_VELEXT_VELCOLLECTIONOF_H
 #define VELSTD_VELEXT_VELCOLLECTIONOF_H
@@ -26,11 +27,9 @@
 #include "velwrites.h"
 #include "xcollections.h"
 
-/// The same text, which lives for ever: descriptors borrow their names.
-VELSTD_API const char* velKeptName(const std::string& name);
 /// The name of a type. Throws velXNativeException "Type is not described yet" for one
-/// that has none: a class described by other means than these, of whose collections its
-/// own description needs one.
+/// that has none: a class described by hand, of whose collections its own description
+/// needs one before it has named itself (by initializeRttiObject).
 VELSTD_API std::string velNameOfType(xrtti* type);
 
 /// The name of the type of elements E, if it can be without its descriptor, which may be
@@ -112,11 +111,11 @@ class velSequenceClass
 
   static void velDescribe(xrttisequence* rtti) {
     using Functions = velElementFunctions<velSequenceClass, E>;
-    const char* const name = velKeptName(velTypeName(velNameTag<velSequenceClass>()));
-    rtti->initializeRttiObject(name, 1, 0, nullptr);
+    const std::string name = velTypeName(velNameTag<velSequenceClass>());
+    rtti->initializeRttiObject(name.c_str(), 1, 0, nullptr);
     xrtti* const type = velMember<E>::type();
     velSetWrites(rtti, &Functions::kWrites);
-    rtti->initializeRttiSeq(name, 1, type, velMember<E>::kOptional,
+    rtti->initializeRttiSeq(name.c_str(), 1, type, velMember<E>::kOptional,
                             &Functions::size, &Functions::element);
   }
 };
@@ -179,11 +178,11 @@ class velDictionaryClass
 
   static void velDescribe(xrttidictionary* rtti) {
     using Functions = velEntryFunctions<velDictionaryClass, E>;
-    const char* const name = velKeptName(velTypeName(velNameTag<velDictionaryClass>()));
-    rtti->initializeRttiObject(name, 1, 0, nullptr);
+    const std::string name = velTypeName(velNameTag<velDictionaryClass>());
+    rtti->initializeRttiObject(name.c_str(), 1, 0, nullptr);
     xrtti* const type = velMember<E>::type();
     velSetWrites(rtti, &Functions::kWrites);
-    rtti->initializeRttiDict(name, 1, type, velMember<E>::kOptional,
+    rtti->initializeRttiDict(name.c_str(), 1, type, velMember<E>::kOptional,
                              &Functions::size, &Functions::find, &Functions::key,
                              &Functions::value);
   }
