@@ -196,7 +196,7 @@ class Fresh : public velStruct<Fresh> {
  public:
   explicit Fresh(int start = 0) : from(start) {}
   int from;
-  xany getA() const { return Sequence(from, "a"); }
+  xany getA() const { return Sequence("always", "the same"); }
   xany getB() const { return Sequence(from, Sequence("b", from + 1)); }
   xany getC() const { return Sequence(velAny(velNew<Point>())); }
   static void velDescribe(xrttistruct* rtti) {
@@ -218,8 +218,9 @@ TEST(VelEquals, MayMeetANewObjectAtEachCall) {
     EXPECT_FALSE(velEquals(one, other));
     EXPECT_EQ(velHash(one), velHash(same));
     EXPECT_NE(velHash(one), velHash(other));
+    EXPECT_NE(velHash(Sequence(one, same)), velHash(Sequence(one, other)));
     EXPECT_TRUE(velDiff(one, same).empty());
-    EXPECT_EQ(velDiff(one, other).size(), 3U);
+    EXPECT_EQ(velDiff(one, other).size(), 2U);
   }
 }
 
