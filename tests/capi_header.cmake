@@ -1,17 +1,11 @@
 # Compiles velstd_c.h alone, twice in one file, as C99 and as C++17 with each of COMPILERS (the first
 # must be there, the others are tried where they are).
+include("${CMAKE_CURRENT_LIST_DIR}/compilers.cmake")
 file(WRITE "${SCRATCH}/header.c" "#include <velstd_c.h>\n#include <velstd_c.h>\n\
 enum __xanykind kind = xanyNil;\n\
 int isKind(const __xany_c *any) { return any->kind == (__xanykind)kind; }\n")
-string(REPLACE "," ";" COMPILERS "${COMPILERS}")
-foreach(compiler IN LISTS COMPILERS)
-  unset(found)
-  unset(found CACHE)
-  find_program(found "${compiler}")
-  if(NOT found)
-    message("${compiler} is not there")
-    continue()
-  endif()
+velstd_compilers(known "${COMPILERS}")
+foreach(found IN LISTS known)
   foreach(language "-xc;-std=c99;-pedantic" "-xc++;-std=c++17;-pedantic" "-xc;-std=c11;-pedantic-errors")
     execute_process(
       COMMAND "${found}" ${language} -fsyntax-only -Wall -Wextra -Werror
@@ -20,9 +14,5 @@ foreach(compiler IN LISTS COMPILERS)
     if(NOT status EQUAL 0)
       message(FATAL_ERROR "${found} ${language}:\n${text}")
     endif()
-    math(EXPR compiled "${compiled} + 1")
   endforeach()
 endforeach()
-if(compiled LESS 3)
-  message(FATAL_ERROR "No compiler ran")
-endif()
