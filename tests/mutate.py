@@ -74,8 +74,8 @@ STRICT = {
 }
 
 # What the library and its tests are built of.
-PARTS = ["CMakeLists.txt", "cmake", "velbase", "velstd", "korkit", "capi", "tests", "fuzz", "docs",
-         "examples", "tools", "README.md", "LICENSE"]
+PARTS = ["CMakeLists.txt", "cmake", "velbase", "velstd", "korkit", "capi", "velext", "veljson",
+         "tests", "fuzz", "docs", "examples", "tools", "README.md", "LICENSE"]
 
 TURNED = {"<": "<=", "<=": "<", ">": ">=", ">=": ">", "==": "!=", "!=": "==",
           "&&": "||", "||": "&&"}
