@@ -34,6 +34,13 @@ function(velstd_side_library name base)
     install(DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}/inc/"
             DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/velstd" FILES_MATCHING PATTERN "*.h")
     install(EXPORT velstd${name}Targets NAMESPACE velstd:: DESTINATION "${velstdPackageDir}")
+    set(velstdPcName ${name})
+    string(REGEX REPLACE "^velstd::" "velstd-" velstdPcRequires "${base}")
+    string(REGEX REPLACE "-velstd$" "" velstdPcRequires "${velstdPcRequires}")
+    configure_file("${PROJECT_SOURCE_DIR}/cmake/velstd-side.pc.in"
+                   "${PROJECT_BINARY_DIR}/velstd-${name}.pc" @ONLY)
+    install(FILES "${PROJECT_BINARY_DIR}/velstd-${name}.pc"
+            DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
   endif()
 endfunction()
 

@@ -2,6 +2,7 @@
 #include <velext.h>
 #include <veljson.h>
 
+#include <clocale>
 #include <iostream>
 
 namespace demo {
@@ -28,6 +29,9 @@ class Order : public velStruct<Order> {
 }  // namespace demo
 
 int main() {
+  std::setlocale(LC_ALL, "");  // what is printed is in the terminal's encoding
+  velInstallTerminateHandler();
+
   // Made and filled by names, as code does that knows no class.
   xany order = velAny(velCreate("demo::Order"));
   velSetPath(order, "/number", velAny(7));
@@ -38,7 +42,7 @@ int main() {
 
   // JSON, and back by the name of the type.
   const std::string text = velToJson(order);
-  xany back = velFromJson("demo::Order", text);
+  xany back = velFromJson("demo::Order", text);  // or velFromJson<demo::Order>(text)
   std::cout << text << '\n' << "equal: " << velEquals(back, order) << '\n';
 
   // What somebody has changed in a copy.
@@ -49,7 +53,7 @@ int main() {
 
   // Loops, values and exceptions of the standard library's kind.
   auto prices = velDictionary(std::map<std::string, double>{{"tea", 12.5}, {"cake", 4}});
-  for (auto& [key, price] : velSorted(*prices)) std::cout << velView(key) << ' ' << price << '\n';
+  for (auto& [key, price] : velSorted(prices)) std::cout << velView(key) << ' ' << price << '\n';
   if (auto number = velGet<int>(velGetPath(order, "/number"))) std::cout << *number + 1 << '\n';
   try {
     velTry([&] { return velFromJson("demo::Order", "{\"number\": \"seven\"}"); });

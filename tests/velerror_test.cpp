@@ -44,7 +44,7 @@ TEST(VelTry, GivesWhatTheCallReturns) {
 TEST(VelTry, TurnsAThrownObjectIntoAStdException) {
   const auto numbers = xintsequence::create();
   EXPECT_EQ(WhatOf([&] { velTry([&] { return numbers->get(99); }); }),
-            "vellib::XInvalidSeqIndex: Sequence index is out of range\n"
+            "vellib::XInvalidSeqIndex: Sequence index is out of range: 99\n"
             "vellib::XInvalidSeqIndex\n"
             "{\n"
             "  Description : \"Sequence index is out of range\"\n"
@@ -169,7 +169,7 @@ TEST(VelError, LargeAndDeepObjectsAreToldInPart) {
     const std::string what = WhatOf([&] {
       velTry([&] { velXInvalidSeqIndex::Throw(value, 7); });
     });
-    EXPECT_EQ(what.size(), std::string("vellib::XInvalidSeqIndex: Sequence index is out of range\n")
+    EXPECT_EQ(what.size(), std::string("vellib::XInvalidSeqIndex: Sequence index is out of range: 7\n")
                                .size() + 65536 + 3);
     EXPECT_EQ(what.substr(what.size() - 3), "...");
   }
@@ -177,16 +177,56 @@ TEST(VelError, LargeAndDeepObjectsAreToldInPart) {
 
 // The longest text that is told in full, and the shortest that is not.
 TEST(VelError, TextIsToldInFullUpToTheLimit) {
-  const auto whatOf = [](std::size_t length) {
+  const auto walked = [](std::size_t length) {
     const std::string text(length, 'a');
-    return WhatOf([&] { velTry([&] { velXNativeException::Throw(text.c_str()); }); });
+    const std::string what =
+        WhatOf([&] { velTry([&] { velXNativeException::Throw(text.c_str()); }); });
+    return what.substr(what.find('\n') + 1);
   };
-  const std::size_t head = std::string("vellib::XNativeException: Native exception\n").size();
-  const std::size_t room = 65536 - (whatOf(0).size() - head);
-  EXPECT_EQ(whatOf(room).size(), head + 65536);
-  EXPECT_EQ(whatOf(room).back(), '}');
-  EXPECT_EQ(whatOf(room + 1).size(), head + 65536 + 3);
-  EXPECT_EQ(whatOf(room + 1).substr(head + 65530), "aaaa\"\n...");
+  const std::size_t room = 65536 - walked(0).size();
+  EXPECT_EQ(walked(room).size(), 65536U);
+  EXPECT_EQ(walked(room).back(), '}');
+  EXPECT_EQ(walked(room + 1).size(), 65536U + 3);
+  EXPECT_EQ(walked(room + 1).substr(65530), "aaaa\"\n...");
+}
+
+// ---- in one line ----
+
+template <class Act>
+std::string SummaryOf(Act act) {
+  try {
+    act();
+  } catch (xthrowable* caught) {
+    const std::string summary = velSummary(caught);
+    xrcrelease(caught);
+    return summary;
+  }
+  return "no exception";
+}
+
+TEST(VelSummary, TellsWhatTheAttributesTell) {
+  const auto numbers = xintsequence::create();
+  const xany text = "x";
+  EXPECT_EQ(SummaryOf([] { velhThrowNull(); }), "Attempt to assign null to non-optional object");
+  EXPECT_EQ(SummaryOf([&] { numbers->get(-1); }), "Negative index: -1");
+  EXPECT_EQ(SummaryOf([&] { numbers->get(3); }), "Sequence index is out of range: 3");
+  EXPECT_EQ(SummaryOf([&] { velXTypeMismatch::Throw("int", text); }),
+            "Object type mismatch: string where int is expected");
+  EXPECT_EQ(SummaryOf([&] { velXTypeMismatch::Throw("int", xany(xanyNil)); }),
+            "Object type mismatch: nil where int is expected");
+  EXPECT_EQ(SummaryOf([&] { velhThrowInvalidDictKey(numbers, "k"); }),
+            "Dictionary key is not found: \"k\" in intseq");
+  EXPECT_EQ(SummaryOf([&] { velhThrowInvalidArrayIndex(numbers, 7, 1); }),
+            "Array index is out of range: 7 in dimension 1");
+  EXPECT_EQ(SummaryOf([] { velXNativeException::Throw("gone"); }), "gone");
+  EXPECT_EQ(SummaryOf([] { velXNativeException::Throw(""); }), "Native exception");
+}
+
+TEST(VelSummary, CutsALongTextBetweenCharacters) {
+  const std::string almost(999, 'a');
+  EXPECT_EQ(SummaryOf([&] { velXNativeException::Throw((almost + 'b').c_str()); }), almost + 'b');
+  EXPECT_EQ(SummaryOf([&] { velXNativeException::Throw((almost + "bc").c_str()); }),
+            almost + "b...");
 }
 
 // ---- the other way ----
@@ -249,7 +289,7 @@ TEST(VelTerminateHandlerDeathTest, SaysWhatNobodyCaught) {
   EXPECT_EXIT(EndsWith([] { velXNativeException::Throw("gone"); }),
               ::testing::KilledBySignal(SIGABRT),
               ::testing::Eq("terminate called after throwing vellib::XNativeException: "
-                            "Native exception\n"
+                            "gone\n"
                             "vellib::XNativeException\n"
                             "{\n"
                             "  Description : \"Native exception\"\n"

@@ -172,6 +172,32 @@ TEST(VelJson, WritesEntriesInTheOrderOfTheirKeys) {
   EXPECT_EQ(velToJson(velAny(dictionary)), "{\"\":1,\"a\":1,\"b\":1,\"c\":1}");
 }
 
+namespace {
+
+class Faulty : public velStruct<Faulty> {
+  long long big = 5000000000;
+
+ public:
+  VEL_STRUCT(Faulty, "jsontest::Faulty", big)
+};
+
+}  // namespace
+
+TEST(VelJson, TellsWhatAGetterThrows) {
+  std::string source;
+  EXPECT_EQ(Complaint([] { velToJson(velAny(velNew<Faulty>())); }, &source),
+            "Integer out of range: 5000000000");
+  EXPECT_EQ(source, "vellib::XNativeException");
+}
+
+TEST(VelJson, ReadsAnObjectAsItsClass) {
+  const xrchandle<Point> point = velFromJson<Point>("{\"x\": 3}");
+  EXPECT_EQ(velToJson(velAny(point)), "{\"x\":3,\"y\":0,\"label\":null}");
+  EXPECT_TRUE(velFromJson<Point>("null").isnull());
+  EXPECT_EQ(Complaint([] { velFromJson<Point>("[]"); }),
+            "line 1, column 1: an array where jsontest::Point is expected");
+}
+
 TEST(VelJson, LeavesOutAnUninitialisedAttributeOnly) {
   EXPECT_EQ(velToJson(velAny(velNew<Drawing>())).find("extra"), std::string::npos);
   const auto dictionary = xanydictionary::create();
@@ -306,10 +332,10 @@ TEST(VelJson, TellsThePlaceAndTheReasonOfWhatDoesNotFit) {
     const char* source;
   } kCases[] = {
       {"{\"points\":[{\"x\":1},\n {\"x\":\"no\"}]}",
-       "/points/1/x: line 2, column 7: Object type mismatch", "vellib::XTypeMismatch"},
-      {"{\"nope\":1}", "/nope: line 1, column 9: Dictionary key is not found",
+       "/points/1/x: line 2, column 7: Object type mismatch: string where int is expected", "vellib::XTypeMismatch"},
+      {"{\"nope\":1}", "/nope: line 1, column 9: Dictionary key is not found: \"nope\" in jsontest::Drawing",
        "vellib::XInvalidDictKey"},
-      {"{\"points\":3}", "/points: line 1, column 11: Object type mismatch",
+      {"{\"points\":3}", "/points: line 1, column 11: Object type mismatch: int where jsontest::Pointseq is expected",
        "vellib::XTypeMismatch"},
       {"[1]", "line 1, column 1: an array where jsontest::Drawing is expected", ""},
       {"{\"origin\":[]}", "/origin: line 1, column 11: an array where jsontest::Point is expected",
@@ -318,14 +344,14 @@ TEST(VelJson, TellsThePlaceAndTheReasonOfWhatDoesNotFit) {
        "/points: line 1, column 12: an object where jsontest::Pointseq is expected", ""},
       {"{\"board\":[[1,2]]}", "/board/0: line 1, column 15: the array has 2 elements instead of 3",
        ""},
-      {"{\"board\":[[1,2,3,4]]}", "/board/0/3: line 1, column 18: Array index is out of range",
+      {"{\"board\":[[1,2,3,4]]}", "/board/0/3: line 1, column 18: Array index is out of range: 3 in dimension 1",
        "vellib::XInvalidArrayIndex"},
       {"{\"board\":[1]}", "/board/0: line 1, column 11: an array is expected here", ""},
       {"{\"colors\":{\"a\":\"pink\"}}",
        "/colors/a: line 1, column 16: \"pink\" is no value of jsontest::Color", ""},
       {"{\"points\":[{\"x\":2147483648}]}", "/points/0/x: line 1, column 17: integer out of range",
        ""},
-      {"{\"isDone\":null}", "/isDone: line 1, column 11: Object type mismatch",
+      {"{\"isDone\":null}", "/isDone: line 1, column 11: Object type mismatch: nil where bool is expected",
        "vellib::XTypeMismatch"},
   };
   for (const auto& [text, complaint, source] : kCases) {
@@ -363,6 +389,11 @@ TEST(VelJson, ATagNamesASubclassWhereItsBaseIsExpected) {
   const xany value = velFromJson("jsontest::Drawing",
                                  "{\"origin\":{\"@type\":\"jsontest::Deeper\",\"z\":3}}", Tagged());
   EXPECT_EQ(velGetPath(value, "/origin").getVelTypeName(), "jsontest::Deeper");
+}
+
+TEST(VelJson, TheRootHasNoPath) {
+  EXPECT_EQ(ComplaintAbout("jsontest::Opaque", "{\"x\": 1}"),
+            "line 1, column 2: an object where jsontest::Opaque is expected");
 }
 
 TEST(VelJson, RefusesTagsThatDoNotFit) {

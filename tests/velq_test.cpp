@@ -646,8 +646,10 @@ TEST(VelqCheck, TellsWhetherADocumentIsOfAType) {
 
 TEST(VelqCheck, RefusesUnknownTypesAndLibraries) {
   const TempFile file("order.json", kOrder);
-  EXPECT_EQ(Velq({"check", "--type", "nobody", file.path()}).error, "velq: unknown type nobody\n");
-  EXPECT_EQ(Velq({"schema", "nobody"}).error, "velq: unknown type nobody\n");
+  const std::string unknown =
+      "velq: unknown type nobody (velq types lists them; --load brings more)\n";
+  EXPECT_EQ(Velq({"check", "--type", "nobody", file.path()}).error, unknown);
+  EXPECT_EQ(Velq({"schema", "nobody"}).error, unknown);
   const Outcome missing = Velq({"types", "--load", "/nonexistent.so"});
   EXPECT_EQ(missing.status, 2);
   EXPECT_THAT(missing.error, ::testing::HasSubstr("/nonexistent.so"));

@@ -1,6 +1,7 @@
 #include "command.h"
 
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <charconv>
@@ -93,7 +94,11 @@ void loadLibraries(Arguments& arguments) {
   for (;;) {
     const std::string library = arguments.takeText("--load", "");
     if (library.empty()) return;
-    // Types stay registered, so their library stays loaded.
-    if (!dlopen(library.c_str(), RTLD_NOW | RTLD_GLOBAL | RTLD_NODELETE)) throw Failure(dlerror());
+    // A name without a folder is one of this folder before it is one of the system. Types
+    // stay registered, so their library stays loaded.
+    constexpr int kMode = RTLD_NOW | RTLD_GLOBAL | RTLD_NODELETE;
+    const bool isHere = library.find('/') == std::string::npos && access(library.c_str(), F_OK) == 0;
+    const std::string path = isHere ? "./" + library : library;
+    if (!dlopen(path.c_str(), kMode)) throw Failure(dlerror());
   }
 }

@@ -14,7 +14,7 @@
 #include "command.h"
 #include "country.h"
 #include "output.h"
-#include "velstd.h"
+#include "velext.h"
 
 namespace {
 
@@ -119,7 +119,7 @@ int Run(int argc, char** argv, std::ostream& out) {
   } catch (xthrowable* caught) {
     const xrchandle<xthrowable> held(caught);
     xrcrelease(caught);
-    return Fail(xany(held).toString().CastToCString());
+    return Fail(velSummary(caught));
   }
 }
 

@@ -36,6 +36,13 @@ VELSTD_API std::size_t velHash(const xany& value);
 /// as the new object has them; when that is another value, it throws "Attribute cannot
 /// be set: N".
 VELSTD_API xany velClone(const xany& value);
+/// The same of what a handle holds; a null handle for null.
+template <class C>
+xrchandle<C> velClone(const xrchandle<C>& object) {
+  if (object.isnull()) return xrchandle<C>();
+  const xany copy = velClone(xany(object));
+  return xrchandle<C>(dynamic_cast<C*>(copy.operator xobject*()));
+}
 
 /// One difference: the place, as a path (velbyname.h), and what is there before and
 /// after; nothing where there is nothing.

@@ -15,11 +15,18 @@
 #define VELSTD_VELEXT_VELERROR_H
 
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 #include "korapi.h"
 #include "xrchandle.h"
 #include "xthrowable.h"
+
+/// What happened, in one line: the Description of an exception (the name of its type, if
+/// it has none) with what its attributes tell of it: "Object type mismatch: string where
+/// int is expected", "Sequence index is out of range: 99"; the text of a native exception, up to 1,000 bytes
+/// of it and "...". In UTF-8.
+VELSTD_API std::string velSummary(xthrowable* exception);
 
 /// A thrown object as a std::exception. what() is the name of its type, its
 /// Description, if it has one, and, on lines of their own, the object as the walker

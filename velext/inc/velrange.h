@@ -254,7 +254,8 @@ T velElementOf(const U& value) {
   }
 }
 
-/// A copy of the elements: velToVector(*numbers), velToVector<std::string>(*names).
+/// A copy of the elements, as they are (a nil int is the int that stands for it), or as
+/// values of type U: velToVector(*numbers), velToVector<std::string>(*names).
 template <class U, class T>
 std::vector<U> velToVector(xtbsequence<T>& sequence) {
   std::vector<U> made;
@@ -277,6 +278,32 @@ std::map<std::string, U> velToMap(xtbdictionary<T>& dictionary) {
 template <class T>
 std::map<std::string, T> velToMap(xtbdictionary<T>& dictionary) {
   return velToMap<T, T>(dictionary);
+}
+
+/// The same for what a handle holds, which must not be null.
+template <class C>
+auto velCount(const xrchandle<C>& collection) -> decltype(velCount(*collection)) {
+  return velCount(*collection);
+}
+template <class C>
+auto velSorted(const xrchandle<C>& collection) -> decltype(velSorted(*collection)) {
+  return velSorted(*collection);
+}
+template <class C>
+auto velToVector(const xrchandle<C>& collection) -> decltype(velToVector(*collection)) {
+  return velToVector(*collection);
+}
+template <class U, class C>
+auto velToVector(const xrchandle<C>& collection) -> decltype(velToVector<U>(*collection)) {
+  return velToVector<U>(*collection);
+}
+template <class C>
+auto velToMap(const xrchandle<C>& collection) -> decltype(velToMap(*collection)) {
+  return velToMap(*collection);
+}
+template <class U, class C>
+auto velToMap(const xrchandle<C>& collection) -> decltype(velToMap<U>(*collection)) {
+  return velToMap<U>(*collection);
 }
 
 /// Which collections keep values of type T.

@@ -7,6 +7,8 @@
 //     VEL_STRUCT(Point, "demo::Point", x, y, label)
 //   };
 //
+// A member that is not listed is not seen by anybody: not printed, not compared, not
+// copied. The name of a type must be the only one of its kind in a program.
 // Such a class is counted and lives on the heap: xrchandle<Point> p = new Point, or
 // velNew<Point>(...). Its descriptor, registered when the program is loaded, names the
 // members that are listed, in that order; they may be private. Objects can be walked,
@@ -35,10 +37,14 @@
 template <class Base>
 class velVirtually : public virtual Base {};
 
+/// Tells that a class derives from the base that is its own, not from another's alone.
+template <class T>
+struct velSelfOf {};
+
 /// What every class of this library has (see VEL_OBJECT), for a class T whose private
 /// `velDescribe(Kind*)` fills in its descriptor, on top of the Bases.
 template <class T, class Kind, class... Bases>
-class velObjectOf : public Bases... {
+class velObjectOf : public velSelfOf<T>, public Bases... {
  public:
   using Bases::Bases...;
   /// The descriptor of T: borrowed, lives for ever.
@@ -247,6 +253,7 @@ class velDescription {
   VEL_CREATOR_HERE                                                        \
   static void velDescribe(xrttistruct* rtti) {                            \
     rtti->initializeRttiObject(VEL_FIRST(__VA_ARGS__), 1, 0, nullptr);    \
+    VEL_CHECK_BASE(C, "velStruct")                                        \
     VEL_FOR_EACH_BUT_FIRST(VEL_CHECK_MEMBER, __VA_ARGS__)                 \
     velSelf::velInitialize(                                               \
         rtti, VEL_FIRST(__VA_ARGS__), velCreator<velSelf>(nullptr),       \
@@ -257,9 +264,14 @@ class velDescription {
  public:                                                                  \
   static const char* velTypeName(::velNameTag<C>) { return VEL_FIRST(__VA_ARGS__); }
 
+#define VEL_CHECK_BASE(C, base)                                                         \
+  static_assert(std::is_base_of<velSelfOf<velSelf>, velSelf>::value,                    \
+                "'" #C "' must derive from " base "<" #C ", bases...>, not from a base itself");
 #define VEL_CHECK_MEMBER(name)                                                          \
   static_assert(velMember<std::remove_const_t<decltype(velSelf::name)>>::kPossible,     \
-                "the type of member '" #name "' cannot be that of an attribute");
+                "the type of member '" #name "' cannot be that of an attribute (see "   \
+                "velmember.h): objects are held as xrchandle<T>, sequences as "         \
+                "xrchandle<velSequenceOf<T>>, enumerations are made by VEL_ENUM");
 #define VEL_MEMBER_INFO_OF(name) \
   velMemberOf<velSelf, &velSelf::name>::info(#name, "_s11n_set" #name)
 #define VEL_MEMBER_INFO(name) VEL_MEMBER_INFO_OF(name),

@@ -86,6 +86,7 @@ class velUnion<T> : public velObjectOf<T, xrttiunion, velVirtually<xobject>> {
   friend class ::velObjectOf;                                                      \
   VEL_CREATOR_HERE                                                                 \
   static void velDescribe(xrttiunion* rtti) {                                      \
+    VEL_CHECK_BASE(C, "velUnion")                                                  \
     rtti->initializeRttiObject(TypeName, 1, 0, nullptr);                           \
     using velLabel = std::remove_const_t<decltype(velSelf::discriminator)>;        \
     static_assert(::velIsLabel<velLabel>::value, "the discriminator '" #discriminator \

@@ -12,6 +12,7 @@
 #include "velparts.h"
 #include "velprint.h"
 #include "veltext.h"
+#include "velvalue.h"
 
 namespace {
 
@@ -422,6 +423,13 @@ void Write(std::ostream& out, const std::optional<xany>& value) {
   }
 }
 
+// 1 and 1.0 read the same and are not.
+bool IsSameNumber(const std::optional<xany>& a, const std::optional<xany>& b) {
+  if (!a || !b || a->getkind() == b->getkind()) return false;
+  const std::optional<double> x = velGet<double>(*a);
+  return x && x == velGet<double>(*b);
+}
+
 }  // namespace
 
 std::vector<velDifference> velDiff(const xany& before, const xany& after) {
@@ -429,9 +437,14 @@ std::vector<velDifference> velDiff(const xany& before, const xany& after) {
 }
 
 std::ostream& operator<<(std::ostream& out, const velDifference& difference) {
+  const std::optional<xany>& before = difference.before;
+  const std::optional<xany>& after = difference.after;
+  const bool isOtherKind = IsSameNumber(before, after);
   out << difference.path << " : ";
-  Write(out, difference.before);
+  Write(out, before);
+  if (isOtherKind) out << " (" << before->getVelTypeName() << ')';
   out << " -> ";
-  Write(out, difference.after);
+  Write(out, after);
+  if (isOtherKind) out << " (" << after->getVelTypeName() << ')';
   return out;
 }

@@ -57,12 +57,23 @@ std::string WalkedText(xthrowable* object) {
 }
 
 std::string TextOf(xthrowable* object) {
-  std::string text = velUtf8(object->getVelTypeName());
-  if (auto* const exception = dynamic_cast<velXException*>(object)) {
-    const xstring description = exception->getDescription();
-    if (!description.IsNull()) text += ": " + velUtf8(description);
-  }
-  return text + '\n' + WalkedText(object);
+  const std::string name = velUtf8(object->getVelTypeName());
+  const std::string summary = velSummary(object);
+  return (summary == name ? name : name + ": " + summary) + '\n' + WalkedText(object);
+}
+
+// One line's worth of a text in UTF-8, in whole characters.
+std::string BeginningOf(std::string text) {
+  constexpr std::size_t kMostOfLine = 1000;
+  if (text.size() <= kMostOfLine) return text;
+  std::size_t end = kMostOfLine;
+  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80) --end;
+  return text.substr(0, end) + "...";
+}
+
+// The name of the type of a value.
+std::string TypeOf(const xany& value) {
+  return value.isnil() ? "nil" : velUtf8(value.getVelTypeName());
 }
 
 std::atomic<std::terminate_handler> handlerBefore{nullptr};
@@ -88,6 +99,29 @@ std::atomic<std::terminate_handler> handlerBefore{nullptr};
 }
 
 }  // namespace
+
+std::string velSummary(xthrowable* exception) {
+  auto* const known = dynamic_cast<velXException*>(exception);
+  const xstring description = known ? known->getDescription() : xstring();
+  std::string text = velUtf8(description.IsNull() ? exception->getVelTypeName() : description);
+  if (auto* const native = dynamic_cast<velXNativeException*>(exception)) {
+    const xstring told = native->getStringRep();
+    if (!told.IsNull() && !told.IsEmpty()) text = BeginningOf(velUtf8(told));
+  } else if (auto* const mismatch = dynamic_cast<velXTypeMismatch*>(exception)) {
+    text += ": " + TypeOf(mismatch->getVelObject()) + " where " +
+            velUtf8(mismatch->getTypeName()) + " is expected";
+  } else if (auto* const key = dynamic_cast<velXInvalidDictKey*>(exception)) {
+    text += ": \"" + velUtf8(key->getKey()) + "\" in " + TypeOf(key->getVelObject());
+  } else if (auto* const index = dynamic_cast<velXInvalidSeqIndex*>(exception)) {
+    text += ": " + std::to_string(index->getIndex());
+  } else if (auto* const cell = dynamic_cast<velXInvalidArrayIndex*>(exception)) {
+    text += ": " + std::to_string(cell->getIndex()) + " in dimension " +
+            std::to_string(cell->getDimension());
+  } else if (auto* const negative = dynamic_cast<velXNegativeIndex*>(exception)) {
+    text += ": " + std::to_string(negative->getIndex());
+  }
+  return text;
+}
 
 velError::velError(xthrowable* object) : std::runtime_error(TextOf(object)), held(object) {}
 

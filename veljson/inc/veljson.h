@@ -22,7 +22,9 @@
 // place stands as {"@type": T, "value": V}. Keys that begin with "@" get another one.
 //
 // Reading by type takes numbers without a fraction as reals where a real is expected,
-// nothing else for something else. Without a type a number that no int holds (and the
+// nothing else for something else. Of equal keys the last one counts. An object in the
+// place of one of a base is written with its own attributes and can be read with tags
+// only. Without a type a number that no int holds (and the
 // two ints that stand for nil and uninit) is a real, like one with a fraction.
 //
 // Errors are velXSerialization with path, line and column in the Description ("/lines/3
@@ -41,6 +43,7 @@
 #include <string_view>
 
 #include "korapi.h"
+#include "velobject.h"
 #include "xany.h"
 
 struct velJsonOptions {
@@ -66,6 +69,14 @@ VELSTD_API xany velFromJson(std::string_view text, const velJsonOptions& options
 /// and the like). Throws velXSerialization.
 VELSTD_API xany velFromJson(const char* typeName, std::string_view text,
                             const velJsonOptions& options = {});
+
+/// The same as an object of class C; a null handle for null.
+template <class C>
+xrchandle<C> velFromJson(std::string_view text, const velJsonOptions& options = {}) {
+  const xstring name = C::getClassRtti()->getName();
+  const xany value = velFromJson(name.CastToCString(), text, options);
+  return value.isnil() ? xrchandle<C>() : xrchandle<C>(velCast<C>(value.operator xobject*()));
+}
 
 /// The JSON Schema (2020-12) of what velToJson writes, without tags, for values of the
 /// type registered under `typeName`, as a value to be written with velToJson. Types

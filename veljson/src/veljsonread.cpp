@@ -10,6 +10,7 @@
 
 #include "velbyname.h"
 #include "veljson.h"
+#include "velerror.h"
 #include "veljsontype.h"
 #include "velparts.h"
 #include "velrtti.h"
@@ -280,13 +281,7 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
       xrcrelease(caught);
       if (auto* const known = dynamic_cast<velXSerialization*>(caught)) xthrow(xrchandle<velXSerialization>(known));
       auto* const exception = dynamic_cast<velXException*>(caught);
-      std::string what = velUtf8(caught->getVelTypeName());
-      if (auto* const native = dynamic_cast<velXNativeException*>(caught)) {
-        what = velUtf8(native->getStringRep());
-      } else if (exception) {
-        what = velUtf8(exception->getDescription());
-      }
-      fail(what, exception);
+      fail(velSummary(caught), exception);
     }
     return true;
   }
@@ -331,8 +326,8 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
 
   // Makes the object of a level.
   void decide(Level& level, const std::string& typeName) {
-    level.isUndecided = level.isTagNext = false;
     level.object = velCreate(typeName.c_str());
+    level.isUndecided = level.isTagNext = false;
     level.type = level.object->getRtti();
     level.writes = velGetWrites(level.type);
     level.elementType = velTypeOfElements(level.type);

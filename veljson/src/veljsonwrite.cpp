@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "veljson.h"
+#include "velerror.h"
 #include "veljsontype.h"
 #include "velparts.h"
 #include "veltext.h"
@@ -237,5 +238,13 @@ class Writer {
 }  // namespace
 
 std::string velToJson(const xany& value, const velJsonOptions& options) {
-  return Writer(options).write(value);
+  try {
+    return Writer(options).write(value);
+  } catch (xthrowable* caught) {
+    // What a getter throws is told as the reason.
+    const xrcunihandle<xthrowable> held(caught);
+    xrcrelease(caught);
+    if (dynamic_cast<velXSerialization*>(caught)) xthrow(held);
+    velThrowJson(velSummary(caught), dynamic_cast<velXException*>(caught));
+  }
 }
