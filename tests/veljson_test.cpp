@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -61,6 +62,49 @@ VEL_OBJECT_RTTI(Opaque, xrttiobject, [](xrttiobject* rtti) {
 })
 
 }  // namespace jsontest
+
+// ---- what a newcomer writes, as it stands ------------------------------------------------
+
+namespace manual {
+
+class Point : public velStruct<Point> {  // private members are fine
+  int x = 0, y = 0;
+  xstring label;
+
+ public:
+  VEL_STRUCT(Point, "manual::Point", x, y, label)
+};
+VEL_ENUM(Color, "manual::Color", red, green, blue)
+using PointSeq = velSequenceOf<Point>;
+
+}  // namespace manual
+
+TEST(Manual, TheFirstLinesDoWhatTheySay) {
+  std::ostringstream out;
+  const auto use = [&](int n) { out << n << '\n'; };
+  const auto prices = xrealdictionary::create();
+  prices->set("tea", 2.5);
+  prices->set("cake", 4);
+
+  auto p = velCreate("manual::Point");
+  velSetAttr(p, "x", velAny(3));
+  for (auto& [key, value] : velSorted(*prices)) out << velView(key) << ' ' << value << '\n';
+  const xany value = velGetAttr(p, "x");
+  if (auto n = velGet<int>(value)) use(*n);
+  const xany before = velAny(p);
+  const xany after = velClone(before);
+  velSetAttr(velGet<xrcunihandle<xobject>>(after).value(), "y", velAny(7));
+  for (const velDifference& d : velDiff(before, after)) out << d << '\n';
+  std::string text = velToJson(velAny(p));
+  auto back = velFromJson("manual::Point", text);
+  EXPECT_TRUE(velEquals(back, velAny(p)) && velEquals(velClone(back), back));
+
+  const auto points = manual::PointSeq::create();
+  points->append(velNew<manual::Point>());
+  EXPECT_EQ(out.str(), "cake 4\ntea 2.5\n3\n/y : 0 -> 7\n");
+  EXPECT_EQ(velToJson(velAny(points)), "[{\"x\":0,\"y\":0,\"label\":null}]");
+  EXPECT_EQ(velToJson(velAny(manual::Color::green)), "\"green\"");
+}
 
 namespace {
 
