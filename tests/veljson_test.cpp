@@ -558,6 +558,19 @@ TEST(VelJson, TenThousandRandomValuesReadBackAsTheyWere) {
   }
 }
 
+TEST(VelJson, KeysAreTheSameInEveryLocale) {
+  const std::string document = "{\"\xC3\xBC\":\"\xC3\xBC\"}";
+  for (const char* name : {"C", "C.UTF-8", "de_DE.ISO-8859-1"}) {
+    const ScopedLocale locale({name});
+    ASSERT_TRUE(locale.IsFound()) << name;
+    EXPECT_EQ(Again(document), document) << name;
+  }
+  const ScopedLocale latin({"de_DE.ISO-8859-1"});
+  const auto own = xintdictionary::create();
+  own->set("\xFC", 1);
+  EXPECT_EQ(velToJson(velAny(own)), "{\"\xC3\xBC\":1}");
+}
+
 TEST(VelJson, NumbersAreTheSameInEveryLocale) {
   const ScopedLocale locale({"de_DE.UTF-8", "de_DE.ISO-8859-1"});
   ASSERT_TRUE(locale.IsFound());

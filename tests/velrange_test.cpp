@@ -372,4 +372,20 @@ TEST(VelDictionary, ManyEntriesComeBack) {
   EXPECT_EQ(velToMap(*dictionary), numbers);
 }
 
+// ---- handles ----
+
+TEST(VelRange, FunctionsOnCollectionsTakeHandles) {
+  const auto numbers = velSequence<int>({1, 2});
+  const auto words = velDictionary(std::map<std::string, std::string>{{"b", "2"}, {"a", "1"}});
+  EXPECT_EQ(velCount(numbers), 2);
+  EXPECT_EQ(velToVector(numbers), (std::vector<int>{1, 2}));
+  EXPECT_EQ(velToVector<double>(numbers), (std::vector<double>{1, 2}));
+  EXPECT_EQ(velCount(words), 2);
+  EXPECT_EQ(velView(velSorted(words)[0].key), "a");
+  EXPECT_EQ(velToMap<std::string>(words).at("b"), "2");
+  EXPECT_EQ(velToMap(words).size(), 2U);
+  EXPECT_TRUE(velFind(words, "a") == xstring("1"));
+  EXPECT_EQ(velFind(words, std::string("c")), std::nullopt);
+}
+
 }  // namespace

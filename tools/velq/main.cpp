@@ -73,8 +73,8 @@ std::string HelpText() {
       "\nexit status:\n"
       "  0  done; compare, diff: the documents are equal; check: the document is valid\n"
       "  1  compare, diff: the documents are different; check: it is not valid\n"
-      "  2  wrong usage, a document that cannot be read or is no valid JSON, output\n"
-      "     that cannot be written\n";
+      "  2  wrong usage, a document that cannot be read or, but for check, is no valid\n"
+      "     JSON, output that cannot be written\n";
   return text;
 }
 

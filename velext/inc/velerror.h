@@ -2,7 +2,7 @@
 //
 // What the framework throws is a counted object by pointer, which a program with
 // catch (const std::exception&) never sees. velTry turns one into a velError, which
-// is such an exception and keeps the object; velThrow goes the other way.
+// is such an exception and keeps the object; velThrowing goes the other way.
 //
 //   try {
 //     velTry([&] { return sequence->get(99); });

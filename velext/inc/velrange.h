@@ -58,6 +58,10 @@ std::optional<T> velFind(xtbdictionary<T>& dictionary, const std::string& key) {
   if (key.find('\0') != std::string::npos) return std::nullopt;  // no key has one
   return velFind(dictionary, key.c_str());
 }
+template <class C, class Key>
+auto velFind(const xrchandle<C>& dictionary, const Key& key) -> decltype(velFind(*dictionary, key)) {
+  return velFind(*dictionary, key);
+}
 
 // ---- loops over sequences -----------------------------------------------------------
 
@@ -290,19 +294,19 @@ auto velSorted(const xrchandle<C>& collection) -> decltype(velSorted(*collection
   return velSorted(*collection);
 }
 template <class C>
-auto velToVector(const xrchandle<C>& collection) -> decltype(velToVector(*collection)) {
+auto velToVector(const xrchandle<C>& collection) {
   return velToVector(*collection);
 }
 template <class U, class C>
-auto velToVector(const xrchandle<C>& collection) -> decltype(velToVector<U>(*collection)) {
+std::vector<U> velToVector(const xrchandle<C>& collection) {
   return velToVector<U>(*collection);
 }
 template <class C>
-auto velToMap(const xrchandle<C>& collection) -> decltype(velToMap(*collection)) {
+auto velToMap(const xrchandle<C>& collection) {
   return velToMap(*collection);
 }
 template <class U, class C>
-auto velToMap(const xrchandle<C>& collection) -> decltype(velToMap<U>(*collection)) {
+std::map<std::string, U> velToMap(const xrchandle<C>& collection) {
   return velToMap<U>(*collection);
 }
 

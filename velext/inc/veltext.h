@@ -38,6 +38,9 @@ inline xstring velText(std::u8string_view utf8) {
 /// Throws velXNativeException "Zero byte in text at byte 7" if there is one.
 VELSTD_API void velRefuseZeroByte(std::string_view text);
 
+/// Whether these bytes are UTF-8 as Unicode has it.
+VELSTD_API bool velIsUtf8(std::string_view bytes);
+
 /// The text in UTF-8; empty for the null string. What is no character becomes
 /// U+FFFD in a wide form; in a narrow one each such byte becomes `?`.
 VELSTD_API std::string velUtf8(const xstring& text);

@@ -100,16 +100,6 @@ std::string FromWide(const wchar_t* text, bool exactly) {
   return utf8;
 }
 
-bool IsUtf8(std::string_view text) {
-  char32_t character = 0;
-  while (!text.empty()) {
-    const std::size_t bytes = Decode(text, &character);
-    if (bytes == 0) return false;
-    text.remove_prefix(bytes);
-  }
-  return true;
-}
-
 // Has no form but an ASCII one.
 bool IsPlain(const __xstring_c& view) { return !view.wide && view.narrow && IsAscii(view.narrow); }
 
@@ -123,7 +113,7 @@ std::string BytesOf(const xstring& text, bool exactly) {
   // that was produced from such a form has lost what was in it.
   const std::string_view narrow = view.narrow ? view.narrow : "";
   const bool isForeign = view.narrow && kor_mbstowcs(nullptr, view.narrow, 0) == kInvalid;
-  if (isForeign && (exactly || IsUtf8(narrow))) return std::string(narrow);
+  if (isForeign && (exactly || velIsUtf8(narrow))) return std::string(narrow);
   if (view.wide) return FromWide(view.wide, exactly);
   std::vector<wchar_t> wide(korMbToWcLossy(nullptr, narrow.data(), narrow.size()) + 1);
   korMbToWcLossy(wide.data(), narrow.data(), narrow.size());
@@ -139,6 +129,16 @@ std::string BytesOf(const xstring& text, bool exactly) {
 void velRefuseZeroByte(std::string_view text) {
   const std::size_t zero = text.find('\0');
   if (zero != std::string_view::npos) Refuse("Zero byte in text at byte ", zero);
+}
+
+bool velIsUtf8(std::string_view text) {
+  char32_t character = 0;
+  while (!text.empty()) {
+    const std::size_t bytes = Decode(text, &character);
+    if (bytes == 0) return false;
+    text.remove_prefix(bytes);
+  }
+  return true;
 }
 
 xstring velText(std::string_view utf8) {

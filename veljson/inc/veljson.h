@@ -14,7 +14,9 @@
 //   uninit                             nothing for an attribute; null elsewhere
 //   structure, union                   object: attributes with those of the parents first;
 //                                      the discriminator and the branch
-//   dictionary                         object, in the order of the bytes of the keys
+//   dictionary                         object, in the order of the bytes of the keys, which
+//                                      are UTF-8 in a document and in the dictionary that is
+//                                      read; others are written as text of the locale
 //   sequence, array                    array; an array nests one for each dimension
 //
 // With type tags everything reads back as what it was: an object of a class begins with

@@ -141,9 +141,10 @@ class Writer {
            (options.indent < 0 ? ",\"" : ", \"") + kJsonValue + '"' + colon();
   }
 
-  // With tags, a key that could be taken for one gets another "@".
+  // Keys and names are bytes: of UTF-8, as documents bring them, or of the locale. With
+  // tags, a key that could be taken for one gets another "@".
   std::string keyOf(const std::string& name) const {
-    const std::string key = quoted(velUtf8(xstring(name.c_str())));
+    const std::string key = quoted(velIsUtf8(name) ? name : velUtf8(xstring(name.c_str())));
     return options.typeTags && name[0] == '@' ? "\"@" + key.substr(1) : key;
   }
 
