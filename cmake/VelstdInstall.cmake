@@ -29,12 +29,5 @@ install(FILES "${PROJECT_BINARY_DIR}/velstdConfig.cmake"
 # The prefix is told relative to the .pc file, so that the installed tree may be moved.
 file(RELATIVE_PATH velstdPcToPrefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 string(REGEX REPLACE "/$" "" velstdPcToPrefix "${velstdPcToPrefix}")
-set(velstdPcCflags "")
-if(VELSTD_WCHAR16)
-  string(APPEND velstdPcCflags " -fshort-wchar -DVELSTD_WCHAR16=1")
-endif()
-if(VELSTD_CHECKED)
-  string(APPEND velstdPcCflags " -DVELSTD_CHECKED=1")
-endif()
 configure_file("${PROJECT_SOURCE_DIR}/cmake/velstd.pc.in" "${PROJECT_BINARY_DIR}/velstd.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/velstd.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
