@@ -167,6 +167,17 @@ TEST(VelCollectionOf, IsMadeAndWrittenByName) {
   EXPECT_EQ(velGet<Color>(velGetPath(velAny(colors), "/sky")), Color::green);
 }
 
+TEST(VelCollectionOf, IsMadeByDeserializers) {
+  for (const char* name : {"collections::Pointseq", "collections::Pointdict"}) {
+    EXPECT_NE(velCreate(name), nullptr);  // registers it, if nothing else has
+    xobject* const made = velS11nCreate(name, nullptr);
+    ASSERT_NE(made, nullptr) << name;
+    EXPECT_EQ(made->getVelTypeName(), name);
+    EXPECT_EQ(xrcgetcount(made), 1);
+    xrcrelease(made);
+  }
+}
+
 TEST(VelCollectionOf, PrintsLikeTheStandardOnes) {
   const auto colors = Colors::create();
   const auto numbers = xintsequence::create();

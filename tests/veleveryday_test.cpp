@@ -71,15 +71,17 @@ std::string Printed(const T& value) {
 // 1: xstring x = std::string("a");
 TEST(Everyday, L01_StringFromStdString) {
   static_assert(!std::is_convertible<std::string, xstring>::value, "write velText");
-  const xstring x = velText(std::string("a"));
+  const std::string s("a");
+  xstring x = velText(s);
   EXPECT_TRUE(x == "a");
 }
 
 // 2: x = std::string("b");
 TEST(Everyday, L02_StringAssignedStdString) {
   static_assert(!std::is_assignable<xstring&, std::string>::value, "write velText");
+  const std::string s("b");
   xstring x;
-  x = velText(std::string("b"));
+  x = velText(s);
   EXPECT_TRUE(x == "b");
 }
 
@@ -93,14 +95,15 @@ TEST(Everyday, L03_StringFromLiteral) {
 
 // 4: xstring x = u8"é";  (char8_t from C++20 on)
 TEST(Everyday, L04_StringFromUtf8Literal) {
-  const xstring x = velText(u8"\u00E9");
+  const xstring x = velText(u8"é");
   EXPECT_EQ(velUtf8(x), "\xC3\xA9");
 }
 
 // 5: std::string s = x;
 TEST(Everyday, L05_StdStringFromString) {
   static_assert(!std::is_convertible<xstring, std::string>::value, "write velUtf8");
-  const std::string s = velUtf8(xstring("a"));
+  const xstring x("a");
+  const std::string s = velUtf8(x);
   EXPECT_EQ(s, "a");
 }
 
@@ -124,7 +127,9 @@ TEST(Everyday, L07_ViewOfString) {
 // 8: std::cout << x;
 TEST(Everyday, L08_StringPrinted) {
   EXPECT_EQ(Printed(xstring("a")), "a");
-  EXPECT_EQ(Printed(velUtf8(velText("\xC3\xA9"))), "\xC3\xA9");  // UTF-8 in every locale
+  const xstring x = velText("\xC3\xA9");
+  std::cout << x << '\n';
+  EXPECT_EQ(Printed(velUtf8(x)), "\xC3\xA9");  // UTF-8 in every locale
 }
 
 // 9: std::printf("%s", x);
@@ -181,8 +186,10 @@ TEST(Everyday, L14_StringAsContainer) {
 // 15: auto z = x + "b" + s;
 TEST(Everyday, L15_StringsJoined) {
   const xstring x("a");
-  const xstring z = x + "b" + "c"s + x;
-  EXPECT_TRUE(z == "abca");
+  const std::string s("c");
+  const xstring z = x + "b" + s;
+  EXPECT_TRUE(z == "abc");
+  EXPECT_TRUE(x + "b" + "c"s + x == "abca");
   EXPECT_TRUE("<" + x + ">" == "<a>");
 }
 
@@ -246,7 +253,8 @@ TEST(Everyday, L21_ValueFromLiteral) {
 // 22: xany a = std::string("text");
 TEST(Everyday, L22_ValueFromStdString) {
   static_assert(!std::is_convertible<std::string, xany>::value, "write velAny");
-  const xany a = velAny("text"s);
+  const std::string s("text");
+  const xany a = velAny(s);
   EXPECT_TRUE(a == "text");
 }
 
@@ -279,7 +287,8 @@ TEST(Everyday, L25_ValueAskedForItsType) {
 // 26: std::string s = a;
 TEST(Everyday, L26_StdStringFromValue) {
   static_assert(!std::is_convertible<xany, std::string>::value, "write velGet<std::string>");
-  EXPECT_EQ(velGet<std::string>(xany("text")).value(), "text");
+  const xany a = "text";
+  EXPECT_EQ(velGet<std::string>(a).value(), "text");
 }
 
 // 27: if (a) ...
@@ -294,7 +303,8 @@ TEST(Everyday, L27_ValueAsCondition) {
 TEST(Everyday, L28_ValuePrinted) {
   EXPECT_EQ(Printed(xany(3)), "3");
   EXPECT_EQ(Printed(velAny(Color::green)), "green");
-  std::cout << xany(2.5) << ' ' << xany(xanyNil) << '\n';
+  const xany a = 3;
+  std::cout << a << ' ' << xany(2.5) << ' ' << xany(xanyNil) << '\n';
 }
 
 // 29: if (a == 3) ...  if (a == b) ...  if (a != s) ...
@@ -302,6 +312,7 @@ TEST(Everyday, L29_ValueCompared) {
   const xany a = "x";
   const xany b = 3;
   const std::string s = "x";
+  EXPECT_EQ(+(a == b), 0);
   EXPECT_TRUE(a == "x" && a == s && s == a && b == 3 && 3 == b);
   EXPECT_TRUE(a != b && b != s && a != 3 && b != 3.0);
 }
@@ -315,6 +326,9 @@ TEST(Everyday, L30_ValueBelowANumber) {
 
 // 31: std::vector<xany> v{1, "two", 3.0}; std::sort(v.begin(), v.end());
 TEST(Everyday, L31_VectorOfValuesSorted) {
+  std::vector<xany> w{1, "two", 3.0};
+  std::sort(w.begin(), w.end());
+  EXPECT_TRUE(w[0] == 1 && w[1] == 3.0 && w[2] == "two");
   std::vector<xany> v{3, "two", 1.5, xany(xanyNil)};
   std::sort(v.begin(), v.end());
   EXPECT_TRUE(v[0].isnil() && v[1] == 1.5 && v[2] == 3 && v[3] == "two");
@@ -357,9 +371,13 @@ TEST(Everyday, L34_ObjectMade) {
 // 35: if (p) ...  if (p == nullptr) ...  if (p != q) ...
 TEST(Everyday, L35_HandlesCompared) {
   const auto p = velNew<Point>();
+  const auto q = velNew<Point>();
   const xrchandle<Point> none;
-  EXPECT_TRUE(p && !none);
-  EXPECT_TRUE(none == nullptr && p != nullptr);
+  if (p) {
+    EXPECT_TRUE(!none);
+  }
+  EXPECT_FALSE(p == nullptr);
+  EXPECT_TRUE(none == nullptr && p != q);
   EXPECT_TRUE(p != none && p == p.operator->());
 }
 
@@ -387,6 +405,7 @@ TEST(Everyday, L37_HandlesAsKeys) {
 // 38: std::cout << p;
 TEST(Everyday, L38_ObjectPrinted) {
   const auto p = velNew<Point>(1, 2);
+  std::cout << p << '\n';
   EXPECT_EQ(Printed(p), "everyday::Point\n{\n  x : 1\n  y : 2\n}");
   EXPECT_EQ(Printed(xany(p)), Printed(p));
 }
@@ -396,24 +415,27 @@ TEST(Everyday, L38_ObjectPrinted) {
 // 39: std::vector<int> v = *s;  auto s = velSequence(v);
 TEST(Everyday, L39_SequenceAndVector) {
   static_assert(!std::is_convertible<xintsequence&, std::vector<int>>::value, "write velToVector");
-  const std::vector<int> v{1, 2, 3};
-  const auto s = velSequence(v);
-  EXPECT_EQ(velToVector(*s), v);
-  EXPECT_EQ(std::vector<int>(begin(*s), end(*s)), v);
+  const std::vector<int> w{1, 2, 3};
+  const auto numbers = velSequence(w);
+  EXPECT_EQ(velToVector(*numbers), w);
+  EXPECT_EQ(std::vector<int>(begin(*numbers), end(*numbers)), w);
 }
 
 // 40: s[0], s->size(), for (int& n : *s) ++n;
 TEST(Everyday, L40_SequenceInALoop) {
   static_assert(!kCompiles<xrchandle<xintsequence>>(LINE((auto s), s[0])), "write (*s)[0]");
   static_assert(!kCompiles<xrchandle<xintsequence>>(LINE((auto s), s->size())), "write velCount");
-  const auto s = velSequence<int>({1, 2, 3});
-  for (int& n : *s) ++n;
-  EXPECT_EQ((*s)[0], 2);
-  EXPECT_EQ(velCount(*s), 3);
+  const auto numbers = velSequence<int>({1, 2, 3});
+  for (int& n : *numbers) ++n;
+  EXPECT_EQ((*numbers)[0], 2);
+  EXPECT_EQ(velCount(*numbers), 3);
 }
 
 // 41: std::sort(begin(*s), end(*s));  std::accumulate, std::find, ...
 TEST(Everyday, L41_SequenceInAlgorithms) {
+  const auto numbers = velSequence<int>({3, 1, 2});
+  std::sort(begin(*numbers), end(*numbers));
+  EXPECT_EQ(velToVector(*numbers), (std::vector<int>{1, 2, 3}));
   const auto s = velSequence<std::string>({"c", "a", "b"});
   std::sort(begin(*s), end(*s));
   EXPECT_EQ(velToVector<std::string>(*s), (std::vector<std::string>{"a", "b", "c"}));
@@ -421,27 +443,27 @@ TEST(Everyday, L41_SequenceInAlgorithms) {
 #if __cplusplus >= 202002L && defined(__cpp_lib_ranges)
   static_assert(std::random_access_iterator<velElements<int>>);
   static_assert(std::input_iterator<velEntries<int>>);
-  const auto numbers = velSequence<int>({3, 1, 2});
-  std::ranges::sort(begin(*numbers), end(*numbers));
-  EXPECT_EQ((*numbers)[0], 1);
+  const auto others = velSequence<int>({3, 1, 2});
+  std::ranges::sort(begin(*others), end(*others));
+  EXPECT_EQ((*others)[0], 1);
 #endif
 }
 
 // 42: for (auto& [key, value] : *d) ...  d["a"], d.find("a")
 TEST(Everyday, L42_DictionaryInALoop) {
   static_assert(!kCompiles<xrchandle<xintdictionary>>(LINE((auto d), (*d)["a"])), "write velFind");
-  const auto d = velDictionary<int>({{"b", 2}, {"a", 1}});
+  const auto prices = velDictionary<int>({{"b", 2}, {"a", 1}});
   int sum = 0;
-  for (auto& [key, value] : *d) sum += value;
+  for (auto& [key, value] : *prices) sum += value;
   EXPECT_EQ(sum, 3);
   std::string keys;
-  for (auto& [key, value] : velSorted(*d)) keys += velView(key);
+  for (auto& [key, value] : velSorted(*prices)) keys += velView(key);
   EXPECT_EQ(keys, "ab");
-  if (const auto found = velFind(*d, "a")) {
+  if (const auto found = velFind(*prices, "a")) {
     EXPECT_EQ(*found, 1);
   }
-  d->set("c", 3);
-  EXPECT_EQ(velToMap(*d).at("c"), 3);
+  prices->set("c", 3);
+  EXPECT_EQ(velToMap(*prices).at("c"), 3);
 }
 
 }  // namespace

@@ -174,7 +174,7 @@ TEST(VelPrint, ObjectsOfAnotherDescriptorClassPrintNothing) {
 TEST(VelPrint, Dictionaries) {
   VelDictType type("Dict");
   const VelThingHandle thing = velNewThing(&type);
-  thing->entries = {velEntry("k", 5), velEntry("", "v"), velEntry("q\"", 1)};
+  thing->entries = {velThingEntry("k", 5), velThingEntry("", "v"), velThingEntry("q\"", 1)};
   thing->entries.push_back({[](xstring* key) {
                               *key = xstring();
                               return true;
@@ -301,7 +301,7 @@ TEST(VelPrint, FailingGettersShowInTheirPlace) {
 TEST(VelPrint, FailingCountsAndKeysPrintWithoutALineOfTheirOwn) {
   VelDictType type("Dict");
   const VelThingHandle thing = velNewThing(&type);
-  thing->entries = {{[](xstring*) -> bool { throw 1; }, velEntry("", 1).value}, velEntry("k", 2)};
+  thing->entries = {{[](xstring*) -> bool { throw 1; }, velThingEntry("", 1).value}, velThingEntry("k", 2)};
   EXPECT_EQ(velPrinted(xany(thing)), "Dict\n{<ERROR: Unknown exception>\n  \"k\" : 2\n}");
   thing->count = []() -> int { throw 1; };
   EXPECT_EQ(velPrinted(xany(thing)), "Dict\n{<ERROR: Unknown exception>\n}");
@@ -759,7 +759,7 @@ class ScratchFile {
 TEST(VelDbgPrintDictKeys, ListsTheKeysInIndexOrder) {
   VelDictType type("Dict");
   const VelThingHandle thing = velNewThing(&type);
-  thing->entries = {velEntry("b", 1), velEntry("a", 2), velEntry("", 3)};
+  thing->entries = {velThingEntry("b", 1), velThingEntry("a", 2), velThingEntry("", 3)};
   thing->entries.insert(thing->entries.begin() + 1,
                         {[](xstring*) { return false; }, [](xany*) { return false; }});
   EXPECT_EQ(Keys(thing), "Dictionary \"Dict\" keys: \nb\na\n\n");
@@ -805,7 +805,7 @@ TEST(VelDbgPrintDictKeys, FileThatDoesNotOpenIsLeftAlone) {
 TEST(VelDbgPrintDictKeys, KeepsAFreshDictionaryAliveWhoseGettersHoldIt) {
   VelDictType type("Dict");
   auto* fresh = new VelThing(&type);
-  fresh->entries = {velEntry("k", 1)};
+  fresh->entries = {velThingEntry("k", 1)};
   fresh->count = [fresh] {
     const VelThingHandle held = fresh;
     return 1;
@@ -819,7 +819,7 @@ TEST(VelDbgPrintDictKeys, DoesNotClimbToABaseThatIsADictionary) {
   VelDictType dictionary("Dict");
   VelStructType type("Struct", {&dictionary}, {});
   const VelThingHandle thing = velNewThing(&type);
-  thing->entries = {velEntry("k", 1)};
+  thing->entries = {velThingEntry("k", 1)};
   EXPECT_EQ(Keys(thing), "Type \"Struct\" is not a dictionary\n");
 }
 

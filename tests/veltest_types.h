@@ -51,7 +51,7 @@ inline VelThing::Value velGives(const xany& value) {
 }
 
 /// An entry of a dictionary.
-inline VelThing::Entry velEntry(std::string key, const xany& value) {
+inline VelThing::Entry velThingEntry(std::string key, const xany& value) {
   return {[key = std::move(key)](xstring* out) {
             *out = xstring(key.c_str());
             return true;

@@ -133,7 +133,7 @@ TEST(VelTraverseAnswers, ToADictionary) {
     *value = xany(99);
     return false;
   };
-  thing->entries = {velEntry("a", 1), {absent, noValue}, {velEntry("b", 2).key, noValue}};
+  thing->entries = {velThingEntry("a", 1), {absent, noValue}, {velThingEntry("b", 2).key, noValue}};
   CheckEveryAnswer(xany(thing),
                    {{"beginObject(Dict)", ""},
                     {"beginDictionary(Dict)", ""},
@@ -325,14 +325,14 @@ TEST(VelTraverseAnswers, ToAFailingSequenceAndItsCount) {
 TEST(VelTraverseAnswers, ToAFailingDictionary) {
   VelDictType type("Dict");
   const VelThingHandle thing = velNewThing(&type);
-  const VelThing::Entry good = velEntry("b", 1);
+  const VelThing::Entry good = velThingEntry("b", 1);
   thing->entries = {{[](xstring*) -> bool { throw 1; }, good.value},
                     {good.key,
                      [](xany*) -> bool {
                        velThrowsVel();
                        return true;
                      }},
-                    velEntry("c", 2)};
+                    velThingEntry("c", 2)};
   CheckEveryAnswer(xany(thing),
                    {{"beginObject(Dict)", ""},
                     {"beginDictionary(Dict)", ""},

@@ -106,7 +106,7 @@ TEST(VelTraverseGuard, StopSignalFromAReadEndsTheWalkInSilence) {
 
   VelDictType dictionary("D");
   thing = velNewThing(&dictionary);
-  thing->entries = {velEntry("k", 1)};
+  thing->entries = {velThingEntry("k", 1)};
   thing->entries[0].value = [](xany*) -> bool { throw velTraverseXStop(); };
   endsAt(thing, "beginDictElement(k)");
   thing->entries[0].key = [](xstring*) -> bool { throw velTraverseXStop(); };
@@ -138,7 +138,7 @@ TEST(VelTraverseGuard, NothingIsReadBehindASkipOrLeave) {
     const VelThingHandle thing = velNewThing(type);
     thing->values["a"] = read;
     thing->items = {read};
-    thing->entries = {velEntry("k", 1)};
+    thing->entries = {velThingEntry("k", 1)};
     thing->entries[0].value = [&](xany* value) {
       *value = read();
       return true;
@@ -202,7 +202,7 @@ TEST(VelTraverseGuard, ValuesOfAKindOutOfRangeAreNotReported) {
     const VelThingHandle thing = velNewThing(type);
     thing->values["a"] = odd;
     thing->items = {odd};
-    thing->entries = {velEntry("k", 1)};
+    thing->entries = {velThingEntry("k", 1)};
     thing->entries[0].value = [&](xany* value) {
       *value = odd();
       return true;

@@ -278,7 +278,7 @@ TEST(VelTraverse, EntriesComeInTheOrderOfTheirIndexes) {
 TEST(VelTraverse, KeyThatIsNotWrittenIsNull) {
   VelDictType type("Dict");
   const VelThingHandle thing = velNewThing(&type);
-  thing->entries = {velEntry("first", 1), velEntry("", 2)};
+  thing->entries = {velThingEntry("first", 1), velThingEntry("", 2)};
   thing->entries[1].key = [](xstring*) { return true; };
   EXPECT_EQ(velCountOf(velWalked(xany(thing)),
                        "beginDictElement(null) simpleValue(2) endDictElement(null)"),
@@ -494,7 +494,7 @@ TEST(VelTraverse, ExceptionsOfTheVisitorLeaveFromEveryOperation) {
   const VelThingHandle parts[] = {velNewThing(&sequence), velNewThing(&dictionary),
                                   velNewThing(&array), velNewThing(&choice)};
   parts[0]->items = {velGives(1)};
-  parts[1]->entries = {velEntry("k", 1)};
+  parts[1]->entries = {velThingEntry("k", 1)};
   parts[2]->items = {velGives(1)};
   VelThing* raw = root;
   root->values = {{"q", velGives(xany(parts[0]))},

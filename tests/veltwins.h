@@ -73,13 +73,24 @@ class Wide : public velStruct<Wide> {
 
 using PointSeq = velSequenceOf<Point>;
 
+// The libraries have it by hand, under the same name.
+class Plain : public velStruct<Plain> {
+  int x = 0;
+  xstring label;
+
+ public:
+  VEL_STRUCT(Plain, "twins::Plain", x, label)
+};
+
 /// What a library does with these types.
 struct Library {
   xrttiobject* (*pointType)();
   xrttiobject* (*sequenceType)();
   /// A point with that x, and blue.
   xrcunihandle<xobject> (*makePoint)(int x);
-  /// A sequence of two such.
+  /// The type twins::Plain by hand.
+  xrttiobject* (*plainType)();
+  /// A sequence of two points.
   xrcunihandle<xobject> (*makeSequence)();
   bool (*isPoint)(xobject* object);
   bool (*isBlue)(const xany& value);

@@ -11,6 +11,31 @@ class Own : public velStruct<Own> {
   VEL_STRUCT(Own, VELTWINS_OWN, x)
 };
 
+class PlainByHand : public virtual xobject {
+  VEL_OBJECT(PlainByHand)
+ public:
+  int x = 0;
+  xstring label;
+};
+VEL_OBJECT_RTTI(PlainByHand, xrttistruct, [](xrttistruct* rtti) {
+  static xrttiattr* const attrs[] = {
+      new xrttiattr("x", velGetRtti_int(), 0,
+                    [](xobject* o) { return xany(velView<PlainByHand>(o)->x); }),
+      new xrttiattr("label", velGetRtti_string(), 0,
+                    [](xobject* o) { return xany(velView<PlainByHand>(o)->label); }),
+  };
+  const velS11nSetter setX = [](xobject* o, const xany& value) {
+    velView<PlainByHand>(o)->x = velAttributeType<int>::write(value);
+  };
+  const velS11nSetter setLabel = [](xobject* o, const xany& value) {
+    velView<PlainByHand>(o)->label = velAttributeType<xstring>::write(value);
+  };
+  rtti->addUserData("_s11n_create", reinterpret_cast<void*>(&velMake<PlainByHand>));
+  rtti->addUserData("_s11n_setx", reinterpret_cast<void*>(setX));
+  rtti->addUserData("_s11n_setlabel", reinterpret_cast<void*>(setLabel));
+  rtti->initializeRttiStruct("twins::Plain", 1, 0, nullptr, 2, attrs);
+})
+
 xrcunihandle<xobject> MakePoint(int x) {
   const auto made = velNew<twins::Point>();
   velSetAttr(made, "x", velAny(x));
@@ -29,6 +54,7 @@ const twins::Library library = {
     &twins::Point::getClassRtti,
     &twins::PointSeq::getClassRtti,
     &MakePoint,
+    &PlainByHand::getClassRtti,
     &MakeSequence,
     [](xobject* object) { return twins::Point::softcast(object) != nullptr; },
     [](const xany& value) { return velGet<twins::Color>(value) == twins::Color::blue; },

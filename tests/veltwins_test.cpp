@@ -205,11 +205,115 @@ VEL_OBJECT_RTTI(Shape, xrttiunion, [](xrttiunion* rtti) {
                                           [](xobject* o) { return velView<Shape>(o)->rest; }));
 })
 
+// Collections of points; what they hold may be null.
+class PointSeq : public xtcsequence<xrchandle<Point>> {
+  VEL_OBJECT(PointSeq)
+ public:
+  PointSeq() : xtcsequence(0) {}
+};
+VEL_OBJECT_RTTI(PointSeq, xrttisequence, [](xrttisequence* rtti) {
+  using Functions = velSequenceFunctions<PointSeq>;
+  rtti->addUserData("_s11n_create", reinterpret_cast<void*>(&velMake<PointSeq>));
+  rtti->initializeRttiSeq("hand::Pointseq", 1, Point::getClassRtti(), 1, &Functions::size,
+                          &Functions::element);
+})
+class PointDict : public xtcdictionary<xrchandle<Point>> {
+  VEL_OBJECT(PointDict)
+ public:
+  PointDict() : xtcdictionary(0) {}
+};
+VEL_OBJECT_RTTI(PointDict, xrttidictionary, [](xrttidictionary* rtti) {
+  using Functions = velDictionaryFunctions<PointDict, xrchandle<Point>>;
+  rtti->addUserData("_s11n_create", reinterpret_cast<void*>(&velMake<PointDict>));
+  rtti->initializeRttiDict("hand::Pointdict", 1, Point::getClassRtti(), 1, &Functions::size,
+                           &Functions::find, &Functions::key, &Functions::value);
+})
+class Grid : public virtual xobject {
+  VEL_OBJECT(Grid)
+ public:
+  xstring cells[2][3];
+};
+VEL_OBJECT_RTTI(Grid, xrttiarray, [](xrttiarray* rtti) {
+  static const int sizes[] = {2, 3};
+  rtti->addUserData("_s11n_create", reinterpret_cast<void*>(&velMake<Grid>));
+  rtti->initializeRttiArray("hand::string[2][3]", 1, 2, sizes, velGetRtti_string(), 0,
+                            [](xobject* o, int* at) -> xany {
+                              for (int d = 0; d < 2; ++d) {
+                                if (at[d] < 0 || at[d] >= sizes[d]) {
+                                  velhThrowInvalidArrayIndex(o, at[d], d);
+                                }
+                              }
+                              return velView<Grid>(o)->cells[at[0]][at[1]];
+                            });
+})
+
+// With members of the standard library: what they are called is all that is seen of them.
+class Everyday : public virtual xobject {
+  VEL_OBJECT(Everyday)
+ public:
+  std::string name;
+  bool isOpen = false;
+  long long count = 0;
+  float share = 0;
+  std::optional<int> rank;
+};
+VEL_OBJECT_RTTI(Everyday, xrttistruct, [](xrttistruct* rtti) {
+  static xrttiattr* const attrs[] = {
+      new xrttiattr("name", velGetRtti_string(), 0,
+                    [](xobject* o) { return velAny(velView<Everyday>(o)->name); }),
+      new xrttiattr("isOpen", velGetRtti_bool(), 0,
+                    [](xobject* o) { return xany(velView<Everyday>(o)->isOpen); }),
+      new xrttiattr("count", velGetRtti_int(), 0,
+                    [](xobject* o) { return velAny(velView<Everyday>(o)->count); }),
+      new xrttiattr("share", velGetRtti_real(), 0,
+                    [](xobject* o) { return xany(double{velView<Everyday>(o)->share}); }),
+      new xrttiattr("rank", velGetRtti_int(), 1,
+                    [](xobject* o) {
+                      const auto& rank = velView<Everyday>(o)->rank;
+                      return rank ? xany(*rank) : xany(xanyNil);
+                    }),
+  };
+  const auto setter = [rtti](const char* key, velS11nSetter set) {
+    rtti->addUserData(key, reinterpret_cast<void*>(set));
+  };
+  rtti->addUserData("_s11n_create", reinterpret_cast<void*>(&velMake<Everyday>));
+  setter("_s11n_setname", [](xobject* o, const xany& value) {
+    if (value.getkind() != xanyString) velThrowValueMismatch(velGetRtti_string(), value);
+    velView<Everyday>(o)->name = velUtf8(value.operator xstring());
+  });
+  setter("_s11n_setisOpen", [](xobject* o, const xany& value) {
+    if (value.getkind() != xanyBool) velThrowValueMismatch(velGetRtti_bool(), value);
+    velView<Everyday>(o)->isOpen = value.operator unsigned char() != 0;
+  });
+  setter("_s11n_setcount", [](xobject* o, const xany& value) {
+    if (value.getkind() != xanyInt) velThrowValueMismatch(velGetRtti_int(), value);
+    velView<Everyday>(o)->count = value.operator int();
+  });
+  setter("_s11n_setshare", [](xobject* o, const xany& value) {
+    if (value.getkind() != xanyReal) velThrowValueMismatch(velGetRtti_real(), value);
+    velView<Everyday>(o)->share = static_cast<float>(value.operator double());
+  });
+  setter("_s11n_setrank", [](xobject* o, const xany& value) {
+    if (!IsNothing(value) && value.getkind() != xanyInt) {
+      velThrowValueMismatch(velGetRtti_int(), value);
+    }
+    auto& rank = velView<Everyday>(o)->rank;
+    if (IsNothing(value)) {
+      rank.reset();
+    } else {
+      rank = value.operator int();
+    }
+  });
+  rtti->initializeRttiStruct("hand::Everyday", 1, 0, nullptr, 5, attrs);
+})
+
 // Registers them, as the macros do by themselves.
 const bool registered = [] {
   ColorRtti();
   for (xrttiobject* type : {Point::getClassRtti(), Bottom::getClassRtti(), Wide::getClassRtti(),
-                            Shape::getClassRtti()}) {
+                            Shape::getClassRtti(), PointSeq::getClassRtti(),
+                            PointDict::getClassRtti(), Grid::getClassRtti(),
+                            Everyday::getClassRtti()}) {
     if (!type) return false;
   }
   return true;
@@ -217,13 +321,54 @@ const bool registered = [] {
 
 }  // namespace hand
 
+namespace twins {
+
+class Everyday : public velStruct<Everyday> {
+  std::string name;
+  bool isOpen = false;
+  long long count = 0;
+  float share = 0;
+  std::optional<int> rank;
+
+ public:
+  VEL_STRUCT(Everyday, "twins::Everyday", name, isOpen, count, share, rank)
+};
+
+// The same by the builder.
+class Built : public velStruct<Built> {
+  std::string name;
+  bool isOpen = false;
+  long long count = 0;
+  float share = 0;
+  std::optional<int> rank;
+
+ public:
+  static void velDescribe(xrttistruct* rtti) {
+    velDescription<Built>("built::Everyday")
+        .attribute<&Built::name>("name")
+        .attribute<&Built::isOpen>("isOpen")
+        .attribute<&Built::count>("count")
+        .attribute<&Built::share>("share")
+        .attribute<&Built::rank>("rank")
+        .creator(&velMake<Built>)
+        .install(rtti);
+  }
+};
+
+// Registered at their first use.
+const bool registered = Built::getClassRtti() && velSequenceOf<Point>::getClassRtti() &&
+                        velDictionaryOf<Point>::getClassRtti() &&
+                        velArrayOf<xstring, 2, 3>::getClassRtti();
+
+}  // namespace twins
+
 namespace {
 
 using Object = xrcunihandle<xobject>;
 
 // Without what the names of twins differ in.
 std::string Neutral(std::string text) {
-  for (const char* prefix : {"hand::", "twins::"}) {
+  for (const char* prefix : {"hand::", "twins::", "built::"}) {
     for (std::size_t at; (at = text.find(prefix)) != std::string::npos;) {
       text.erase(at, std::string(prefix).size());
     }
@@ -233,6 +378,14 @@ std::string Neutral(std::string text) {
 
 std::string Text(const xstring& s) { return s.IsNull() ? "null" : s.CastToCString(); }
 std::string NameOf(xrtti* type) { return type ? Text(type->getName()) : "none"; }
+
+// What a step did: nothing, its answer, or the exception as it prints itself.
+template <class Act>
+std::string Outcome(Act&& act) {
+  std::string answer;
+  const auto caught = velCaught([&] { answer = act(); });
+  return Neutral(caught.isnull() ? answer : velPrinted(xany(caught)));
+}
 
 // ---- descriptors, with all that they tell ---------------------------------------------
 
@@ -253,6 +406,22 @@ std::string Described(xrttiobject* type) {
   for (int i = -1; i <= type->getNParents(); ++i) {
     xrttiobject* const parent = type->getParent(i);
     text += "parent " + NameOf(parent) + (type->isTypeKindOf(parent) ? " above\n" : "\n");
+  }
+  if (auto* const asSequence = dynamic_cast<xrttisequence*>(type)) {
+    text += "of " + NameOf(asSequence->getElemType()) +
+            (asSequence->getIsElemOptional() ? " optional\n" : "\n");
+  }
+  if (auto* const asDictionary = dynamic_cast<xrttidictionary*>(type)) {
+    text += "of " + NameOf(asDictionary->getElemType()) +
+            (asDictionary->getIsElemOptional() ? " optional\n" : "\n");
+  }
+  if (auto* const asArray = dynamic_cast<xrttiarray*>(type)) {
+    text += "of " + NameOf(asArray->getElemType()) +
+            (asArray->getIsElemOptional() ? " optional" : "") + " by";
+    for (int d = -1; d <= asArray->getNDimentions(); ++d) {
+      text += ' ' + Outcome([&] { return std::to_string(asArray->getDimention(d)); });
+    }
+    text += '\n';
   }
   if (auto* const asStruct = dynamic_cast<xrttistruct*>(type)) {
     for (int i = -1; i <= asStruct->getNAttrs(); ++i) text += Described(asStruct->getAttr(i), type);
@@ -284,6 +453,22 @@ TEST(VelTwins, HaveTheSameDescriptors) {
   }
 }
 
+// Where the macro has no name to choose: "twins::Point[2][3]" is "string[2][3]" by hand.
+TEST(VelTwins, OfCollectionsHaveTheSameDescriptors) {
+  EXPECT_EQ(Neutral(Described(velSequenceOf<twins::Point>::getClassRtti())),
+            Neutral(Described(hand::PointSeq::getClassRtti())));
+  EXPECT_EQ(Neutral(Described(velDictionaryOf<twins::Point>::getClassRtti())),
+            Neutral(Described(hand::PointDict::getClassRtti())));
+  EXPECT_EQ(Neutral(Described(velArrayOf<xstring, 2, 3>::getClassRtti())),
+            Neutral(Described(hand::Grid::getClassRtti())));
+}
+
+TEST(VelTwins, OfTheBuilderHaveTheSameDescriptors) {
+  const std::string byHand = Neutral(Described(hand::Everyday::getClassRtti()));
+  EXPECT_EQ(Neutral(Described(twins::Everyday::getClassRtti())), byHand);
+  EXPECT_EQ(Neutral(Described(twins::Built::getClassRtti())), byHand);
+}
+
 TEST(VelTwins, HaveTheSameEnumerations) {
   xrttienum* const made = velEnumRtti<twins::Color>();
   EXPECT_EQ(velRttiGetFromMap("twins::Color"), made);
@@ -297,14 +482,6 @@ TEST(VelTwins, HaveTheSameEnumerations) {
 }
 
 // ---- what they do ----------------------------------------------------------------------
-
-// What a step did: nothing, its answer, or the exception as it prints itself.
-template <class Act>
-std::string Outcome(Act&& act) {
-  std::string answer;
-  const auto caught = velCaught([&] { answer = act(); });
-  return Neutral(caught.isnull() ? answer : velPrinted(xany(caught)));
-}
 
 xany Color(const std::string& prefix, int number) {
   return xany(number, dynamic_cast<xrttienum*>(velRttiGetFromMap((prefix + "Color").c_str())));
@@ -363,6 +540,84 @@ TEST(VelTwins, AreSetAndRefuseAlike) {
   EXPECT_EQ(Transcript("twins::", "Bottom", ofBottom), Transcript("hand::", "Bottom", ofBottom));
   const std::vector<std::string> ofShape = {"kind", "radius", "text", "rest"};
   EXPECT_EQ(Transcript("twins::", "Shape", ofShape), Transcript("hand::", "Shape", ofShape));
+}
+
+TEST(VelTwins, OfStandardMembersAreSetAndRefuseAlike) {
+  const std::vector<std::string> all = {"name", "isOpen", "count", "share", "rank", "none"};
+  const auto transcript = [&](const char* prefix) {
+    std::string text;
+    for (const std::string& attribute : all) {
+      for (const auto& [what, value] : ValuesOfAllKinds("hand::")) {
+        const Object object = velCreate((std::string(prefix) + "Everyday").c_str());
+        text += attribute + " = " + what + ": " + Outcome([&, given = value] {
+                  const bool isSet = velS11nSet(object, attribute.c_str(), given);
+                  return std::string(isSet ? "set " : "not set ") + velPrinted(xany(object));
+                });
+      }
+    }
+    return text;
+  };
+  const std::string byHand = transcript("hand::");
+  EXPECT_NE(byHand.find("Everyday\n{\n  name : \"text\"\n"), std::string::npos) << byHand;
+  EXPECT_EQ(transcript("twins::"), byHand);
+  EXPECT_EQ(transcript("built::"), byHand);
+}
+
+// A pair of a made collection and the one by hand, with the same content: elements, and
+// one that is null.
+std::vector<std::pair<Object, Object>> CollectionPairs() {
+  std::vector<std::pair<Object, Object>> all;
+  const auto object = [](xobject* of) { return Object(of); };
+  for (int n : {0, 1, 2, 5}) {
+    const auto madeSeq = velSequenceOf<twins::Point>::create();
+    const xrchandle<hand::PointSeq> handSeq = new hand::PointSeq;
+    const auto madeDict = velDictionaryOf<twins::Point>::create();
+    const xrchandle<hand::PointDict> handDict = new hand::PointDict;
+    for (int i = 0; i < n; ++i) {
+      const Object ours = velCreate("twins::Point");
+      const Object theirs = velCreate("hand::Point");
+      for (const Object& point : {ours, theirs}) velS11nSet(point, "x", xany(i));
+      const bool isNull = i == 1;
+      const std::string key = "key" + std::to_string(i);
+      xrchandle<twins::Point> made = isNull ? nullptr : twins::Point::cast(ours);
+      xrchandle<hand::Point> byHand = isNull ? nullptr : hand::Point::cast(theirs);
+      madeSeq->append(made);
+      handSeq->append(byHand);
+      madeDict->set(key.c_str(), made);
+      handDict->set(key.c_str(), byHand);
+    }
+    all.emplace_back(object(madeSeq), object(handSeq));
+    all.emplace_back(object(madeDict), object(handDict));
+  }
+  for (const char* text : {static_cast<const char*>(nullptr), "", "text"}) {
+    const auto made = velArrayOf<xstring, 2, 3>::create();
+    const xrchandle<hand::Grid> byHand = new hand::Grid;
+    made->at(1, 2) = text;
+    byHand->cells[1][2] = text;
+    all.emplace_back(object(made), object(byHand));
+  }
+  return all;
+}
+
+TEST(VelTwins, OfCollectionsPrintTheSameTexts) {
+  for (const auto& [made, byHand] : CollectionPairs()) {
+    for (const int step : {-1, 0, 2}) {
+      EXPECT_EQ(Neutral(velPrinted(xany(made), step)), Neutral(velPrinted(xany(byHand), step)));
+    }
+  }
+}
+
+TEST(VelTwins, OfCollectionsCompareAlikeInBothDirections) {
+  const auto all = CollectionPairs();
+  for (const auto& [made, byHand] : all) {
+    EXPECT_FALSE(velEquals(xany(made), xany(byHand))) << "types of two names";
+    for (const auto& [otherMade, otherByHand] : all) {
+      EXPECT_EQ(velCompare(xany(made), xany(otherMade)),
+                velCompare(xany(byHand), xany(otherByHand)));
+      EXPECT_EQ(velEquals(xany(made), xany(otherMade)),
+                velEquals(xany(byHand), xany(otherByHand)));
+    }
+  }
 }
 
 TEST(VelTwins, WriteWhatTheTableAllows) {
@@ -455,6 +710,44 @@ TEST_P(VelTwinsIn, AnotherLibraryHaveTheSameDescriptors) {
   };
   EXPECT_EQ(described(type), described(twins::Point::getClassRtti()));
   EXPECT_TRUE(library.sequenceType()->isTypeSameAs(twins::PointSeq::getClassRtti()));
+}
+
+TEST_P(VelTwinsIn, AnotherLibraryByHandHaveTheSameDescriptors) {
+  const auto described = [](xrttiobject* of) {
+    std::string text = Described(of);
+    const std::size_t at = text.find(" registered");
+    return at == std::string::npos ? text : text.erase(at, 11);
+  };
+  xrttiobject* const ours = twins::Plain::getClassRtti();
+  EXPECT_NE(library.plainType(), ours);
+  EXPECT_EQ(described(library.plainType()), described(ours));
+  EXPECT_TRUE(library.plainType()->isTypeSameAs(ours) && ours->isTypeSameAs(library.plainType()));
+}
+
+TEST_P(VelTwinsIn, AnotherLibraryByHandCompareAndPrintAsOurs) {
+  const auto made = [](xrttiobject* type, int x, const char* label) {
+    const auto create =
+        reinterpret_cast<velS11nCreator>(type->getUserData("_s11n_create"));
+    xobject* const object = create(nullptr);
+    for (const auto& [key, value] : {std::pair("_s11n_setx", xany(x)), {"_s11n_setlabel", label}}) {
+      reinterpret_cast<velS11nSetter>(type->getUserData(key))(object, value);
+    }
+    const Object kept = object;
+    xrcrelease(object);
+    return kept;
+  };
+  const Object ours = made(twins::Plain::getClassRtti(), 3, "a");
+  const Object theirs = made(library.plainType(), 3, "a");
+  EXPECT_EQ(velPrinted(xany(ours)), "twins::Plain\n{\n  x : 3\n  label : \"a\"\n}");
+  EXPECT_EQ(velPrinted(xany(theirs)), velPrinted(xany(ours)));
+  EXPECT_TRUE(velEquals(xany(ours), xany(theirs)) && velEquals(xany(theirs), xany(ours)));
+  EXPECT_TRUE(library.areEqual(xany(ours), xany(theirs)));
+  EXPECT_EQ(velHash(xany(ours)), velHash(xany(theirs)));
+  EXPECT_EQ(velCompare(xany(ours), xany(theirs)), velCompare(xany(ours), xany(ours)));
+  EXPECT_EQ(velCompare(xany(theirs), xany(ours)), velCompare(xany(ours), xany(ours)));
+  const Object other = made(library.plainType(), 4, "a");
+  EXPECT_FALSE(velEquals(xany(ours), xany(other)));
+  EXPECT_NE(velCompare(xany(ours), xany(other)), velCompare(xany(ours), xany(ours)));
 }
 
 TEST_P(VelTwinsIn, AnotherLibraryAreOneTypeByCastsAndValues) {

@@ -79,7 +79,7 @@ class velArrayClass
     const std::string name = velTypeName(velNameTag<velArrayClass>());
     rtti->initializeRttiObject(name.c_str(), 1, 0, nullptr);
     xrtti* const type = velMember<E>::type();
-    velSetWrites(rtti, &kWrites);
+    velSetCreatorAndWrites(rtti, &kWrites);
     rtti->initializeRttiArray(name.c_str(), 1, kDimensions, kAll, type, velMember<E>::kOptional,
                               &element);
   }

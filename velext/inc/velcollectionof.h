@@ -114,7 +114,7 @@ class velSequenceClass
     const std::string name = velTypeName(velNameTag<velSequenceClass>());
     rtti->initializeRttiObject(name.c_str(), 1, 0, nullptr);
     xrtti* const type = velMember<E>::type();
-    velSetWrites(rtti, &Functions::kWrites);
+    velSetCreatorAndWrites(rtti, &Functions::kWrites);
     rtti->initializeRttiSeq(name.c_str(), 1, type, velMember<E>::kOptional,
                             &Functions::size, &Functions::element);
   }
@@ -181,7 +181,7 @@ class velDictionaryClass
     const std::string name = velTypeName(velNameTag<velDictionaryClass>());
     rtti->initializeRttiObject(name.c_str(), 1, 0, nullptr);
     xrtti* const type = velMember<E>::type();
-    velSetWrites(rtti, &Functions::kWrites);
+    velSetCreatorAndWrites(rtti, &Functions::kWrites);
     rtti->initializeRttiDict(name.c_str(), 1, type, velMember<E>::kOptional,
                              &Functions::size, &Functions::find, &Functions::key,
                              &Functions::value);

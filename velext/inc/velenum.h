@@ -92,6 +92,16 @@ struct velRegistrar {
   }
 };
 
+/// Makes enumeration E of one to a thousand enumerators.
+/// VEL_ENUM(E, "name", a, b) expands to
+///
+///   enum class E { a, b };
+///   inline velEnumInfo velDescribeEnum(E) {
+///     static constexpr const char* names[] = {"a", "b",};
+///     static_assert(velAreNames(names), "the enumerators of 'E' cannot be given values");
+///     return {"name", static_cast<int>(sizeof names / sizeof *names), names};
+///   }
+///   inline const velRegistrar velRegisteredE{&velEnumRtti<E>};   // at load
 #define VEL_ENUM(E, TypeName, ...)                                                   \
   enum class E { __VA_ARGS__ };                                                      \
   inline ::velEnumInfo velDescribeEnum(E) {                                          \

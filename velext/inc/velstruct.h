@@ -96,7 +96,12 @@ xrchandle<C> velNew(Arguments&&... arguments) {
 template <class C, class Owner, class T, T Owner::*kMember>
 struct velMemberFunctions {
   using Type = velMember<std::remove_const_t<T>>;
-  static_assert(Type::kPossible, "the type of this member cannot be that of an attribute");
+  // Here and not in the macro: g++ would tell of each step of its expansion, 1,600 lines.
+  static_assert(Type::kPossible,
+                "the type of a member cannot be that of an attribute (velMemberOf<C, &C::member> "
+                "in this message names it, velmember.h lists what can be): objects are held as "
+                "xrchandle<T>, sequences as xrchandle<velSequenceOf<T>>, enumerations are made by "
+                "VEL_ENUM");
   static xany get(xobject* owner) { return Type::read(velView<C>(owner)->*kMember); }
   static void set([[maybe_unused]] xobject* owner, [[maybe_unused]] const xany& value) {
     if constexpr (!std::is_const<T>::value) velView<C>(owner)->*kMember = Type::write(value);
@@ -230,21 +235,35 @@ class velDescription {
     return nullptr;                                                       \
   }
 
-/// Gives class C its descriptor. The first argument after C is the name of the type,
-/// the others are its members. The access after it is public.
-/// VEL_STRUCT(C, "name", x, y) expands to
+/// Gives class C its descriptor. The first argument after C is the name of the type, the
+/// others are its members: none to a thousand (more do not compile; a velDescription has
+/// no limit). The access after it is public.
+/// VEL_STRUCT(C, "name", x) expands to
 ///
 ///   private:
 ///    using velSelf = C;
-///    friend velObjectOf;
-///    static velS11nCreator velCreator();
-///    static void velDescribe(xrttistruct* rtti) {
-///      rtti->initializeRttiObject("name", 1, 0, nullptr);   // see velObjectOf
-///      velInitialize(rtti, "name", velCreator(), {x, y: name, type, getter, setter});
+///    template <class, class, class...> friend class ::velObjectOf;
+///    template <class Self>                      // where `new Self` compiles
+///    static velS11nCreator velCreator(decltype(new Self)*) {
+///      return [](velS11nContext*) -> xobject* {
+///        Self* const made = new Self;
+///        xrcattach(made);
+///        return made;
+///      };
 ///    }
-///    static const velRegistrar velRegistered;   // at load
+///    template <class Self>                      // elsewhere
+///    static velS11nCreator velCreator(...) { return nullptr; }
+///    static void velDescribe(xrttistruct* rtti) {
+///      rtti->initializeRttiObject("name", 1, 0, nullptr);   // see getClassRtti
+///      static_assert(std::is_base_of<velSelfOf<velSelf>, velSelf>::value, "'C' must ...");
+///      velSelf::velInitialize(
+///          rtti, "name", velCreator<velSelf>(nullptr),
+///          {velMemberOf<velSelf, &velSelf::x>::info("x", "_s11n_setx"),});
+///    }
+///    static inline const velRegistrar velRegistered{&C::getClassRtti};   // at load
+///
 ///   public:
-///    static const char* velTypeName(velNameTag<C>);
+///    static const char* velTypeName(::velNameTag<C>) { return "name"; }
 #define VEL_STRUCT(C, ...)                                                \
  private:                                                                 \
   using velSelf = C;                                                      \
@@ -254,7 +273,6 @@ class velDescription {
   static void velDescribe(xrttistruct* rtti) {                            \
     rtti->initializeRttiObject(VEL_FIRST(__VA_ARGS__), 1, 0, nullptr);    \
     VEL_CHECK_BASE(C, "velStruct")                                        \
-    VEL_FOR_EACH_BUT_FIRST(VEL_CHECK_MEMBER, __VA_ARGS__)                 \
     velSelf::velInitialize(                                               \
         rtti, VEL_FIRST(__VA_ARGS__), velCreator<velSelf>(nullptr),       \
         {VEL_FOR_EACH_BUT_FIRST(VEL_MEMBER_INFO, __VA_ARGS__)});          \
@@ -267,11 +285,6 @@ class velDescription {
 #define VEL_CHECK_BASE(C, base)                                                         \
   static_assert(std::is_base_of<velSelfOf<velSelf>, velSelf>::value,                    \
                 "'" #C "' must derive from " base "<" #C ", bases...>, not from a base itself");
-#define VEL_CHECK_MEMBER(name)                                                          \
-  static_assert(velMember<std::remove_const_t<decltype(velSelf::name)>>::kPossible,     \
-                "the type of member '" #name "' cannot be that of an attribute (see "   \
-                "velmember.h): objects are held as xrchandle<T>, sequences as "         \
-                "xrchandle<velSequenceOf<T>>, enumerations are made by VEL_ENUM");
 #define VEL_MEMBER_INFO_OF(name) \
   velMemberOf<velSelf, &velSelf::name>::info(#name, "_s11n_set" #name)
 #define VEL_MEMBER_INFO(name) VEL_MEMBER_INFO_OF(name),

@@ -78,7 +78,21 @@ class velUnion<T> : public velObjectOf<T, xrttiunion, velVirtually<xobject>> {
   }
 };
 
-/// VEL_UNION(C, "name", discriminator, (label, member)...); expands as VEL_STRUCT.
+/// Gives class C, which derives from velUnion<C, bases...>, its descriptor: the name of
+/// the type, the discriminator and one to a thousand branches. The access after it is
+/// public. VEL_UNION(C, "name", kind, (1, x), (velOtherwise, y)) expands as VEL_STRUCT
+/// does but for
+///
+///   static void velDescribe(xrttiunion* rtti) {
+///     rtti->initializeRttiObject("name", 1, 0, nullptr);
+///     using velLabel = std::remove_const_t<decltype(velSelf::kind)>;
+///     static_assert(...);                        // of the base, the types of kind and labels
+///     velSelf::velInitialize(
+///         rtti, "name", velCreator<velSelf>(nullptr),
+///         velMemberOf<velSelf, &velSelf::kind>::info("kind", "_s11n_setkind"),
+///         {velBranch<velLabel>(1, velMemberOf<velSelf, &velSelf::x>::info(...)),
+///          velBranch<velLabel>(velOtherwise, velMemberOf<velSelf, &velSelf::y>::info(...)),});
+///   }
 #define VEL_UNION(C, TypeName, discriminator, ...)                                 \
  private:                                                                          \
   using velSelf = C;                                                               \
@@ -104,8 +118,7 @@ class velUnion<T> : public velObjectOf<T, xrttiunion, velVirtually<xobject>> {
 #define VEL_CHECK_BRANCH(branch) VEL_CHECK_BRANCH1 branch
 #define VEL_CHECK_BRANCH1(label, name)                                              \
   static_assert(::velIsLabelOf<velLabel, std::decay_t<decltype(label)>>::value,     \
-                "the label '" #label "' is not of the type of the discriminator");  \
-  VEL_CHECK_MEMBER(name)
+                "the label '" #label "' is not of the type of the discriminator");
 #define VEL_BRANCH_INFO(branch) VEL_BRANCH_INFO1 branch
 #define VEL_BRANCH_INFO1(label, name) velBranch<velLabel>(label, VEL_MEMBER_INFO_OF(name)),
 

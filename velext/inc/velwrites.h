@@ -25,6 +25,9 @@ struct velWrites {
 
 /// Tells how collections of that class are written; `writes` is borrowed for ever.
 VELSTD_API void velSetWrites(xrtti* type, const velWrites* writes);
+/// The same for a class of one's own, of which a deserializer makes collections by name,
+/// too (velS11nCreate).
+VELSTD_API void velSetCreatorAndWrites(xrttiobject* type, const velWrites* writes);
 /// What is known of it; null if nothing is.
 VELSTD_API const velWrites* velGetWrites(xrtti* type);
 

@@ -36,6 +36,11 @@ void velSetWrites(xrtti* type, const velWrites* writes) {
   velRttiAddUserData(type, kKey, const_cast<velWrites*>(writes));
 }
 
+void velSetCreatorAndWrites(xrttiobject* type, const velWrites* writes) {
+  velSetWrites(type, writes);
+  type->addUserData("_s11n_create", reinterpret_cast<void*>(writes->create));
+}
+
 const velWrites* velGetWrites(xrtti* type) {
   return static_cast<const velWrites*>(velRttiGetUserData(type, kKey));
 }
