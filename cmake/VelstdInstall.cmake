@@ -7,10 +7,14 @@ install(TARGETS velstd EXPORT velstdTargets
         LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
         ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
         RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+set(privateHeaders "")
+foreach(header IN LISTS VELSTD_PRIVATE_HEADERS)
+  list(APPEND privateHeaders PATTERN "${header}" EXCLUDE)
+endforeach()
 foreach(dir IN LISTS VELSTD_HEADER_DIRS)
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/${dir}/"
           DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/velstd"
-          FILES_MATCHING PATTERN "*.h")
+          FILES_MATCHING PATTERN "*.h" ${privateHeaders})
 endforeach()
 
 install(EXPORT velstdTargets NAMESPACE velstd:: DESTINATION "${velstdPackageDir}")

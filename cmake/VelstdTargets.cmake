@@ -7,6 +7,25 @@ else()
   set(VELSTD_TEST_SECONDS 120)
 endif()
 
+# What all libraries have in common: their names carry a version, as do their symbols; and they are
+# never unloaded, for descriptors and registries live as long as the process.
+function(velstd_library target)
+  set_target_properties(${target} PROPERTIES
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    CXX_STANDARD 17
+    CXX_STANDARD_REQUIRED ON
+    CXX_EXTENSIONS OFF
+    C_VISIBILITY_PRESET hidden
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN OFF  # class inlines are shared with the consumer
+    LINK_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/velstd.map")
+  target_link_options(${target} PRIVATE LINKER:-z,nodelete
+    "LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/velstd.map")
+  velstd_warnings(${target})
+  velstd_instrument(${target})
+endfunction()
+
 # A library beside the core, from inc/ and src/ of the current folder: velstd_<name>, alias
 # velstd::<name>, on top of the library `base`. Installed as a component of its own.
 function(velstd_side_library name base)
@@ -16,18 +35,12 @@ function(velstd_side_library name base)
   add_library(velstd::${name} ALIAS ${target})
   set_target_properties(${target} PROPERTIES
     EXPORT_NAME ${name}
-    INSTALL_RPATH "$ORIGIN"  # the library below lies beside it
-    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
-    CXX_STANDARD 17 CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF
-    CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN OFF)
+    INSTALL_RPATH "$ORIGIN")  # the library below lies beside it
+  velstd_library(${target})
   target_include_directories(${target} PUBLIC
     "$<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/inc>"
     "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/velstd>")
   target_link_libraries(${target} PUBLIC ${base})
-  # Descriptors point into it: it is never unloaded.
-  target_link_options(${target} PRIVATE LINKER:-z,nodelete)
-  velstd_warnings(${target})
-  velstd_instrument(${target})
   if(VELSTD_INSTALL)
     install(TARGETS ${target} EXPORT velstd${name}Targets
             LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")

@@ -57,10 +57,15 @@ INSTANCES = (
 )
 
 
-def symbols(*options):
+def listed(*options):
+    """Kind and name of each symbol; the kind "A" is that of the versions themselves."""
     listing = subprocess.run([nm, "-D", "--defined-only", *options, library], check=True,
                              capture_output=True, text=True).stdout
-    return {line.split(" ", 2)[2] for line in listing.splitlines()}
+    return [line.split(" ", 2)[1:] for line in listing.splitlines()]
+
+
+def symbols(*options):
+    return {name for kind, name in listed("--without-symbol-versions", *options) if kind != "A"}
 
 
 def declared():
@@ -76,6 +81,13 @@ class Exports(unittest.TestCase):
         plain = {name for name in symbols() if not name.startswith("_")}
         self.assertGreater(len(plain), 150)
         self.assertEqual(sorted(plain), sorted(declared()))
+
+    def test_each_symbol_has_the_version_of_the_interface(self):
+        versions = {name for kind, name in listed() if kind == "A"}
+        self.assertEqual(versions, {"VELSTD_0.1"})
+        without = [name for kind, name in listed()
+                   if kind != "A" and not name.endswith("@@VELSTD_0.1")]
+        self.assertEqual(without, [])
 
     def test_each_promised_c_function_is_there(self):
         wanted = set(C_NAMES)

@@ -135,6 +135,13 @@ INSTANTIATE_TEST_SUITE_P(, VelDictIndexFilling,
                                   std::to_string(f.vacated);
                          });
 
+// Of so many keys, some two dozen pairs have one hash of 32 bits.
+TEST(VelDictIndex, TellsKeysOfOneHashApart) {
+  Table table(1U << 19, 90, 5, 1);
+  ASSERT_NE(table.index, nullptr);
+  EXPECT_TRUE(table.FindsAll());
+}
+
 // Live slots in a row but for the given ones.
 TEST(VelDictIndex, LooksBehindEachBoundaryOfItsSets) {
   for (unsigned empty = 0; empty < 4096; empty += 7) {
