@@ -1,4 +1,5 @@
-# Install rules: library, headers (flat, in include/velstd), CMake package, pkg-config file.
+# Install rules: library, headers (flat, in include/velstd), CMake package, pkg-config file, printers
+# for gdb.
 include(CMakePackageConfigHelpers)
 
 set(velstdPackageDir "${CMAKE_INSTALL_LIBDIR}/cmake/velstd")
@@ -35,3 +36,12 @@ file(RELATIVE_PATH velstdPcToPrefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 string(REGEX REPLACE "/$" "" velstdPcToPrefix "${velstdPcToPrefix}")
 configure_file("${PROJECT_SOURCE_DIR}/cmake/velstd.pc.in" "${PROJECT_BINARY_DIR}/velstd.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/velstd.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+
+# For gdb, which looks for what belongs to a library under the library's own path below its directory
+# of scripts; and where people find it, for programs that gdb does not see the library in.
+set(velstdPrinters "${PROJECT_SOURCE_DIR}/tools/gdb/velstd_gdb.py")
+install(FILES "${velstdPrinters}" DESTINATION "${CMAKE_INSTALL_DATADIR}/velstd/gdb")
+install(FILES "${velstdPrinters}"
+        DESTINATION
+          "${CMAKE_INSTALL_DATADIR}/gdb/auto-load\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}"
+        RENAME "libvelstd.so.${PROJECT_VERSION}-gdb.py")

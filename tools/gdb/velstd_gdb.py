@@ -35,6 +35,13 @@ class Corrupt(Exception):
     """What is in memory cannot be what it should be."""
 
 
+class NoTable(Corrupt):
+    """There is no virtual table, or none with descriptions of types."""
+
+    def __init__(self):
+        super().__init__("no virtual table")
+
+
 # ---- memory ----------------------------------------------------------------------------------
 
 
@@ -130,7 +137,7 @@ def raw_type_name(info):
     name = narrow_text(number(info + WORD))
     name = name[1:] if name.startswith("*") else name
     if not re.fullmatch(r"[!-~]+", name):
-        raise Corrupt("no virtual table")
+        raise NoTable()
     return name
 
 
@@ -141,7 +148,7 @@ def type_name(info):
         answer = gdb.execute(f"demangle -l c++ -- _ZTS{raw}", to_string=True).strip()
         match = re.fullmatch(r"typeinfo name for (.*)", answer)
         if not match:
-            raise Corrupt("no virtual table")
+            raise NoTable()
         demangled[raw] = match[1]
     return demangled[raw]
 
@@ -149,7 +156,7 @@ def type_name(info):
 def virtual_table(address):
     table = number(address)
     if table % WORD or not table:
-        raise Corrupt("no virtual table")
+        raise NoTable()
     return table
 
 
@@ -161,7 +168,7 @@ class Object:
             table = virtual_table(address)
             to_top = number(table - 2 * WORD, signed=True)
             if not -(1 << 31) < to_top <= 0:
-                raise Corrupt("no virtual table")
+                raise NoTable()
             info = number(table - WORD)
             self.address = address + to_top
             self.parts = {}
@@ -172,7 +179,7 @@ class Object:
             self.count = number(self.parts["xobject"] + WORD, 4, True)
             if self.count < -1:
                 raise Corrupt(f"{self.count} references")
-        except gdb.MemoryError:
+        except (gdb.MemoryError, NoTable):
             raise Corrupt(f"no object at {address:#x}") from None
         except Corrupt as reason:
             raise Corrupt(f"no object at {address:#x}: {reason}") from None
@@ -180,7 +187,7 @@ class Object:
     def walk(self, address, info, depth):
         """Notes where the classes lie, the most derived first; see the C++ ABI for type_info."""
         if depth > MAX_DEPTH or len(self.parts) > MAX_BASES:
-            raise Corrupt("no virtual table")
+            raise NoTable()
         name = type_name(info)
         if name in self.parts:
             return
@@ -191,7 +198,7 @@ class Object:
         elif kind.endswith("21__vmi_class_type_infoE"):
             count = number(info + 2 * WORD + 4, 4)
             if count > MAX_BASES:
-                raise Corrupt("no virtual table")
+                raise NoTable()
             for base in range(info + 3 * WORD, info + (3 + 2 * count) * WORD, 2 * WORD):
                 flags = number(base + WORD, signed=True)
                 offset = flags >> 8
@@ -199,7 +206,7 @@ class Object:
                     offset = number(virtual_table(address) + offset, signed=True)
                 self.walk(address + offset, number(base), depth + 1)
         elif not kind.endswith("17__class_type_infoE"):
-            raise Corrupt("no virtual table")
+            raise NoTable()
 
     def argument(self, template):
         """T, if one of the bases is `template`<T>."""
@@ -271,16 +278,20 @@ class Text:
 
     def lazy(self):
         """For the debugger, which puts quotes and stops where it is told to."""
-        return value_at(self.address, self.kind).address.lazy_string(length=self.length)
+        text = value_at(self.address, self.kind).address
+        if self.kind.sizeof == 2:  # not what it takes wide characters for
+            return text.lazy_string(self.wide_encoding(), self.length)
+        return text.lazy_string(length=self.length)
+
+    def wide_encoding(self):
+        return f"UTF-{8 * self.kind.sizeof}{'LE' if byte_order() == 'little' else 'BE'}"
 
     def plain(self):
         if self.is_null:
             return ""
         if self.is_wide:
-            unit = self.kind.sizeof
-            order = "le" if byte_order() == "little" else "be"
-            data = read(self.address, min(self.length, MAX_NAME) * unit)
-            return data.decode(f"utf-{8 * unit}-{order}", "backslashreplace")
+            data = read(self.address, min(self.length, MAX_NAME) * self.kind.sizeof)
+            return data.decode(self.wide_encoding(), "backslashreplace")
         return narrow_text(self.address)
 
     def node(self):
@@ -355,7 +366,9 @@ class Element:
     def show(self, address):
         """A value of the debugger, or text."""
         if self.name == "unsigned char":
-            return truth(number(address, 1))
+            byte = number(address, 1)
+            truth_type = find_type("bool")  # which C does not know
+            return gdb.Value(byte).cast(truth_type) if byte < 2 and truth_type else truth(byte)
         if self.kind:
             return value_at(address, self.kind)
         if self.name == "xstring":
@@ -463,13 +476,15 @@ class Dictionary:
 
     def parts(self, trail):
         inner = trail.into(self.thing.address)
-        for key, at in self.live():
+        # Two parts for each entry; labels are told apart by who asks for one after the other.
+        for number_of_entry, (key, at) in enumerate(self.live()):
+            label = f"[{2 * number_of_entry}]"
             try:
                 check_readable(key, 1, "key")
-                yield "key", value_at(key, gdb.lookup_type("char")).address.lazy_string()
+                yield label, value_at(key, gdb.lookup_type("char")).address.lazy_string()
             except Corrupt as reason:
-                yield "key", complaint(reason)
-            yield from element_at("value", at, self.element, inner)
+                yield label, complaint(reason)
+            yield from element_at(f"[{2 * number_of_entry + 1}]", at, self.element, inner)
 
 
 def element_at(label, address, element, trail):
@@ -494,63 +509,46 @@ def collection_of(thing):
     return None
 
 
-# The attributes of the library's own classes, in the order of their fields: s a string, a variant,
-# an int, a handle.
+# The attributes of the library's own classes, in the order of their fields.
 ATTRIBUTES = {
-    "velXException": "Description:s",
-    "velXTypeMismatch": "VelObject:a TypeName:s",
-    "velXInvalidArrayIndex": "VelObject:a Index:i Dimension:i",
-    "velXInvalidSeqIndex": "VelObject:a Index:i",
-    "velXInvalidDictIndex": "VelObject:a Index:i",
-    "velXInvalidDictKey": "VelObject:a Key:s",
-    "velXNegativeIndex": "Index:i",
-    "velXRefCountable": "VelObject:a",
-    "velXNativeException": "StringRep:s",
-    "velXFunc": "Name:s Args:h",
-    "velXExternFunc": "Func:h",
-    "velXSerialization": "Source:h",
-    "velXSoapFault": "FaultCode:s FaultString:s FaultDetail:a",
-    "velXSoapHttpTransport": "Reason:s Status:i",
-    "xportXCannotConnect": "Host:s Port:i",
-    "xportXMsgStringTooLong": "Msg:s",
-    "xportXNullInNonOptArg": "ParamName:s",
-    "xportXTimeout": "OpName:s",
+    "velXException": "Description:xstring",
+    "velXTypeMismatch": "VelObject:xany TypeName:xstring",
+    "velXInvalidArrayIndex": "VelObject:xany Index:int Dimension:int",
+    "velXInvalidSeqIndex": "VelObject:xany Index:int",
+    "velXInvalidDictIndex": "VelObject:xany Index:int",
+    "velXInvalidDictKey": "VelObject:xany Key:xstring",
+    "velXNegativeIndex": "Index:int",
+    "velXRefCountable": "VelObject:xany",
+    "velXNativeException": "StringRep:xstring",
+    "velXFunc": "Name:xstring Args:xrchandle<velXArgs>",
+    "velXExternFunc": "Func:xrchandle<velXFunc>",
+    "velXSerialization": "Source:xrchandle<velXException>",
+    "velXSoapFault": "FaultCode:xstring FaultString:xstring FaultDetail:xany",
+    "velXSoapHttpTransport": "Reason:xstring Status:int",
+    "xportXCannotConnect": "Host:xstring Port:int",
+    "xportXMsgStringTooLong": "Msg:xstring",
+    "xportXNullInNonOptArg": "ParamName:xstring",
+    "xportXTimeout": "OpName:xstring",
 }
-# Size and alignment.
-FIELDS = {"s": (3 * WORD, WORD), "a": (4 * WORD, WORD), "i": (4, 4), "h": (WORD, WORD)}
 
 
-def attributes(thing):
-    """Name, kind and address of the attributes that the library's classes give an object, those of
-    a base first. One class follows the other: each has one base that is not virtual, at offset 0."""
+def attribute_parts(thing, trail):
+    """The attributes that the library's classes give an object, those of a base first. Each of these
+    classes has one base that is not virtual, at its beginning, and its own fields behind it."""
+    inner = trail.into(thing.address)
     at = WORD
     begin = None
     for name in reversed(thing.parts):
         if name in ATTRIBUTES and thing.parts[name] != begin:
             begin = thing.parts[name]
             at = WORD
-        for field in ATTRIBUTES.get(name, "").split():
-            label, kind = field.split(":")
-            size, alignment = FIELDS[kind]
+        for attribute in ATTRIBUTES.get(name, "").split():
+            label, kind = attribute.split(":")
+            element = Element(kind)
+            alignment = min(element.size, WORD)
             at = (at + alignment - 1) // alignment * alignment
-            yield label, kind, thing.parts[name] + at
-            at += size
-
-
-def attribute_parts(thing):
-    for label, kind, at in attributes(thing):
-        try:
-            if kind == "i":
-                shown = str(number(at, 4, True))
-            elif kind == "s":
-                shown = text_at(at).node().text
-            elif kind == "a":
-                shown = any_node(*any_words_at(at), Trail((), [0])).text
-            else:
-                shown = held_node(number(at), Trail((), [0])).text
-        except Exception as reason:
-            shown = complaint(reason)
-        yield label, shown
+            yield from element_at(label, thing.parts[name] + at, element, inner)
+            at += element.size
 
 
 def object_node(address, trail, pointer=None):
@@ -571,7 +569,7 @@ def object_node(address, trail, pointer=None):
             return Node(f"{thing.name} {name.plain() or '(no name)'}")
     text = f"{spelled(thing.name)} ({thing.references()})"
     if any(name in ATTRIBUTES for name in thing.parts):
-        return Node(text, lambda: attribute_parts(thing))
+        return Node(text, lambda: attribute_parts(thing, trail))
     if pointer is None:
         return Node(text)
     return Node(text, lambda: iter([("get()", pointer_to(thing, pointer))]))
@@ -766,7 +764,7 @@ def struct_node(value):
         f"{name} of {whole} ({thing.references()})"
 
     def parts():
-        yield from attribute_parts(thing)
+        yield from attribute_parts(thing, Trail.to(None))
         yield from own_parts(value, set())
 
     return Node(text, parts)

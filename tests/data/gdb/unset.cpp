@@ -1,17 +1,18 @@
 // Variables that have no value yet, on a stack that was used before.
 #include <velstd.h>
 
-#include <cstring>
-
 __attribute__((noinline)) void used() {
   volatile unsigned char stack[2048];
   for (volatile unsigned char& byte : stack) byte = 0x5A;
 }
 
+extern "C" __attribute__((noinline)) int look() {
+  volatile int line = 1;
+  return line;
+}
+
 __attribute__((noinline)) int garbage() {
-  int line = 1;
-  line = 2;
-  line = 3;
+  int line = look();
   xstring text("later");
   xany value(5);
   xrchandle<xintsequence> handle = xintsequence::create();

@@ -63,7 +63,7 @@ struct Values {
   xrchandle<xboolsequence> bools;
   xrchandle<xrealsequence> reals;
   xrchandle<xstringsequence> strings;
-  xrchandle<xanysequence> anys, cyclic;
+  xrchandle<xanysequence> anys, cyclic, blame, doubled;
   xrchandle<xbooldictionary> boolDict;
   xrchandle<xintdictionary> intDict, removed;
   xrchandle<xrealdictionary> realDict;
@@ -129,7 +129,7 @@ int main(int argc, char**) {
   buffer->NoteLength(3);
   v.zeros = xstring({buffer, text, nullptr}, false);
   v.longText = std::string(300, 'x').c_str();
-  v.longWide = std::wstring(300, L'y').c_str();
+  for (int i = 0; i < 300; ++i) v.longWide += L'y';
   v.quoted = "say \"hi\"\n\tnow";
   v.utf8 = "\xC3\x84pfel";
   v.wideUtf8 = L"\u00C4pfel \u20AC";
@@ -168,6 +168,17 @@ int main(int argc, char**) {
   v.cyclic = xanysequence::create();
   v.cyclic->append(v.cyclic);
   v.cyclic->append(v.cyclic);
+  v.blame = xanysequence::create();
+  const xrchandle<xthrowable> blaming(thrownBy([] { v.blame->get(1); }));
+  v.blame->append(blaming);
+  // Thirty levels, each of which holds the next one twice.
+  v.doubled = xanysequence::create();
+  for (int level = 0; level < 30; ++level) {
+    const xrchandle<xanysequence> inner = v.doubled;
+    v.doubled = xanysequence::create();
+    v.doubled->append(inner);
+    v.doubled->append(inner);
+  }
   v.nested = v.anys;
   v.boolDict = xbooldictionary::create();
   v.boolDict->set("yes", 1);
