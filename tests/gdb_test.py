@@ -6,7 +6,7 @@ and compares what gdb says with data/gdb/*.expected: a line that begins with "(g
 what follows is its answer, with 0x... for any address.
 Usage: gdb_test.py --source ROOT --scratch DIR --library FILE --ext FILE
                    --cxx COMPILER --cc COMPILER [--flags TEXT] [--update] [test...]
-       gdb_test.py --source ROOT --scratch DIR --prefix DIR --libdir NAME --cxx COMPILER ... [test...]
+       gdb_test.py --source ROOT --scratch DIR --prefix DIR --libdir NAME --cxx COMPILER [test...]
 With --prefix, the library installed there is used, and gdb finds the printers by itself.
 """
 import argparse

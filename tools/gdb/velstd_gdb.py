@@ -5,7 +5,7 @@ live processes are. No debug information of the library is needed: the layouts o
 are known here, and the class of an object is what its virtual table says. What cannot be right is
 shown as <corrupt: ...>, with the reason.
 
-gdb loads this file by itself where it is installed with the library; otherwise: source velstd_gdb.py
+gdb loads this file by itself where it is installed with the library; elsewhere, source it.
 Beside the printers there are
   *handle, handle->member     for xrchandle and xrcunihandle, without calling the program
   $velat(collection, which)   the element of that number, the value of that key
@@ -70,7 +70,7 @@ def check_readable(address, count, what):
 
 
 def text_length(address, unit, limit):
-    """Units of a text before its zero; reads no page beyond it. At least `limit`, if it is longer."""
+    """Units of a text before its zero; at least `limit` if it is longer. Reads no page beyond."""
     zero = bytes(unit)
     length = 0
     while length < limit:
@@ -236,8 +236,8 @@ def spelled(name):
 
 
 class Text:
-    """A string by its three fields. Like the library it knows the length of the form that the buffer
-    was made with, which lies behind the buffer: such a text may hold zeros."""
+    """A string by its three fields. The length of the form that the buffer was made with, which
+    lies behind the buffer, is known to it: such a text may hold zeros."""
 
     HEADER = 6 * WORD  # of a buffer: table, count, narrow, wide, room, length
 
@@ -254,8 +254,11 @@ class Text:
         count = number(buffer + WORD, signed=True)
         if count < 1:
             raise Corrupt(f"string buffer at {buffer:#x} has {count} references")
-        narrow = narrow or number(buffer + 2 * WORD)
-        wide = wide or number(buffer + 3 * WORD)
+        forms = [number(buffer + 2 * WORD), number(buffer + 3 * WORD)]
+        for text, form in zip((narrow, wide), forms):
+            if text not in (0, form):
+                raise Corrupt(f"text at {text:#x} of string buffer at {buffer:#x}")
+        narrow, wide = forms
         own = buffer + self.HEADER
         # What is not the form of the buffer's birth is a conversion, perhaps with losses.
         self.is_wide = wide == own or not narrow
@@ -321,7 +324,7 @@ class Node:
 
 
 class Trail:
-    """How a collection inside another was reached, so that one that holds itself comes to an end."""
+    """How a collection inside another was reached, so that what holds itself comes to an end."""
 
     # By the address of the element that is shown at the moment.
     elements = {}
@@ -440,7 +443,8 @@ class Dictionary:
         self.count = number(base + 2 * WORD + 4, 4)
         self.element = Element(element)
         self.slot_size = WORD + (self.element.size + WORD - 1) // WORD * WORD
-        if self.slots > MAX_SLOTS or self.count > self.slots or bool(self.slots) != bool(self.table):
+        has_table = self.table != 0
+        if not self.count <= self.slots <= MAX_SLOTS or has_table != (self.slots > 0):
             raise Corrupt(f"{self.name} of {self.count} entries in {self.slots} slots")
         if self.slots:
             check_readable(self.table, self.slots * self.slot_size, f"the slots of {self.name}")
@@ -533,8 +537,8 @@ ATTRIBUTES = {
 
 
 def attribute_parts(thing, trail):
-    """The attributes that the library's classes give an object, those of a base first. Each of these
-    classes has one base that is not virtual, at its beginning, and its own fields behind it."""
+    """The attributes that the library's classes give an object, those of a base first. Each of
+    these classes has one base that is not virtual, at its beginning, and its own fields behind."""
     inner = trail.into(thing.address)
     at = WORD
     begin = None
@@ -864,7 +868,7 @@ class Accesses(gdb.xmethod.XMethodMatcher):
 
 
 def object_of(value):
-    """The object that a handle, a pointer, a variant or an object leads to, and the pointer to it."""
+    """The object that a handle, a pointer, a variant or an object leads to, and its pointer."""
     kind = value.type.strip_typedefs()
     if kind.code in (gdb.TYPE_CODE_REF, gdb.TYPE_CODE_RVALUE_REF):
         value = value.referenced_value()
@@ -913,8 +917,8 @@ class VelAt(gdb.Function):
 
 
 class VelObject(gdb.Function):
-    """$velobject(object): the object of a handle, a pointer or a variant, as its own class; a pointer
-    to it where the debugger does not know that class."""
+    """$velobject(object): the object of a handle, a pointer or a variant, as its own class; a
+    pointer to it where the debugger does not know that class."""
 
     def __init__(self):
         super().__init__("velobject")

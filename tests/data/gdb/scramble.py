@@ -1,4 +1,4 @@
-"""Run by gdb where the values of values.cpp are made: shows copies of them with words that are wrong.
+"""Shows copies of the values of values.cpp in which some words are wrong; run by gdb at look().
 
 Each copy stands in memory that the program has to spare; what is shown is a text, never an error of
 the printers. Says at the end how many were shown as corrupt.

@@ -3,15 +3,15 @@
 
 #include <stddef.h>
 
-void look(xintsequence *ints, xstringsequence *strings, xanysequence *anys,
-          xanydictionary *dictionary, __xany_c *value, __xstring_c *text, xthrowable *caught);
+void look(xintsequence* ints, xstringsequence* strings, xanysequence* anys,
+          xanydictionary* dictionary, __xany_c* value, __xstring_c* text, xthrowable* caught);
 #ifdef __GNUC__
 __attribute__((noinline))
 #endif
 void look(xintsequence *ints, xstringsequence *strings, xanysequence *anys,
           xanydictionary *dictionary, __xany_c *value, __xstring_c *text, xthrowable *caught) {
   /* All of them are there at the breakpoint, whatever the optimiser does. */
-  static void *volatile seen[7];
+  static void* volatile seen[7];
   seen[0] = ints;
   seen[1] = strings;
   seen[2] = anys;
@@ -23,10 +23,10 @@ void look(xintsequence *ints, xstringsequence *strings, xanysequence *anys,
 }
 
 int main(void) {
-  xintsequence *ints = xintsequence_create();
-  xstringsequence *strings = xstringsequence_create();
-  xanysequence *anys = xanysequence_create();
-  xanydictionary *dictionary = xanydictionary_create();
+  xintsequence* ints = xintsequence_create();
+  xstringsequence* strings = xstringsequence_create();
+  xanysequence* anys = xanysequence_create();
+  xanydictionary* dictionary = xanydictionary_create();
   __xstring_c text;
   __xany_c value;
 

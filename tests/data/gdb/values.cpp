@@ -25,6 +25,18 @@ class Point : public velStruct<Point, Shape> {
   VEL_STRUCT(Point, "demo::Point", x, y, label, next, tags)
 };
 
+// Reaches its base by two ways.
+class Mark : public velStruct<Mark, Shape> {
+ public:
+  xany value = 1.5;
+  VEL_STRUCT(Mark, "demo::Mark", value)
+};
+class MarkedPoint : public velStruct<MarkedPoint, Point, Mark> {
+ public:
+  bool seen = true;
+  VEL_STRUCT(MarkedPoint, "demo::MarkedPoint", seen)
+};
+
 // Described by hand.
 class Tank : public virtual xobject {
   VEL_OBJECT(Tank)
@@ -34,9 +46,8 @@ class Tank : public virtual xobject {
   static int made;
 };
 int Tank::made = 1;
-VEL_OBJECT_RTTI(Tank, xrttiobject, [](xrttiobject* rtti) {
-  rtti->initializeRttiObject("demo::Tank", 1, 0, nullptr);
-})
+VEL_OBJECT_RTTI(Tank, xrttiobject,
+                [](xrttiobject* rtti) { rtti->initializeRttiObject("demo::Tank", 1, 0, nullptr); })
 
 // A collection of a class that only this program knows.
 struct Pair {
@@ -48,9 +59,8 @@ class PairSequence : public xtcsequence<Pair> {
  public:
   PairSequence() : xtcsequence<Pair>(0u) {}
 };
-VEL_OBJECT_RTTI(PairSequence, xrttiobject, [](xrttiobject* rtti) {
-  rtti->initializeRttiObject("demo::Pairs", 1, 0, nullptr);
-})
+VEL_OBJECT_RTTI(PairSequence, xrttiobject,
+                [](xrttiobject* rtti) { rtti->initializeRttiObject("demo::Pairs", 1, 0, nullptr); })
 
 struct Values {
   xstring null, empty, narrow, wide, both, appended, zeros, longText, longWide, quoted, utf8,
@@ -76,6 +86,7 @@ struct Values {
   xrchandle<velArrayOf<Color, 2, 2>> board;
   xrchandle<PairSequence> pairs;
   xrchandle<Point> point;
+  xrchandle<MarkedPoint> marked;
   xrchandle<Tank> tank;
   xrchandle<Shape> shape;
   xrcunihandle<xobject> held, nothing;
@@ -89,7 +100,7 @@ struct Values {
   xrttiattr* attribute;
   xrttiattrseq* attributes;
   // Memory that is no value.
-  alignas(16) char broken[16][64];
+  alignas(16) char broken[24][64];
   xintsequence* freed;
 };
 
@@ -201,6 +212,7 @@ int main(int argc, char**) {
   v.point->label = "here";
   v.point->next = velNew<Point>();
   v.point->tags = v.ints;
+  v.marked = velNew<MarkedPoint>();
   v.tank = new Tank;
   v.shape = v.point;
   v.points = velSequenceOf<Point>::create();
@@ -246,7 +258,7 @@ int main(int argc, char**) {
   // Collections whose sizes cannot be.
   char* copy = static_cast<char*>(std::malloc(256));
   std::memcpy(copy, static_cast<void*>(v.rawInts), 96);
-  put(copy + 16, {0x00000001FFFFFFFF});
+  put(copy + 16, {0x0000000800000010});
   put(v.broken[9], {address(copy)});
   char* dictionary = static_cast<char*>(std::malloc(256));
   std::memcpy(dictionary, static_cast<void*>(v.intDict.operator->()), 192);
@@ -260,6 +272,21 @@ int main(int argc, char**) {
   std::memcpy(counted, static_cast<void*>(v.rawInts), 96);
   std::memset(counted + 48, 0x80, 16);
   put(v.broken[12], {address(counted)});
+  char* half = static_cast<char*>(std::malloc(256));
+  std::memcpy(half, static_cast<void*>(v.rawInts), 96);
+  put(half + 16, {0x0000010000000006});
+  put(v.broken[13], {address(half)});
+  // Strings with a text that is not in the buffer, with one that is longer than its room, with a
+  // buffer that nobody holds.
+  const __xstring_c apples = v.narrow.getxstring_c_unattached();
+  put(v.broken[14], {address(apples.buffer), 0x40, 0});
+  for (int i : {16, 18}) {
+    std::memcpy(v.broken[i], static_cast<const void*>(apples.buffer), 56);
+    put(v.broken[i] + 16, {address(v.broken[i]) + 48});
+    put(v.broken[i - 1], {address(v.broken[i]), 0, 0});
+  }
+  put(v.broken[16] + 40, {1000});
+  put(v.broken[18] + 8, {0});
   xrchandle<xintsequence> dying = xintsequence::create();
   v.freed = dying;
   dying = xrchandle<xintsequence>();
