@@ -5,6 +5,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <locale>
 #include <map>
 #include <set>
 #include <string>
@@ -13,6 +14,7 @@
 #include <vector>
 
 #include "velenum.h"
+#include "velrange.h"
 #include "veltest.h"
 #include "veltest_locale.h"
 
@@ -390,6 +392,27 @@ TEST(VelHashOfHandles, HandlesAreKeysByTheirObject) {
   EXPECT_EQ(all.size(), 3U);
   const std::unordered_set<xrcunihandle<xobject>> objects{a, b, a};
   EXPECT_EQ(objects.size(), 2U);
+}
+
+TEST(VelToString, IsWhatThePrinterWrites) {
+  const auto numbers = velSequence<int>({1, 2000000});
+  EXPECT_EQ(velToString(velAny(numbers)), "intseq\n[\n  0 : 1\n  1 : 2000000\n]");
+  EXPECT_EQ(velToString(velAny(numbers), -1), "intseq [ 0 : 1 1 : 2000000 ]");
+  EXPECT_EQ(velToString(velAny("a")), "\"a\"");
+  EXPECT_EQ(velToString(xany(xanyNil)), "nil");
+}
+
+// A locale that groups digits and has another point.
+TEST(VelToString, IsTheSameInEveryLocale) {
+  struct Grouping : std::numpunct<char> {
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+    char do_decimal_point() const override { return ','; }
+  };
+  const std::locale before = std::locale::global(std::locale(std::locale(), new Grouping));
+  EXPECT_EQ(velToString(velAny(1234567)), "1234567");
+  EXPECT_EQ(velToString(velAny(1.5)), "1.5");
+  std::locale::global(before);
 }
 
 }  // namespace

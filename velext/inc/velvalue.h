@@ -104,6 +104,10 @@ std::enable_if_t<std::is_same<T, xany>::value, std::ostream&> operator<<(std::os
   return out;
 }
 
+/// What velPrint writes: indented by `step` blanks a level, in one line below 0; with
+/// the digits of the classic locale, whatever the global one is.
+VELSTD_API std::string velToString(const xany& value, int step = 2);
+
 /// As xany compares: equal values have the same hash.
 template <>
 struct VELSTD_API std::hash<xany> {

@@ -2,6 +2,8 @@
 
 #include <cmath>
 #include <functional>
+#include <locale>
+#include <sstream>
 
 #include "velexceptions.h"
 #include "velprint.h"
@@ -109,6 +111,13 @@ int velOrder(const xany& a, const xany& b) {
     default:
       return 0;
   }
+}
+
+std::string velToString(const xany& value, int step) {
+  std::ostringstream out;
+  out.imbue(std::locale::classic());
+  velPrint(value, out, step);
+  return out.str();
 }
 
 bool velIsText(const xany& value, std::string_view utf8) {
