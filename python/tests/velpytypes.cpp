@@ -1,0 +1,158 @@
+// Types and values that the tests of the Python package load: a small shop, and what
+// no Python program could make.
+#include <velext.h>
+#include <velstd.h>
+
+namespace shop {
+
+// How many objects of the shop there are.
+int live = 0;
+
+class Counted {
+ protected:
+  Counted() { ++live; }
+  Counted(const Counted&) { ++live; }
+  ~Counted() { --live; }
+};
+
+VEL_ENUM(Color, "shop::Color", red, green, blue)
+
+class Line : public velStruct<Line>, private Counted {
+  xstring name;
+  double price = 0;
+  std::optional<Color> color;
+  bool isGift = false;
+
+ public:
+  VEL_STRUCT(Line, "shop::Line", name, price, color, isGift)
+};
+
+class Order : public velStruct<Order>, private Counted {
+  int number = 0;
+  xrchandle<velSequenceOf<Line>> lines = velSequenceOf<Line>::create();
+  xrchandle<xstringsequence> tags;
+  xrchandle<xintdictionary> stock;
+  xany extra;
+  xrchandle<Order> next;
+  // Names that the Python class has, too.
+  int type = 7;
+
+ public:
+  VEL_STRUCT(Order, "shop::Order", number, lines, tags, stock, extra, next, type)
+};
+
+class Express : public velStruct<Express, Order> {
+  int hours = 24;
+
+ public:
+  VEL_STRUCT(Express, "shop::Express", hours)
+};
+
+class Payment : public velUnion<Payment>, private Counted {
+  int kind = 1;
+  xstring card;
+  int cash = 0;
+  xany other;
+
+ public:
+  VEL_UNION(Payment, "shop::Payment", kind, (1, card), (2, cash), (velOtherwise, other))
+};
+
+// Has dropped an attribute.
+class Letter : public virtual xobject, public velDeprecationSupport {
+  VEL_ATTRIBUTED(Letter, xobject())
+  VEL_ATTRIBUTE(xstring, Subject)
+ public:
+  Letter() = default;
+};
+VEL_ATTRIBUTED_RTTI(Letter, "shop::Letter", nullptr, VEL_ATTRIBUTE_INFO(Subject))
+
+class XSoldOut : public velXException {
+  VEL_ATTRIBUTED(XSoldOut, velXException(context))
+  VEL_ATTRIBUTE(int, Left)
+ public:
+  explicit XSoldOut(int left) : velXException("Sold out."), valueLeft(left) {}
+};
+VEL_ATTRIBUTED_RTTI(XSoldOut, "shop::XSoldOut", velXException::getClassRtti(),
+                    VEL_ATTRIBUTE_INFO(Left))
+
+// Not counted.
+class Shelf : public virtual xobject {
+  VEL_OBJECT(Shelf)
+};
+VEL_OBJECT_RTTI(Shelf, xrttistruct, [](xrttistruct* rtti) {
+  rtti->initializeRttiStruct("shop::Shelf", 0, 0, nullptr, 0, nullptr);
+})
+
+// Raises an exception when it goes.
+class Grumpy : public virtual xobject {
+  VEL_OBJECT(Grumpy)
+ public:
+  void onDelete() override { xthrow(xrchandle<XSoldOut>(new XSoldOut(-1))); }
+};
+VEL_OBJECT_RTTI(Grumpy, xrttistruct, [](xrttistruct* rtti) {
+  rtti->initializeRttiStruct("shop::Grumpy", 1, 0, nullptr, 0, nullptr);
+})
+
+Shelf shelf;
+
+const bool registered = [] {
+  velRttiAddToMap(Letter::getClassRtti());
+  velRttiAddToMap(XSoldOut::getClassRtti());
+  velRttiAddToMap(Shelf::getClassRtti());
+  return true;
+}();
+
+// A sequence with one reference, for the caller.
+xobject* Owned(const xrchandle<xanysequence>& values) {
+  xobject* object = values.operator->();
+  xrcattach(object);
+  return object;
+}
+
+}  // namespace shop
+
+#define VELPY_EXPORT extern "C" __attribute__((visibility("default")))
+
+VELPY_EXPORT int velpy_live();
+VELPY_EXPORT unsigned velpy_count(xobject* object);
+VELPY_EXPORT xobject* velpy_texts();
+VELPY_EXPORT xobject* velpy_odd_value(int which);
+VELPY_EXPORT void velpy_fail(int left);
+
+int velpy_live() { return shop::live; }
+
+unsigned velpy_count(xobject* object) { return static_cast<unsigned>(xrcgetcount(object)); }
+
+// Owned: texts with a wide form only, in Latin-1, null.
+xobject* velpy_texts() {
+  auto values = xanysequence::create();
+  const wchar_t wide[] = {L'w', 0xfc, 0x20ac, 0};
+  values->append(xany(xstring(wide)));
+  values->append(xany(xstring("latin \xfc")));
+  values->append(xany(xstring()));
+  values->append(xany(xstring("")));
+  return shop::Owned(values);
+}
+
+// Owned: a sequence of one value.
+xobject* velpy_odd_value(int which) {
+  auto values = xanysequence::create();
+  switch (which) {
+    case 0: values->append(xany()); break;
+    case 1: values->append(xany(static_cast<xobject*>(&shop::shelf))); break;
+    case 2: values->append(xany(static_cast<xobject*>(shop::Line::getClassRtti()))); break;
+    case 3: values->append(xany(99, velEnumRtti<shop::Color>())); break;
+    case 4: values->append(xany(-2147483647)); break;
+    case 5: values->append(xany(static_cast<xobject*>(new shop::Grumpy))); break;
+    case 6: values->append(xany(static_cast<xobject*>(values.operator->()))); break;
+    default: break;
+  }
+  return shop::Owned(values);
+}
+
+// Parks an exception.
+void velpy_fail(int left) {
+  const xrchandle<shop::XSoldOut> exception = new shop::XSoldOut(left);
+  xsetexc_c(exception.operator->());
+}
