@@ -1,5 +1,5 @@
-# Runs PROGRAM, keeps its standard output in ACTUAL, fails when it differs from EXPECTED.
-execute_process(COMMAND "${PROGRAM}" OUTPUT_FILE "${ACTUAL}" RESULT_VARIABLE status)
+# Runs PROGRAM, with ARGUMENTS if there are any, keeps its standard output in ACTUAL, fails when it differs from EXPECTED.
+execute_process(COMMAND "${PROGRAM}" ${ARGUMENTS} OUTPUT_FILE "${ACTUAL}" RESULT_VARIABLE status)
 if(NOT status EQUAL 0)
   message(FATAL_ERROR "${PROGRAM} ended with ${status}")
 endif()

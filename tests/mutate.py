@@ -76,7 +76,7 @@ STRICT = {
 
 # What the library and its tests are built of.
 PARTS = ["CMakeLists.txt", "cmake", "velbase", "velstd", "korkit", "capi", "velext", "veljson",
-         "tests", "fuzz", "docs", "examples", "tools", "README.md", "LICENSE"]
+         "tests", "fuzz", "docs", "examples", "python", "tools", "README.md", "LICENSE"]
 
 TURNED = {"<": "<=", "<=": "<", ">": ">=", ">=": ">", "==": "!=", "!=": "==",
           "&&": "||", "||": "&&"}

@@ -8,10 +8,16 @@ import pytest
 
 import velstd
 
-JUNK = [None, velstd.Uninit, True, 0, 1, 2, 22, -1, 2**31, 2**63, 10**30, 0.5, float("nan"), 1e126,
+def junk():
+    """Values of all sorts; fresh ones, for some are changed by what they are given to."""
+    return [
+        None, velstd.Uninit, True, 0, 1, 2, 22, -1, 2**31, 2**63, 10**30, 0.5, float("nan"), 1e126,
         "", "x", "a\0b", "\ud800", "shop::Line", "x" * 10000, b"", b"x", (), [], {}, {1: 2}, [[]],
-        object(), object, len, type, Ellipsis, NotImplemented, 1j, range(2), iter([]), slice(1), set(),
-        ctypes.c_void_p(22), ctypes.c_char_p(b"x"), bytearray(b"x"), memoryview(b"x"), Exception("x")]
+        object(), object, len, type, Ellipsis, NotImplemented, 1j, range(2), iter([]), slice(1),
+        set(), ctypes.c_void_p(22), ctypes.c_char_p(b"x"), bytearray(b"x"), memoryview(b"x"),
+        Exception("x")]
+
+
 EXPECTED = (TypeError, ValueError, LookupError, OverflowError, AttributeError, velstd.Error)
 
 
@@ -52,12 +58,12 @@ METHODS = sorted({
 @pytest.mark.parametrize("method", METHODS)
 def test_junk_for_every_method(method):
     for thing in things():
-        for value in JUNK:
+        for value in junk():
             use(lambda v: getattr(thing, method)(v), value)
     chance = random.Random(method)
     for thing in things():
         for _ in range(12):
-            use(lambda a, b: getattr(thing, method)(a, b), chance.choice(JUNK), chance.choice(JUNK))
+            use(lambda a, b: getattr(thing, method)(a, b), chance.choice(junk()), chance.choice(junk()))
 
 
 @pytest.mark.parametrize("function", [
@@ -66,9 +72,9 @@ def test_junk_for_every_method(method):
     velstd.StringDict, velstd.AnyDict, velstd.Error, velstd.Sequence, velstd.Object],
     ids=lambda f: f.__name__)
 def test_junk_for_every_function(function):
-    for value in [*JUNK, *things()]:
+    for value in [*junk(), *things()]:
         use(function, value)
-        for other in JUNK[::3]:
+        for other in junk()[::3]:
             use(function, value, other)
 
 
@@ -88,7 +94,7 @@ def test_the_address_is_not_set_from_outside():
 
 
 def test_attributes_of_other_objects_take_all_their_own_and_no_more():
-    for value in [*JUNK, *things()]:
+    for value in [*junk(), *things()]:
         for name in ("number", "lines", "tags", "stock", "extra", "next"):
             order = velstd.create("shop::Order")
             use(setattr, order, name, value)

@@ -51,7 +51,7 @@ def test_an_exception_of_ones_own_has_attributes(fail):
         fail(3)
     error = caught.value
     assert error.Left == 3 and error.Description == "Sold out."
-    assert error.attributes == {"Description": "Sold out.", "VelObject": None, "Left": 3}
+    assert error.attributes == {"Description": "Sold out.", "Left": 3}
     assert str(error) == str(error.object) == velstd.format_value(error.object)
     assert error.type_name == "shop::XSoldOut" == error.object.type_name
     assert "Left" in dir(error) and not hasattr(error, "Right")

@@ -5,7 +5,6 @@ import subprocess
 import sys
 import textwrap
 import threading
-import warnings
 
 import pytest
 
@@ -71,17 +70,6 @@ def test_the_collector_may_come_at_any_time(count):
     del cycle
     gc.collect()
     assert count(line) == 1
-
-
-def test_a_destruction_that_fails_is_a_warning(odd):
-    with warnings.catch_warnings(record=True) as caught:
-        warnings.simplefilter("always")
-        # The last reference is Python's own.
-        held = odd(5)[0]
-        del held
-        gc.collect()
-    assert [w for w in caught if "Sold out." in str(w.message)]
-    assert IntSequence([1])[0] == 1
 
 
 def test_memory_does_not_grow():
@@ -282,8 +270,8 @@ def test_the_ledger_sees_a_reference_that_is_kept():
 def test_locales_have_no_say():
     for locale in ("C", "C.UTF-8", "de_DE.ISO-8859-1"):
         done = subprocess.run(
-            [sys.executable, "-c", "import velstd; s = velstd.StringSequence(['wü€𝄞']);"
-             "print(ascii(s[0]), ascii(str(s)), ascii(velstd.create('vellib::XFunc', Name='ü').Name))"],
+            [sys.executable, "-c", r"import velstd; s = velstd.StringSequence(['w\xfc\u20ac\U0001d11e']);"
+             r"print(ascii(s[0]), ascii(str(s)), ascii(velstd.create('vellib::XFunc', Name='\xfc').Name))"],
             env={**os.environ, "LC_ALL": locale}, capture_output=True, text=True)
         assert done.stdout == (
             "'w\\xfc\\u20ac\\U0001d11e' 'stringseq [ 0 : \"w\\xfc\\u20ac\\U0001d11e\" ]' '\\xfc'\n"

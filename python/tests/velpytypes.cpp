@@ -84,16 +84,6 @@ VEL_OBJECT_RTTI(Shelf, xrttistruct, [](xrttistruct* rtti) {
   rtti->initializeRttiStruct("shop::Shelf", 0, 0, nullptr, 0, nullptr);
 })
 
-// Raises an exception when it goes.
-class Grumpy : public virtual xobject {
-  VEL_OBJECT(Grumpy)
- public:
-  void onDelete() override { xthrow(xrchandle<XSoldOut>(new XSoldOut(-1))); }
-};
-VEL_OBJECT_RTTI(Grumpy, xrttistruct, [](xrttistruct* rtti) {
-  rtti->initializeRttiStruct("shop::Grumpy", 1, 0, nullptr, 0, nullptr);
-})
-
 Shelf shelf;
 
 const bool registered = [] {
@@ -139,14 +129,26 @@ xobject* velpy_texts() {
 xobject* velpy_odd_value(int which) {
   auto values = xanysequence::create();
   switch (which) {
-    case 0: values->append(xany()); break;
-    case 1: values->append(xany(static_cast<xobject*>(&shop::shelf))); break;
-    case 2: values->append(xany(static_cast<xobject*>(shop::Line::getClassRtti()))); break;
-    case 3: values->append(xany(99, velEnumRtti<shop::Color>())); break;
-    case 4: values->append(xany(-2147483647)); break;
-    case 5: values->append(xany(static_cast<xobject*>(new shop::Grumpy))); break;
-    case 6: values->append(xany(static_cast<xobject*>(values.operator->()))); break;
-    default: break;
+    case 0:
+      values->append(xany());
+      break;
+    case 1:
+      values->append(xany(static_cast<xobject*>(&shop::shelf)));
+      break;
+    case 2:
+      values->append(xany(static_cast<xobject*>(shop::Line::getClassRtti())));
+      break;
+    case 3:
+      values->append(xany(99, velEnumRtti<shop::Color>()));
+      break;
+    case 4:
+      values->append(xany(-2147483647));
+      break;
+    case 5:
+      values->append(xany(static_cast<xobject*>(values.operator->())));
+      break;
+    default:
+      break;
   }
   return shop::Owned(values);
 }

@@ -20,7 +20,6 @@ import ctypes.util
 import os
 import threading
 import types
-import warnings
 from ctypes import POINTER, Structure, Union, c_char_p, c_double, c_int, c_ubyte, c_void_p
 from typing import Any, Callable, Deque, Dict, List, NoReturn, Optional, Tuple
 
@@ -303,14 +302,11 @@ def _sweep() -> None:
 
 
 def release(address: int) -> None:
-    """Gives one reference back, inside the guard. A destruction that fails is
-    told as a warning: there is nobody to raise it to."""
+    """Gives one reference back, inside the guard."""
     lib.xrcrelease_c(address)
+    # Destructors must not throw; what one leaves pending is of no call of ours.
     if lib.xisexc_c():
-        try:
-            raise_pending()
-        except Exception as error:
-            warnings.warn(f"destroying an object failed: {error}", RuntimeWarning, stacklevel=2)
+        lib.xcleanupexc_c()
 
 
 def _raise_pending_unknown() -> NoReturn:

@@ -117,7 +117,11 @@ class Object:
 
     def __getattr__(self, name: str) -> Any:
         # Only what the class does not have itself comes here.
-        if name.startswith("__") or name == "_address" or name not in self.type._by_name():
+        if name == "_address":
+            raise AttributeError("the object has never been made")
+        # Not by our own properties: one that fails like this comes here, too.
+        known = _types.type_at(_c.call(lib.xgetrtti_c, self._address))._by_name()
+        if name.startswith("__") or name not in known:
             raise AttributeError(f"{_told(self)} has no attribute {name!r}")
         return self[name]
 
@@ -301,7 +305,8 @@ def print_value(value: Any, indent: Optional[int] = None, file: Optional[TextIO]
 def compare(first: Object, second: Object, /) -> bool:
     """Whether `second` has the content of `first`, as the library compares: through
     all levels, and by type. What `second` has beyond the entries of a dictionary in
-    `first` does not count.
+    `first` does not count, nor does what was never given in `first`. Values of
+    enumerations have no content to compare: an object with one differs from all.
 
     Raises TypeError for what is no object."""
     for name, given in (("first", first), ("second", second)):
