@@ -1,4 +1,5 @@
 """The manual is true, and every public name has one."""
+import builtins
 import doctest
 import inspect
 import os
@@ -30,7 +31,7 @@ def test_the_package_shows_what_happens():
 
 
 def public():
-    for name in velstd.__all__:
+    for name in (*velstd.__all__, "type"):
         thing = getattr(velstd, name)
         yield name, thing
         if inspect.isclass(thing):
@@ -49,7 +50,13 @@ def test_all_public_names_are_listed():
     found = {name for name in vars(velstd)
              if not name.startswith("_") and not inspect.ismodule(getattr(velstd, name))
              and name != "annotations"}
-    assert found | {"errors"} == set(velstd.__all__)
+    assert found | {"errors"} == {*velstd.__all__, "type"}
+
+
+def test_importing_all_names_leaves_the_builtins_alone():
+    names = {}
+    exec("from velstd import *", names)
+    assert not set(names) & set(dir(builtins)) - {"__builtins__"}
 
 
 def test_public_names_have_public_homes():

@@ -278,6 +278,21 @@ def test_a_class_of_ones_own():
     assert made == [1]
 
 
+def test_a_class_of_ones_own_keeps_what_it_likes():
+    class Named(IntSequence):
+        pass
+
+    made = Named([1])
+    made.name = "n"
+    assert made.name == "n" and made == [1]
+    del made.name
+    assert not hasattr(made, "name")
+    with pytest.raises(AttributeError):
+        made._address = 22
+    with pytest.raises(AttributeError):
+        del made._address
+
+
 def test_a_class_that_forgets_its_base_is_empty():
     class Empty(IntSequence):
         def __init__(self):

@@ -1,4 +1,6 @@
 """What can be asked of types."""
+import copy
+
 import pytest
 
 import velstd
@@ -88,6 +90,18 @@ def test_values_that_an_enumeration_has_not(type, value, error):
 def test_collections_tell_their_elements():
     assert velstd.type("shop::Lineseq").element_type == velstd.type("shop::Line")
     assert velstd.type("intdict").element_type.name == "int"
+
+
+def test_an_array_tells_its_sizes():
+    cells = velstd.create("shop::Board").cells.type
+    assert (cells.kind, cells.dimensions, cells.element_type.name) == ("array", (2, 3), "int")
+    assert velstd.type("intseq").dimensions == () and velstd.type("int").element_type is None
+
+
+def test_copies_of_types_are_themselves():
+    for one in (velstd.type("int"), velstd.type("shop::Line").attributes[0],
+                velstd.EnumValue("shop::Color", 0)):
+        assert copy.copy(one) is copy.deepcopy(one) is one
 
 
 def test_each_collection_has_its_type():

@@ -1,6 +1,8 @@
 """Values on their way to the library and back."""
 import copy
+import fractions
 import math
+import pickle
 
 import pytest
 
@@ -61,6 +63,14 @@ def test_whatever_is_an_index_is_an_int():
     assert AnySequence([Seven()])[0] == 7
 
 
+def test_whatever_is_a_real_number_is_a_float():
+    half = fractions.Fraction(1, 2)
+    assert list(velstd.RealSequence([half])) == [0.5] == list(AnySequence([half]))
+    assert type(AnySequence([half])[0]) is float
+    with pytest.raises(OverflowError):
+        velstd.RealSequence([10**400])
+
+
 def test_a_text_with_a_null_character_is_refused():
     with pytest.raises(ValueError, match="element 0.*null character"):
         velstd.StringSequence(["a\0b"])
@@ -111,6 +121,7 @@ def test_types_are_values_too():
 def test_uninit_is_one_and_false():
     assert not Uninit
     assert type(Uninit)() is Uninit and copy.deepcopy(Uninit) is Uninit
+    assert pickle.loads(pickle.dumps(Uninit)) is Uninit
     assert repr(Uninit) == "velstd.Uninit"
 
 
@@ -182,6 +193,8 @@ def test_to_python_of_uninit_is_what_is_asked_for():
 def test_to_python_tells_what_cannot_be_read():
     with pytest.raises(TypeError, match="shop::Lineseq"):
         velstd.to_python(velstd.create("shop::Order"))
+    with pytest.raises(TypeError, match=r"int\[2\]\[3\]"):
+        velstd.to_python(velstd.create("shop::Board"))
 
 
 def test_printing(capsys):

@@ -58,6 +58,13 @@ class Payment : public velUnion<Payment>, private Counted {
   VEL_UNION(Payment, "shop::Payment", kind, (1, card), (2, cash), (velOtherwise, other))
 };
 
+class Board : public velStruct<Board> {
+  xrchandle<velArrayOf<int, 2, 3>> cells = velArrayOf<int, 2, 3>::create();
+
+ public:
+  VEL_STRUCT(Board, "shop::Board", cells)
+};
+
 // Has dropped an attribute.
 class Letter : public virtual xobject, public velDeprecationSupport {
   VEL_ATTRIBUTED(Letter, xobject())

@@ -47,6 +47,7 @@ from . import errors
 
 __version__ = "0.1.0"
 
+# All but `type`: from velstd import * leaves Python's own alone.
 __all__ = [
     "AnyDict",
     "AnySequence",
@@ -77,7 +78,6 @@ __all__ = [
     "load",
     "print_value",
     "to_python",
-    "type",
     "types",
 ]
 
@@ -95,7 +95,7 @@ def library_path() -> str:
     return str(_c.library._name)
 
 
-for _name in __all__:
+for _name in (*__all__, "type"):
     # One place in texts, whichever file a name is written in.
     if getattr(globals()[_name], "__module__", "").startswith("velstd._"):
         globals()[_name].__module__ = "velstd"

@@ -246,14 +246,20 @@ class _Guard:
 
     def __enter__(self) -> None:
         self._lock.acquire()
-        self._saved.append(lib.xextractexc_c() if lib.xisexc_c() else None)
+        try:
+            self._saved.append(lib.xextractexc_c() if lib.xisexc_c() else None)
+        except BaseException:  # a signal handler that raises
+            self._lock.release()
+            raise
 
     def __exit__(self, *_: object) -> None:
-        saved = self._saved.pop()
-        if saved is not None:
-            lib.xsetexc_c(saved)
-            lib.xrcrelease_c(saved)
-        self._lock.release()
+        try:
+            saved = self._saved.pop()
+            if saved is not None:
+                lib.xsetexc_c(saved)
+                lib.xrcrelease_c(saved)
+        finally:
+            self._lock.release()
         if _dropped:
             _sweep()
 

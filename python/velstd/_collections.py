@@ -172,8 +172,17 @@ class _Collection(Object):
         # As with lists, what is cut out of a user's class is of the class below.
         return self._standard.__new__(self._standard)
 
+    # A class of the user's own that derives from a collection may keep what it likes.
+
     def __setattr__(self, name: str, value: Any) -> None:
-        raise AttributeError(f"{type(self).__name__} has no attributes to set")
+        if name == "_address" or not hasattr(self, "__dict__"):
+            raise AttributeError(f"{type(self).__name__} has no attributes to set")
+        object.__setattr__(self, name, value)
+
+    def __delattr__(self, name: str) -> None:
+        if name == "_address":
+            raise AttributeError(f"attribute {name!r} cannot be deleted")
+        object.__delattr__(self, name)
 
     __hash__ = None  # type: ignore[assignment]  # content changes
 

@@ -45,7 +45,7 @@ class Error(Exception):
 
     def __getattr__(self, name: str) -> Any:
         held = self.__dict__.get("_object")
-        if held is None or name not in held.type._by_name():
+        if held is None or name.startswith("__") or name not in held.type._by_name():
             raise AttributeError(f"{type(self).__name__!r} has no attribute {name!r}")
         return held[name]
 

@@ -2,11 +2,13 @@
 from __future__ import annotations
 
 from ctypes import byref
-from typing import Any, Callable, Dict, Iterator, List, Mapping, NoReturn, Optional, Tuple, Union
+from typing import Any, Callable, Dict, Iterator, List, Mapping, NoReturn, Optional, Tuple, TypeVar, Union
 
 from . import _c, _values
 from ._c import lib
 from ._values import encode_text, take_text
+
+_Self = TypeVar("_Self")
 
 _KINDS = ("", "basic", "enum", "object", "struct", "union", "array", "sequence", "dictionary")
 #: Kinds whose types may have parents.
@@ -21,7 +23,21 @@ def refuse_pickle(self: object, _protocol: Any = None) -> NoReturn:
     )
 
 
-class Attribute:
+class _Fixed:
+    """What never changes and cannot be made twice: its copies are itself."""
+
+    __slots__ = ()
+
+    def __copy__(self: _Self) -> _Self:
+        return self
+
+    def __deepcopy__(self: _Self, _memo: Any) -> _Self:
+        return self
+
+    __reduce_ex__ = refuse_pickle
+
+
+class Attribute(_Fixed):
     """An attribute of a type: its name, its type, and whether it may be missing."""
 
     __slots__ = ("_address", "_name")
@@ -49,8 +65,6 @@ class Attribute:
     def __repr__(self) -> str:
         return f"<velstd.Attribute {self._name}: {self.type.name}>"
 
-    __reduce_ex__ = refuse_pickle
-
 
 def _attribute(address: int) -> Attribute:
     made = object.__new__(Attribute)
@@ -59,7 +73,7 @@ def _attribute(address: int) -> Attribute:
     return made
 
 
-class Type:
+class Type(_Fixed):
     """A type of the library; `velstd.type(name)` and `velstd.types()` give them.
 
     Types live as long as the process. Two are equal when they have one name.
@@ -229,8 +243,6 @@ class Type:
     def __repr__(self) -> str:
         return f"<velstd.Type {self._name}: {self._kind}>"
 
-    __reduce_ex__ = refuse_pickle
-
 
 #: What the values of a basic type must be; "any" takes all.
 _BASIC: Dict[str, Callable[[Any, str], Any]] = {
@@ -316,7 +328,7 @@ def types() -> List[Type]:
     return [_at(address) for address in addresses]
 
 
-class EnumValue:
+class EnumValue(_Fixed):
     """A value of an enumeration: `velstd.EnumValue("demo::Color", "red")`.
 
     `value` is its number or its name. Equal to the same number of the same
@@ -374,15 +386,6 @@ class EnumValue:
 
     def __repr__(self) -> str:
         return f"<{self._type.name}.{self.name}: {self._value}>"
-
-    __reduce_ex__ = refuse_pickle
-
-    # Nothing in it changes.
-    def __copy__(self) -> "EnumValue":
-        return self
-
-    def __deepcopy__(self, _memo: Any) -> "EnumValue":
-        return self
 
 
 def _enum_at(number: int, address: int) -> EnumValue:

@@ -6,6 +6,7 @@ consumes the record it is given.
 from __future__ import annotations
 
 import ctypes
+import numbers
 import operator
 import sys
 from ctypes import byref
@@ -146,13 +147,12 @@ def encode_int(value: Any, name: str) -> int:
 
 def encode_real(value: Any, name: str) -> float:
     """A real number that is no marker."""
-    if not isinstance(value, float):
+    if not isinstance(value, numbers.Real):
         try:
-            number = float(operator.index(value))
+            value = operator.index(value)
         except TypeError:
             raise TypeError(f"{name} must be a float, not {type(value).__name__}") from None
-    else:
-        number = float(value)
+    number = float(value)
     if number in (_c.NIL_REAL, _c.UNINIT_REAL):
         raise OverflowError(f"{name}: {number} means nil or uninitialised")
     return number
@@ -181,9 +181,11 @@ def encode_variant(value: Any, name: str = "value") -> XAny:
     special = encode_object(value, name)
     if special is not None:
         return special
-    if not hasattr(value, "__index__"):
-        raise TypeError(f"{name}: no value of the library can be made of {type(value).__name__}")
-    return made(lib.xanyint_c(encode_int(value, name)))
+    if hasattr(value, "__index__"):
+        return made(lib.xanyint_c(encode_int(value, name)))
+    if isinstance(value, numbers.Real):
+        return made(lib.xanyreal_c(encode_real(value, name)))
+    raise TypeError(f"{name}: no value of the library can be made of {type(value).__name__}")
 
 
 def made(record: XAny) -> XAny:
