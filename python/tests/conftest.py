@@ -18,6 +18,7 @@ shop = ctypes.CDLL(TYPES)
 shop.velpy_count.argtypes = [ctypes.c_void_p]
 shop.velpy_texts.restype = ctypes.c_void_p
 shop.velpy_odd_value.restype = ctypes.c_void_p
+shop.velpy_fresh.restype = ctypes.c_void_p
 
 
 class Ledger:
@@ -107,6 +108,11 @@ def texts():
 def odd():
     """odd(number): a sequence of one value that Python does not make."""
     return lambda number: given(shop.velpy_odd_value(number))
+
+
+def fresh():
+    """An object with an attribute that is another one each time."""
+    return given(shop.velpy_fresh())
 
 
 @pytest.fixture

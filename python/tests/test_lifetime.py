@@ -44,6 +44,33 @@ def test_an_object_lives_as_long_as_somebody_holds_it():
     assert shop.velpy_live() == before
 
 
+def test_a_wrapper_that_dies_does_not_wait_for_another_thread():
+    inside, leave = threading.Event(), threading.Event()
+
+    def work():
+        with velstd._c.guard:
+            inside.set()
+            assert leave.wait(20)
+
+    before = shop.velpy_live()
+    line = velstd.create("shop::Line")
+    thread = threading.Thread(target=work)
+    thread.start()
+    assert inside.wait(20)
+    del line
+    assert shop.velpy_live() == before + 1
+    leave.set()
+    thread.join()
+    assert shop.velpy_live() == before
+
+
+def test_an_error_value_is_given_back():
+    # Nobody gets here from outside: indexes are looked at first.
+    for held in (StringSequence(["a"]), AnySequence(["a"])):
+        with velstd._c.guard, pytest.raises(velstd.errors.XInvalidSeqIndex):
+            held._take("get", 99)
+
+
 def test_failed_calls_give_everything_back(count):
     line = velstd.create("shop::Line")
     held = AnySequence()

@@ -55,6 +55,15 @@ def test_an_object_of_the_wrong_type_is_told_by_the_library(name, value):
     assert isinstance(caught.value, velstd.errors.XTypeMismatch)
 
 
+def test_what_a_value_raises_itself_is_passed_on():
+    class Torn(dict):
+        def values(self):
+            raise KeyError("mine")
+
+    with pytest.raises(KeyError, match="mine"):
+        velstd.create("shop::Order").extra = Torn(a=1)
+
+
 def test_attributes_take_what_fits():
     order = velstd.create("shop::Order", tags=["a", None], stock={"b": 1}, extra={"c": [1]})
     assert order.tags == ["a", None] and type(order.tags) is velstd.StringSequence

@@ -197,6 +197,8 @@ def test_equality():
     assert IntSequence([1, 2]) == IntSequence([1, 2]) == [1, 2]
     assert IntSequence([1]) != IntSequence([2]) and IntSequence([1]) != [1, 1]
     assert IntSequence([1]) == AnySequence([1]) == RealSequence([1])
+    held = RealSequence([float("nan")])
+    assert held == held and held != held.copy()
     assert IntSequence([1]) != (1,) and IntSequence() != "" and IntSequence() != None  # noqa: E711
 
 

@@ -7,6 +7,7 @@ import pickle
 import pytest
 
 import velstd
+from conftest import fresh
 from velstd import AnyDict, AnySequence, Uninit
 
 PLAIN = [None, Uninit, True, False, 0, 1, -1, 2147483647, -2147483646, 0.0, -0.0, 2.5, 1e308,
@@ -183,6 +184,12 @@ def test_to_python_takes_objects_apart():
     order = velstd.create("shop::Line", name="tea", color="blue")
     assert velstd.to_python([order] and AnySequence([order])) == [
         {"name": "tea", "price": 0.0, "color": "blue", "isGift": False}]
+
+
+def test_objects_that_are_made_when_asked_for_are_told_apart():
+    # Each has a place in memory that the one before has left.
+    held = AnySequence([fresh() for _ in range(4)])
+    assert len({one["made"][0] for one in velstd.to_python(held)}) == 4
 
 
 def test_to_python_of_uninit_is_what_is_asked_for():

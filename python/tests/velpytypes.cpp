@@ -91,6 +91,23 @@ VEL_OBJECT_RTTI(Shelf, xrttistruct, [](xrttistruct* rtti) {
   rtti->initializeRttiStruct("shop::Shelf", 0, 0, nullptr, 0, nullptr);
 })
 
+// Makes its attribute when it is asked for it.
+class Fresh : public virtual xobject {
+  VEL_OBJECT(Fresh)
+};
+int asked = 0;
+VEL_OBJECT_RTTI(Fresh, xrttistruct, [](xrttistruct* rtti) {
+  static xrttiattr* const attrs[] = {
+      new xrttiattr("made", xintsequence::getClassRtti(), 0,
+                    [](xobject*) {
+                      const auto made = xintsequence::create();
+                      made->append(++asked);
+                      return xany(made);
+                    }),
+  };
+  rtti->initializeRttiStruct("shop::Fresh", 1, 0, nullptr, 1, attrs);
+})
+
 Shelf shelf;
 
 const bool registered = [] {
@@ -115,6 +132,7 @@ VELPY_EXPORT int velpy_live();
 VELPY_EXPORT unsigned velpy_count(xobject* object);
 VELPY_EXPORT xobject* velpy_texts();
 VELPY_EXPORT xobject* velpy_odd_value(int which);
+VELPY_EXPORT xobject* velpy_fresh();
 VELPY_EXPORT void velpy_fail(int left);
 
 int velpy_live() { return shop::live; }
@@ -158,6 +176,13 @@ xobject* velpy_odd_value(int which) {
       break;
   }
   return shop::Owned(values);
+}
+
+// Owned.
+xobject* velpy_fresh() {
+  xobject* object = new shop::Fresh;
+  xrcattach(object);
+  return object;
 }
 
 // Parks an exception.

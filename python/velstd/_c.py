@@ -9,8 +9,9 @@ call safe, and `guard` keeps both:
   interpreter's lock in each of them, so the guard is a lock of its own. It may
   be entered again by the thread that is inside: by a callback, a signal handler,
   the collector. What is pending at that time is put aside and put back.
-* A wrapper may die anywhere, also in the middle of a guarded piece. `drop` gives
-  its reference back at once if nobody is inside, else at the end of that piece.
+* A wrapper may die anywhere, also while another thread is inside and waits for
+  this one. `drop` never waits: it gives the reference back at once if it can, else
+  whoever is inside does when he leaves.
 """
 from __future__ import annotations
 
@@ -263,12 +264,9 @@ class _Guard:
         if _dropped:
             _sweep()
 
-    def enter_idle(self) -> bool:
-        """Enters if nobody is inside, this thread included."""
+    def enter_at_once(self) -> bool:
+        """Enters if no other thread is inside."""
         if not self._lock.acquire(blocking=False):
-            return False
-        if self._saved:
-            self._lock.release()
             return False
         self.__enter__()
         self._lock.release()  # once inside is enough
@@ -291,7 +289,7 @@ _dropped: Deque[int] = collections.deque()
 
 
 def drop(address: int) -> None:
-    """Gives one reference back, now or as soon as nobody is inside the guard."""
+    """Gives one reference back, now or as soon as no other thread is inside."""
     _dropped.append(address)
     _sweep()
 
@@ -299,7 +297,7 @@ def drop(address: int) -> None:
 def _sweep() -> None:
     # Whoever is inside sweeps when he leaves, after the lock is free: nothing
     # that is put here meanwhile is forgotten.
-    while _dropped and guard.enter_idle():
+    while _dropped and guard.enter_at_once():
         try:
             while _dropped:
                 release(_dropped.popleft())

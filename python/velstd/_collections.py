@@ -386,7 +386,7 @@ class Sequence(_Collection, MutableSequence[_T], Generic[_T]):
             at += 1
 
     def __contains__(self, value: object) -> bool:
-        return any(one is value or one == value for one in self)
+        return any(one == value for one in self)
 
     def __add__(self: _SelfSequence, other: "Iterable[Any]") -> _SelfSequence:
         if not isinstance(other, (Sequence, list)):
@@ -403,7 +403,7 @@ class Sequence(_Collection, MutableSequence[_T], Generic[_T]):
             return NotImplemented
         if len(self) != len(other):
             return False
-        return all(one is two or one == two for one, two in zip(self, other))
+        return all(one == two for one, two in zip(self, other))
 
     __hash__ = None  # type: ignore[assignment]
 
@@ -537,10 +537,7 @@ class Dict(_Collection, MutableMapping[str, _T], Generic[_T]):
         if len(self) != len(other):
             return False
         for key, value in self.items():
-            if key not in other:
-                return False
-            theirs = other[key]
-            if value is not theirs and value != theirs:
+            if key not in other or value != other[key]:
                 return False
         return True
 

@@ -114,8 +114,8 @@ def _made(name: str, parents: List[Class[Error]], builtin: Optional[Class[Except
     # A parent that another parent derives from is there without being named.
     bases: List[Class[Exception]] = [
         one
-        for i, one in enumerate(parents)
-        if one not in parents[:i] and not any(two is not one and issubclass(two, one) for two in parents)
+        for one in parents
+        if not any(two is not one and issubclass(two, one) for two in parents)
     ]
     if builtin is not None and not any(issubclass(one, builtin) for one in bases):
         bases.append(builtin)
