@@ -112,6 +112,31 @@ def test_an_exception_is_not_pickled(fail):
         pickle.dumps(caught.value)
 
 
+def test_an_exception_in_another_encoding_is_told(fail):
+    with pytest.raises(errors.XNativeException, match=r"caf\\xe9"):
+        fail(-1)
+
+
+def test_an_exception_that_cannot_be_held_is_told_by_its_type(fail):
+    with pytest.raises(velstd.Error, match="shop::XLoose, which is not counted") as caught:
+        fail(-2)
+    assert type(caught.value) is velstd.Error
+
+
+def test_an_exception_that_is_none_is_told():
+    with velstd._c.guard:
+        velstd._c.lib.xsetexc_c(velstd._c.UNINIT_ADDRESS)
+        with pytest.raises(velstd.Error, match="that is none"):
+            velstd._c.check()
+
+
+def test_parents_that_are_parents_of_each_other_agree():
+    from velstd._errors import _made
+
+    both = _made("x::Both", [errors.Throwable, errors.XNull], None)
+    assert both.__bases__ == (errors.XNull,)
+
+
 def test_what_was_pending_before_stays_pending(fail):
     from conftest import shop
     from velstd._c import lib

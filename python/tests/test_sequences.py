@@ -155,6 +155,11 @@ def test_a_random_life_is_that_of_a_list(cls):
             model.clear()
 
 
+def test_nothing_is_popped_from_an_empty_one():
+    with pytest.raises(IndexError, match="pop from empty sequence"):
+        IntSequence().pop()
+
+
 def test_sorting():
     made = IntSequence([3, 1, 2])
     made.sort()

@@ -8,7 +8,8 @@ import pytest
 
 import velstd
 from conftest import fresh
-from velstd import AnyDict, AnySequence, Uninit
+from velstd import AnyDict, AnySequence, Uninit, _c
+from velstd._values import decode_variant
 
 PLAIN = [None, Uninit, True, False, 0, 1, -1, 2147483647, -2147483646, 0.0, -0.0, 2.5, 1e308,
          float("inf"), "", "text", "wörld € 𝄞", "uninit", "nil"]
@@ -105,6 +106,13 @@ def test_values_that_python_cannot_make_are_read(odd):
     nameless = odd(3)[0]
     assert (nameless.value, nameless.name, str(nameless)) == (99, None, "99")
     assert odd(4)[0] == -2147483647
+
+
+def test_objects_that_are_none_are_nil_or_uninit():
+    for address, value in ((None, None), (_c.UNINIT_ADDRESS, Uninit)):
+        record = _c.XAny(kind=_c.KIND_OBJECT)
+        record.u.o = address
+        assert decode_variant(record) is value
 
 
 def test_an_object_that_is_not_counted_is_refused(odd):

@@ -84,6 +84,17 @@ VEL_ATTRIBUTED_RTTI(XSoldOut, "shop::XSoldOut", velXException::getClassRtti(),
                     VEL_ATTRIBUTE_INFO(Left))
 
 // Not counted.
+class XLoose : public velXException {
+  VEL_OBJECT(XLoose)
+ public:
+  XLoose() : velXException("Loose.") {}
+};
+VEL_OBJECT_RTTI(XLoose, xrttistruct, [](xrttistruct* rtti) {
+  static xrttiobject* parents[] = {velXException::getClassRtti()};
+  rtti->initializeRttiStruct("shop::XLoose", 0, 1, parents, 0, nullptr);
+})
+
+// Not counted.
 class Shelf : public virtual xobject {
   VEL_OBJECT(Shelf)
 };
@@ -185,8 +196,10 @@ xobject* velpy_fresh() {
   return object;
 }
 
-// Parks an exception.
+// Parks an exception: one in Latin-1 for -1, one that is not counted for -2.
 void velpy_fail(int left) {
-  const xrchandle<shop::XSoldOut> exception = new shop::XSoldOut(left);
+  if (left == -2) return xsetexc_c(new shop::XLoose);
+  xrchandle<xthrowable> exception = new shop::XSoldOut(left);
+  if (left == -1) exception = velCreateNativeException("caf\xe9");
   xsetexc_c(exception.operator->());
 }
