@@ -53,8 +53,8 @@ def test_every_function_is_declared_and_no_other():
 @pytest.mark.parametrize("name", sorted(SIGNATURES))
 def test_types_match_the_header(name):
     text = re.sub(r"\s+", " ", CODE)
-    found = re.search(r"VELSTD_API ((?:const )?(?:unsigned char|\w+) ?\**) ?" + name + r"\((.*?)\);",
-                      text)
+    result = r"VELSTD_API ((?:const )?(?:unsigned char|\w+) ?\**) ?"
+    found = re.search(result + name + r"\((.*?)\);", text)
     wanted = (python_type(found[1], True), *(python_type(one, False) for one in split(found[2])))
     assert SIGNATURES[name] == wanted
     function = ledger._raw[name]

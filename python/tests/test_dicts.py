@@ -78,7 +78,8 @@ def test_a_random_life_is_that_of_a_dict(cls):
         step = chance.choice([
             lambda d: d.__setitem__(key, value), lambda d: d.__delitem__(key),
             lambda d: d.pop(key, 1), lambda d: d.setdefault(key, value), lambda d: d.get(key),
-            lambda d: key in d, lambda d: len(d), lambda d: d.update({key: value, key + "x": value})])
+            lambda d: key in d, lambda d: len(d), 
+            lambda d: d.update({key: value, key + "x": value})])
         results = []
         for mapping in (made, model):
             try:

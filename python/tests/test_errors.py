@@ -10,9 +10,11 @@ from velstd import errors
 
 @pytest.mark.parametrize("name, builtin", [
     ("XInvalidSeqIndex", IndexError), ("XInvalidDictIndex", IndexError),
-    ("XInvalidArrayIndex", IndexError), ("XNegativeIndex", IndexError), ("XInvalidDictKey", KeyError),
+    ("XInvalidArrayIndex", IndexError), ("XNegativeIndex", IndexError),
+    ("XInvalidDictKey", KeyError),
     ("XTypeMismatch", TypeError), ("XNull", ValueError), ("XNotInitialized", ValueError),
-    ("OutOfMemory", MemoryError), ("SizeLimitExceeded", OverflowError), ("XSerialization", Exception)])
+    ("OutOfMemory", MemoryError), ("SizeLimitExceeded", OverflowError),
+    ("XSerialization", Exception)])
 def test_exceptions_are_pythons_own_too(name, builtin):
     cls = getattr(errors, name)
     assert issubclass(cls, builtin) and issubclass(cls, errors.XException)
@@ -59,8 +61,8 @@ def test_an_exception_of_ones_own_has_attributes(fail):
 
 
 def test_each_exception_is_caught_by_its_parents(fail):
-    for cls in (velstd.error_class("shop::XSoldOut"), errors.XException, errors.Throwable, velstd.Error,
-                Exception):
+    for cls in (velstd.error_class("shop::XSoldOut"), errors.XException, errors.Throwable,
+                velstd.Error, Exception):
         with pytest.raises(cls):
             fail(1)
 

@@ -15,8 +15,8 @@ from velstd import AnyDict, AnySequence, IntDict, IntSequence, StringSequence
 
 def run(code):
     """What a program of its own prints."""
-    done = subprocess.run([sys.executable, "-W", "ignore::DeprecationWarning", "-c", textwrap.dedent(code)],
-                          capture_output=True, text=True, timeout=60)
+    program = [sys.executable, "-W", "ignore::DeprecationWarning", "-c", textwrap.dedent(code)]
+    done = subprocess.run(program, capture_output=True, text=True, timeout=60)
     assert (done.returncode, done.stderr) == (0, "")
     return done.stdout
 
@@ -106,13 +106,14 @@ def test_memory_does_not_grow():
 
         class Info(ctypes.Structure):
             _fields_ = [(name, ctypes.c_size_t) for name in
-                        "arena ordblks smblks hblks hblkhd usmblks fsmblks uordblks fordblks keepcost"
-                        .split()]
+                        "arena ordblks smblks hblks hblkhd usmblks fsmblks uordblks fordblks "
+                        "keepcost".split()]
         mallinfo = ctypes.CDLL(None).mallinfo2
         mallinfo.restype = Info
 
         def live():
-            order = velstd.create("shop::Order", number=1, tags=["a" * 40], extra=[1, {{"k": "v" * 40}}])
+            extra = [1, {{"k": "v" * 40}}]
+            order = velstd.create("shop::Order", number=1, tags=["a" * 40], extra=extra)
             velstd.to_python(order.extra), str(order), repr(order.tags), order.attributes()
             for wrong in (lambda: order["none"], lambda: setattr(order, "next", order.tags)):
                 try:
@@ -313,10 +314,11 @@ def test_the_ledger_sees_a_reference_that_is_kept():
 
 def test_locales_have_no_say():
     for locale in ("C", "C.UTF-8", "de_DE.ISO-8859-1"):
-        done = subprocess.run(
-            [sys.executable, "-c", r"import velstd; s = velstd.StringSequence(['w\xfc\u20ac\U0001d11e']);"
-             r"print(ascii(s[0]), ascii(str(s)), ascii(velstd.create('vellib::XFunc', Name='\xfc').Name))"],
-            env={**os.environ, "LC_ALL": locale}, capture_output=True, text=True)
+        code = (r"import velstd; s = velstd.StringSequence(['w\xfc\u20ac\U0001d11e']);"
+                r"o = velstd.create('vellib::XFunc', Name='\xfc');"
+                r"print(ascii(s[0]), ascii(str(s)), ascii(o.Name))")
+        done = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True,
+                              env={**os.environ, "LC_ALL": locale})
         assert done.stdout == (
             "'w\\xfc\\u20ac\\U0001d11e' 'stringseq [ 0 : \"w\\xfc\\u20ac\\U0001d11e\" ]' '\\xfc'\n"
         ), (locale, done.stderr)

@@ -47,7 +47,8 @@ def test_a_value_of_the_wrong_kind_is_told_with_the_name(name, value):
 
 
 @pytest.mark.parametrize("name, value", [
-    ("next", IntSequence()), ("tags", IntSequence()), ("lines", AnySequence()), ("next", 1)], ids=str)
+    ("next", IntSequence()), ("tags", IntSequence()), ("lines", AnySequence()),
+    ("next", 1)], ids=str)
 def test_an_object_of_the_wrong_type_is_told_by_the_library(name, value):
     order = velstd.create("shop::Order")
     with pytest.raises(TypeError) as caught:
@@ -112,7 +113,8 @@ def test_dir_knows_the_attributes():
 def test_parents_are_known():
     express = velstd.create("shop::Express", number=1, hours=3)
     assert express.is_a("shop::Order") and express.is_a(velstd.type("shop::Express"))
-    assert not express.is_a("shop::Line") and not express.is_a("int") and not velstd.create("shop::Order").is_a("shop::Express")
+    assert not express.is_a("shop::Line") and not express.is_a("int")
+    assert not velstd.create("shop::Order").is_a("shop::Express")
     assert list(express.attributes())[0] == "number" and list(express.attributes())[-1] == "hours"
     with pytest.raises(LookupError, match="no::Such"):
         express.is_a("no::Such")

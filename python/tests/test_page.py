@@ -40,7 +40,7 @@ def public():
                     yield f"{name}.{member}", value
 
 
-@pytest.mark.parametrize("name, thing", list(public()), ids=lambda x: x if isinstance(x, str) else "")
+@pytest.mark.parametrize("name, thing", list(public()), ids=lambda x: str(x)[:40])
 def test_every_public_name_has_a_contract(name, thing):
     if name != "Uninit":
         assert inspect.getdoc(thing), name

@@ -108,7 +108,8 @@ def test_each_collection_has_its_type():
     for cls in (velstd.BoolSequence, velstd.IntSequence, velstd.RealSequence, velstd.StringSequence,
                 velstd.AnySequence):
         assert cls().type.kind == "sequence"
-    for cls in (velstd.BoolDict, velstd.IntDict, velstd.RealDict, velstd.StringDict, velstd.AnyDict):
+    for cls in (velstd.BoolDict, velstd.IntDict, velstd.RealDict, velstd.StringDict,
+                velstd.AnyDict):
         made = cls()
         assert made.type.kind == "dictionary"
         assert type(velstd.AnySequence([made])[0]) is cls

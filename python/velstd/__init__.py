@@ -41,7 +41,7 @@ from ._collections import (
 from ._errors import Error, error_class
 from ._objects import Object, compare, create, format_value, print_value
 from ._types import Attribute, EnumValue, Type, types
-from ._types import find_type as type
+from ._types import find_type as _find_type
 from ._values import Uninit, UninitType
 from . import errors
 
@@ -82,6 +82,9 @@ __all__ = [
 ]
 
 
+type = _find_type
+
+
 def load(library: "_Union[str, _os.PathLike[str]]", /) -> None:
     """Loads a shared library that registers types of its own, for the life of the
     process: types point into it.
@@ -99,4 +102,5 @@ for _name in (*__all__, "type"):
     # One place in texts, whichever file a name is written in.
     if getattr(globals()[_name], "__module__", "").startswith("velstd._"):
         globals()[_name].__module__ = "velstd"
+type.__name__ = type.__qualname__ = "type"
 del _name

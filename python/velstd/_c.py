@@ -26,7 +26,8 @@ from typing import Any, Callable, Deque, Dict, List, NoReturn, Optional, Tuple
 
 # ---- records ---------------------------------------------------------------------
 
-KIND_UNINIT, KIND_NIL, KIND_INT, KIND_BOOL, KIND_REAL, KIND_STRING, KIND_ENUM, KIND_OBJECT = range(8)
+(KIND_UNINIT, KIND_NIL, KIND_INT, KIND_BOOL,
+ KIND_REAL, KIND_STRING, KIND_ENUM, KIND_OBJECT) = range(8)
 
 #: What plain values say nil and uninitialised with.
 NIL_INT, UNINIT_INT = -2147483648, -2147483647
@@ -147,7 +148,9 @@ SIGNATURES: Dict[str, Signature] = {
 
 
 def _collection_signatures() -> None:
-    elements: Dict[str, Any] = {"bool": c_ubyte, "int": c_int, "real": c_double, "string": XString, "any": XAny}
+    elements: Dict[str, Any] = {
+        "bool": c_ubyte, "int": c_int, "real": c_double, "string": XString, "any": XAny,
+    }
     for name, element in elements.items():
         cell: Any = POINTER(element)
         sequence: Dict[str, Signature] = {

@@ -4,7 +4,8 @@ from __future__ import annotations
 import operator
 from collections.abc import Iterable, Iterator, Mapping, MutableMapping, MutableSequence
 from ctypes import byref, c_double, c_int, c_ubyte
-from typing import Any, Dict as PyDict, Generic, List, Optional, Tuple, Type as Class, TypeVar, Union, cast
+from typing import Any, Dict as PyDict, Generic, List, Optional, Tuple, Type as Class
+from typing import TypeVar, Union, cast
 
 from . import _c, _objects, _types, _values
 from ._c import XAny, XString, lib

@@ -35,7 +35,9 @@ class Object:
     _address: int
 
     def __new__(cls, *_args: Any, **_named: Any) -> Any:
-        raise TypeError(f"{cls.__name__} is not made by calling it; velstd.create(name) makes objects")
+        raise TypeError(
+            f"{cls.__name__} is not made by calling it; velstd.create(name) makes objects"
+        )
 
     # ---- identity ----
 
@@ -128,7 +130,8 @@ class Object:
     def __setattr__(self, name: str, value: Any) -> None:
         if hasattr(type(self), name):
             raise AttributeError(
-                f"{name!r} belongs to the Python class; the attribute of that name is object[{name!r}]"
+                f"{name!r} belongs to the Python class; the attribute of that name is "
+                f"object[{name!r}]"
             )
         _set_named(self, name, value)
 

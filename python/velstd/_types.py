@@ -2,7 +2,8 @@
 from __future__ import annotations
 
 from ctypes import byref
-from typing import Any, Callable, Dict, Iterator, List, Mapping, NoReturn, Optional, Tuple, TypeVar, Union
+from typing import Any, Callable, Dict, Iterator, List, Mapping, NoReturn, Optional, Tuple
+from typing import TypeVar, Union
 
 from . import _c, _values
 from ._c import lib
