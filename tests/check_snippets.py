@@ -7,7 +7,7 @@ A comment in the line above a fence names the source:
     <!-- from: examples/strings.cpp -->        some of its lines, in one piece, perhaps
                                                less deeply indented
 
-Every C++ fence must name one. Usage: check_snippets.py ROOT PAGE...
+Every C++ fence must name one, and every link to a file of the tree must lead to one. Usage: check_snippets.py ROOT PAGE...
 Exit status: 0 all agree, 1 some do not (each is told on standard error).
 """
 import re
@@ -64,6 +64,14 @@ def fault(root, language, source, text):
     return None if agrees else f"differs from {name}"
 
 
+def lost_links(page):
+    """Yields (line number, target) of each link that leads nowhere."""
+    for number, line in enumerate(page.read_text(encoding="utf-8").splitlines(), 1):
+        for target in re.findall(r"\]\(([^)#\s]+)(?:#[^)]*)?\)", line):
+            if not re.match(r"\w+:", target) and not (page.parent / target).exists():
+                yield number, target
+
+
 def main():
     root = Path(sys.argv[1])
     compared = 0
@@ -75,6 +83,9 @@ def main():
             if wrong:
                 print(f"{page}:{line}: {wrong}", file=sys.stderr)
                 failed = True
+        for line, target in lost_links(page):
+            print(f"{page}:{line}: the link to {target} leads nowhere", file=sys.stderr)
+            failed = True
     if compared == 0:
         print("no snippet was compared", file=sys.stderr)
         failed = True
