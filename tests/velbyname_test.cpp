@@ -133,17 +133,27 @@ TEST(VelPath, ReadsAllKindsOfParts) {
   EXPECT_TRUE(velGetPath(xany(xanyNil), "").isnil());
 }
 
-TEST(VelPath, ThatIsInvalidIsRefusedEverywhere) {
+TEST(VelPath, ThatIsInvalidIsRefusedEverywhereWithTheReason) {
   const xany order = velAny(SomeOrder());
-  const std::string paths[] = {"x",         "customer",   "/~", "/~2", "/notes/a~",
-                               "/lines/~x", " /customer", "~0", "#/a"};
-  for (const std::string& path : paths) {
-    const std::string text = "Invalid path: " + path;
+  const std::string slash = "no \"/\" at its beginning: ";
+  const std::string tilde = "\"~\" without 0 or 1: ";
+  const struct {
+    std::string path;
+    std::string reason;
+  } kCases[] = {
+      {"x", slash},          {"customer", slash},  {" /customer", slash}, {"~0", slash},
+      {"#/a", slash},        {"/~", tilde},        {"/~2", tilde},        {"/notes/a~", tilde},
+      {"/lines/~x", tilde},
+  };
+  for (const auto& [path, reason] : kCases) {
+    const std::string text = "Invalid path: " + reason + path;
     EXPECT_VEL_NATIVE(velGetPath(order, path), text.c_str());
     EXPECT_VEL_NATIVE(velFindPath(order, path), text.c_str());
     EXPECT_VEL_NATIVE(velSetPath(order, path, velAny(1)), text.c_str());
   }
-  EXPECT_VEL_NATIVE(velSetPath(order, "", velAny(1)), "Invalid path: ");
+  EXPECT_VEL_NATIVE(velSetPath(order, "", velAny(1)),
+                    "Invalid path: nothing can be stored in place of the whole value: ");
+  EXPECT_VEL_NATIVE(velGetPath(order, std::string("/a\0b", 4)), "Invalid path: a zero byte: /a");
   const std::string zero("/notes/0\0x", 10);
   EXPECT_VEL_THROW(velGetPath(order, zero), velXNativeException);
   EXPECT_VEL_THROW(velSetPath(order, zero, velAny(1)), velXNativeException);

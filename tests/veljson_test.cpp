@@ -10,49 +10,10 @@
 
 #include "velext.h"
 #include "veltest.h"
+#include "veljson_types.h"
 #include "veltest_locale.h"
 
 namespace jsontest {
-
-VEL_ENUM(Color, "jsontest::Color", red, green, blue)
-
-class Point : public velStruct<Point> {
-  int x = 0, y = 0;
-  xstring label;
-
- public:
-  VEL_STRUCT(Point, "jsontest::Point", x, y, label)
-};
-
-class Deeper : public velStruct<Deeper, Point> {
-  double z = 0.5;
-
- public:
-  VEL_STRUCT(Deeper, "jsontest::Deeper", z)
-};
-
-class Shape : public velUnion<Shape> {
-  Color kind = Color::red;
-  double radius = 1;
-  xstring text;
-
- public:
-  VEL_UNION(Shape, "jsontest::Shape", kind, (Color::red, radius), (velOtherwise, text))
-};
-
-class Drawing : public velStruct<Drawing> {
-  xrchandle<velSequenceOf<Point>> points = velSequenceOf<Point>::create();
-  xrchandle<velDictionaryOf<Color>> colors = velDictionaryOf<Color>::create();
-  xrchandle<velArrayOf<int, 2, 3>> board = velArrayOf<int, 2, 3>::create();
-  xrchandle<Point> origin;
-  xrchandle<Shape> shape;
-  xany extra;
-  bool isDone = false;
-  double scale = 1;
-
- public:
-  VEL_STRUCT(Drawing, "jsontest::Drawing", points, colors, board, origin, shape, extra, isDone, scale)
-};
 
 class Opaque : public virtual xobject {
   VEL_OBJECT(Opaque)
@@ -271,7 +232,7 @@ TEST(VelJson, RefusesACycleButNotAnObjectThatComesTwice) {
   outer->append(velAny(inner));
   EXPECT_EQ(velToJson(velAny(outer)), "[[],[]]");
   inner->append(velAny(outer));
-  EXPECT_EQ(Complaint([&] { velToJson(velAny(outer)); }), "cycle");
+  EXPECT_EQ(Complaint([&] { velToJson(velAny(outer)); }), "/0/0: cycle");
   inner->clear();
 }
 
@@ -280,7 +241,7 @@ TEST(VelJson, KeepsItsLimitOfDepth) {
   options.maxDepth = 2;
   EXPECT_EQ(velToJson(velFromJson("[[1]]"), options), "[[1]]");
   const xany three = velFromJson("[[[]]]");
-  EXPECT_EQ(Complaint([&] { velToJson(three, options); }), "nested too deep");
+  EXPECT_EQ(Complaint([&] { velToJson(three, options); }), "/0/0: nested too deep");
   EXPECT_EQ(ComplaintAbout("[[{}]]", options), "/0/0: line 1, column 3: nested too deep");
   EXPECT_EQ(velToJson(velFromJson("[{}]", options)), "[{}]");
 }
@@ -449,8 +410,8 @@ TEST(VelJson, RefusesTagsThatDoNotFit) {
   EXPECT_EQ(complaint("{\"@type\":\"nobody\"}"), "line 1, column 10: unknown type nobody");
   EXPECT_EQ(complaint("{\"@type\":7}"), "line 1, column 10: \"@type\" is no name");
   EXPECT_EQ(complaint("{\"isDone\":true,\"@type\":\"jsontest::Drawing\"}"),
-            "/isDone: line 1, column 16: \"@type\" does not come first");
-  EXPECT_EQ(complaint("{\"@x\":1}"), "/: line 1, column 2: unknown tag \"@x\"");
+            "line 1, column 16: \"@type\" does not come first");
+  EXPECT_EQ(complaint("{\"@x\":1}"), "line 1, column 2: unknown tag \"@x\"");
   EXPECT_NE(complaint("{\"extra\":{\"@type\":\"int\",\"value\":1,\"more\":2}}").find("only \"value\""),
             std::string::npos);
   EXPECT_NE(complaint("{\"extra\":{\"@type\":\"int\"}}").find("a value is missing"),
@@ -469,93 +430,67 @@ TEST(VelJson, DepthCostsHeapOnly) {
   EXPECT_TRUE(Again(objects) == objects);
 }
 
-// Random values of every kind; reals come from all bit patterns.
-class Chance {
- public:
-  explicit Chance(unsigned seed) : engine(seed) {}
+// Writes a random value, reads it as its type, and writes that again.
+testing::AssertionResult ReadsBack(unsigned seed, const std::string& type) {
+  const xany value = Chance(seed, false).value(type, 3);
+  const std::string text = velToJson(value);
+  const xany back = velFromJson(type.c_str(), text);
+  if (velEquals(back, value) && velToJson(back) == text) return testing::AssertionSuccess();
+  return testing::AssertionFailure() << seed << ", " << type << ": " << text;
+}
+testing::AssertionResult ReadsBackByTags(unsigned seed) {
+  const xany value = Chance(seed, true).value("any", 4);
+  const std::string text = velToJson(value, Tagged());
+  const xany back = velFromJson(text, Tagged());
+  if (velEquals(back, value) && velToJson(back, Tagged()) == text) return testing::AssertionSuccess();
+  return testing::AssertionFailure() << seed << ": " << text;
+}
 
-  unsigned below(unsigned n) { return static_cast<unsigned>(engine() % n); }
+TEST(VelJson, TenThousandRandomValuesReadBackByTheNamesOfTheirTypes) {
+  const std::vector<std::string> types = ReadableTypes();
+  for (unsigned seed = 0; seed < 10000; ++seed) {
+    ASSERT_TRUE(ReadsBack(seed, types[seed % types.size()]));
+  }
+}
 
-  xany value(int depth) {
-    switch (below(depth > 0 ? 13 : 7)) {
-      case 0:
-        return below(2) ? xany() : xany(xanyNil);
-      case 1:
-        return xany(velGetOr<int>(xany(static_cast<int>(engine())), 0));
-      case 2:
-        return velAny(below(2) == 1);
-      case 3:
-        return velAny(real());
-      case 4:
-        return velAny(text());
-      case 5:
-        return velAny(static_cast<Color>(below(3)));
-      case 6:
-        return velAny(static_cast<int>(below(10)));
-      case 7: {
-        const auto made = xanysequence::create();
-        for (unsigned n = below(4); n > 0; --n) made->append(value(depth - 1));
-        return velAny(made);
-      }
-      case 8: {
-        const auto made = xanydictionary::create();
-        for (unsigned n = below(4); n > 0; --n) made->set(key().c_str(), value(depth - 1));
-        return velAny(made);
-      }
-      case 9: {
-        const auto made = velNew<Deeper>();
-        velSetAttr(made, "label", below(2) ? velAny(text()) : xany(xanyNil));
-        velSetAttr(made, "z", velAny(real()));
-        return velAny(made);
-      }
-      case 10: {
-        const auto made = velArrayOf<int, 2, 2>::create();
-        made->at(below(2), below(2)) = static_cast<int>(below(99));
-        return velAny(made);
-      }
-      case 11: {
-        const auto made = velNew<Shape>();
-        velSetAttr(made, "kind", velAny(static_cast<Color>(below(3))));
-        velSetAttr(made, "text", velAny(text()));
-        return velAny(made);
-      }
-      default: {
-        const xany made = SampleDrawing();
-        velSetPath(made, "/extra", value(depth - 1));
-        return made;
-      }
+TEST(VelJson, TenThousandRandomValuesReadBackByTheirTags) {
+  for (unsigned seed = 0; seed < 10000; ++seed) ASSERT_TRUE(ReadsBackByTags(seed));
+}
+
+TEST(VelJson, RandomValuesReadBackInEveryLocale) {
+  for (const char* name : {"C", "de_DE.ISO-8859-1", "de_DE.UTF-8", "tr_TR.UTF-8"}) {
+    const ScopedLocale locale({name});
+    VEL_NEED_LOCALE(locale);
+    for (unsigned seed = 0; seed < 500; ++seed) {
+      ASSERT_TRUE(ReadsBack(seed, "jsontest::Collections")) << name;
+      ASSERT_TRUE(ReadsBackByTags(seed)) << name;
     }
   }
+}
 
- private:
-  double real() {
-    for (;;) {
-      const std::uint64_t bits = engine();
-      double number;
-      std::memcpy(&number, &bits, sizeof number);
-      if (std::isfinite(number)) return number;
-    }
-  }
-  std::string text() {
-    static const char* const kPieces[] = {"a", "\"", "\\", "\n", "\x01", "\xC3\xBC", "\xE4\xB8\xAD",
-                                          "\xF0\x9F\x98\x80", "@type", "/", "~"};
-    std::string made;
-    for (unsigned n = below(5); n > 0; --n) made += kPieces[below(11)];
-    return made;
-  }
-  std::string key() { return text() + std::to_string(below(10)); }
-
-  std::mt19937_64 engine;
+// Groups digits, and has a comma for a point.
+class Grouping : public std::numpunct<char> {
+  char do_decimal_point() const override { return ','; }
+  char do_thousands_sep() const override { return '.'; }
+  std::string do_grouping() const override { return "\1"; }
 };
 
-TEST(VelJson, TenThousandRandomValuesReadBackAsTheyWere) {
-  for (unsigned seed = 0; seed < 10000; ++seed) {
-    const xany value = Chance(seed).value(3);
-    const std::string text = velToJson(value, Tagged());
-    const xany back = velFromJson(text, Tagged());
-    ASSERT_TRUE(velEquals(back, value)) << seed << ": " << text;
-    ASSERT_EQ(velToJson(back, Tagged()), text) << seed;
+TEST(VelJson, RandomRealsReadBackInEveryLocale) {
+  const std::locale grouping(std::locale::classic(), new Grouping);
+  const std::locale before = std::locale::global(grouping);
+  for (const char* name : {"C", "de_DE.ISO-8859-1", "tr_TR.UTF-8"}) {
+    const ScopedLocale locale({name});
+    EXPECT_TRUE(locale.IsFound()) << name;
+    Chance chance(1, false);
+    for (int i = 0; i < 5000; ++i) {
+      const double number = chance.real();
+      const std::string text = velToJson(velAny(number));
+      const std::optional<double> back = velGet<double>(velFromJson(text));
+      ASSERT_TRUE(back && std::memcmp(&*back, &number, sizeof number) == 0) << name << ": " << text;
+      ASSERT_TRUE(velEquals(velFromJson(velToJson(velAny(i * 429496))), velAny(i * 429496)));
+    }
   }
+  std::locale::global(before);
 }
 
 TEST(VelJson, KeysAreTheSameInEveryLocale) {

@@ -9,11 +9,12 @@
 // "~1" stands for "/" and "~0" for "~" in it. A step is the name of an attribute or of
 // a part of a union, the key of an entry, or the number of an element (no sign, no
 // leading zeros); "-" is the place behind the last element. An array takes a step for
-// each dimension. Names and keys are narrow texts.
+// each dimension. Paths are UTF-8, as keys are that come from JSON; an entry whose key is
+// the same text in the encoding of the locale is found, too.
 //
 // Errors, all thrown and nothing changed: velXNativeException "Unknown type: N",
-// "Type cannot be created: N", "Type cannot be written: N", "Invalid path: P" (it does
-// not begin with "/", "~" is followed by neither 0 nor 1, or there is a zero byte);
+// "Type cannot be created: N", "Type cannot be written: N", "Invalid path: WHY: P" (no "/"
+// at its beginning, "~" without 0 or 1, a zero byte);
 // velXInvalidDictKey with the object and the step for what is not there, for a step
 // into a sequence or array that is no number, or when the value there has no parts (the
 // object is then null); velXInvalidSeqIndex, velXInvalidArrayIndex; velXTypeMismatch for
@@ -53,7 +54,7 @@ VELSTD_API std::optional<xany> velFindPath(const xany& root, std::string_view pa
 /// attribute that only the object's deprecation list names as one that is not there.
 VELSTD_API void velSetPath(const xany& root, std::string_view path, const xany& value);
 
-/// A name or key as a step: "/" and what stands for "/" and "~" in it.
+/// A name or key as a step: "/" and what stands for "/" and "~" in it, in UTF-8.
 VELSTD_API std::string velStep(std::string_view name);
 
 #endif  // VELSTD_VELEXT_VELBYNAME_H

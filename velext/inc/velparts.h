@@ -39,6 +39,13 @@ struct velParts {
 /// velXTypeMismatch for a structure with a parent that is none.
 VELSTD_API velParts velPartsOf(xobject* object);
 
+/// The same into `parts`, which are new. When a getter throws, the last of the list is the
+/// part that it was to read, without a value.
+VELSTD_API void velReadParts(xobject* object, velParts& parts);
+
+/// The discriminator of a union, which one of its parents may declare; null for none.
+VELSTD_API xrttiattr* velDiscriminatorOf(xrttiunion* type);
+
 /// The object of a value, borrowed; null for any other value.
 inline xobject* velObjectOfValue(const xany& value) {
   return value.getkind() == xanyObject && !value.isnil() && !value.isuninit()

@@ -12,7 +12,8 @@
 // step, and ends where the container ends by then. An entry of a dictionary is a
 // copy; set() stores another value, as long as the table need not grow for it. To
 // add or remove entries, go over velSorted(), which is a copy of them all.
-// Keys are narrow texts, in the encoding of the current locale.
+// Keys are narrow texts. As std::string they are UTF-8 in every locale, and stored so, as
+// those of JSON are; an entry whose key is text of the locale is found and copied, too.
 // Threads and ownership: as the containers; a container must outlive its loop, and
 // a handle must not be null.
 #ifndef VELSTD_VELEXT_VELRANGE_H
@@ -46,17 +47,27 @@ int velCount(xtbdictionary<T>& dictionary) {
   return dictionary.getcount();
 }
 
-/// The value of a key, if there is one. Throws velXNull for a null key.
+/// The value of a key, if there is one: of these bytes. Throws velXNull for a null key.
 template <class T>
 std::optional<T> velFind(xtbdictionary<T>& dictionary, const char* key) {
   T found{};
   if (!dictionary.find(key, &found)) return std::nullopt;
   return found;
 }
+/// The same of a text in UTF-8, or else of the same text in the encoding of the locale.
 template <class T>
-std::optional<T> velFind(xtbdictionary<T>& dictionary, const std::string& key) {
-  if (key.find('\0') != std::string::npos) return std::nullopt;  // no key has one
-  return velFind(dictionary, key.c_str());
+std::optional<T> velFind(xtbdictionary<T>& dictionary, std::string_view utf8) {
+  if (utf8.find('\0') != std::string_view::npos) return std::nullopt;  // no key has one
+  std::optional<T> found = velFind(dictionary, std::string(utf8).c_str());
+  if (found || velIsAscii(utf8)) return found;
+  const std::optional<std::string> narrow = velNarrowIfText(utf8);
+  return narrow ? velFind(dictionary, narrow->c_str()) : std::nullopt;
+}
+template <class T>
+std::optional<T> velFind(xtbdictionary<T>& dictionary, const xstring& key) {
+  const std::optional<std::string> utf8 = velUtf8IfText(key);
+  if (key.IsNull() || !utf8) return velFind(dictionary, static_cast<const char*>(key));
+  return velFind(dictionary, std::string_view(*utf8));
 }
 template <class C, class Key>
 auto velFind(const xrchandle<C>& dictionary, const Key& key) -> decltype(velFind(*dictionary, key)) {
@@ -272,11 +283,12 @@ std::vector<T> velToVector(xtbsequence<T>& sequence) {
   return velToVector<T, T>(sequence);
 }
 
-/// A copy of the entries by narrow key: velToMap(*prices), velToMap<std::string>(*names).
+/// A copy of the entries by key in UTF-8: velToMap(*prices), velToMap<std::string>(*names).
+/// Of two keys that are the same in UTF-8, the map has one.
 template <class U, class T>
 std::map<std::string, U> velToMap(xtbdictionary<T>& dictionary) {
   std::map<std::string, U> made;
-  for (auto& [key, value] : dictionary) made.emplace(velView(key), velElementAs<U>(value));
+  for (auto& [key, value] : dictionary) made.emplace(velKeyUtf8(key), velElementAs<U>(value));
   return made;
 }
 template <class T>
@@ -362,14 +374,15 @@ auto velSequence(const std::vector<T>& values) {
   return made;
 }
 
-/// A new dictionary of the entries of a map from std::string, whose keys are narrow
-/// texts. Throws as velText, for a key with a zero byte, too.
+/// A new dictionary of the entries of a map from std::string. Throws as velText, for keys,
+/// too.
 template <class Map>
 auto velDictionaryFrom(const Map& entries) {
   using Kind = velCollections<typename Map::mapped_type>;
   auto made = Kind::Dictionary::createCapacity(static_cast<unsigned>(entries.size()));
   for (const auto& [key, value] : entries) {
     velRefuseZeroByte(key);
+    if (!velIsUtf8(key)) velText(key);  // tells where
     made->set(key.c_str(), velElementOf<typename Kind::Element>(value));
   }
   return made;

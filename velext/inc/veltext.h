@@ -16,6 +16,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -38,6 +39,8 @@ inline xstring velText(std::u8string_view utf8) {
 /// Throws velXNativeException "Zero byte in text at byte 7" if there is one.
 VELSTD_API void velRefuseZeroByte(std::string_view text);
 
+VELSTD_API bool velIsAscii(std::string_view bytes);
+
 /// Whether these bytes are UTF-8 as Unicode has it.
 VELSTD_API bool velIsUtf8(std::string_view bytes);
 
@@ -45,12 +48,27 @@ VELSTD_API bool velIsUtf8(std::string_view bytes);
 /// U+FFFD in a wide form; in a narrow one each such byte becomes `?`.
 VELSTD_API std::string velUtf8(const xstring& text);
 
+/// The same for whoever may lose nothing: no value for a text with something in it that is
+/// no character.
+VELSTD_API std::optional<std::string> velUtf8IfText(const xstring& text);
+
+/// The other way round: UTF-8 in the encoding of the current locale; no value for what that
+/// cannot say, or what is no UTF-8.
+VELSTD_API std::optional<std::string> velNarrowIfText(std::string_view utf8);
+
 /// The narrow form, in the encoding of the current locale: borrowed, lives as long
 /// as the string is neither changed nor gone. Empty for the null string.
 inline std::string_view velView(const xstring& text) {
   return text.IsNull() ? std::string_view() : std::string_view(text.CastToCString());
 }
 std::string_view velView(xstring&&) = delete;  // would outlive the string
+
+/// The key of an entry in UTF-8. Keys are narrow: what is UTF-8 stays as it is, whatever
+/// the locale; else it is text of the locale.
+inline std::string velKeyUtf8(const xstring& key) {
+  const std::string_view bytes = velView(key);
+  return velIsUtf8(bytes) ? std::string(bytes) : velUtf8(key);
+}
 
 /// Order by characters (the code points of Unicode), the null string first, whatever
 /// the locale: below, at or above 0. Bytes that are no text of the locale stand as

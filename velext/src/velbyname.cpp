@@ -32,10 +32,15 @@ struct Missing {
   }
 };
 
+[[noreturn]] void RefusePath(const char* why, std::string_view path) {
+  Refuse("Invalid path: ", why + (": " + std::string(path)));
+}
+
 std::vector<std::string> Steps(std::string_view path) {
   std::vector<std::string> steps;
   if (path.empty()) return steps;
-  if (path[0] != '/' || path.find('\0') != std::string_view::npos) Refuse("Invalid path: ", path);
+  if (path.find('\0') != std::string_view::npos) RefusePath("a zero byte", path);
+  if (path[0] != '/') RefusePath("no \"/\" at its beginning", path);
   for (std::size_t i = 0; i < path.size(); ++i) {
     if (path[i] == '/') {
       steps.emplace_back();
@@ -43,7 +48,7 @@ std::vector<std::string> Steps(std::string_view path) {
       steps.back() += path[i];
     } else {
       const char code = i + 1 < path.size() ? path[++i] : '\0';
-      if (code != '0' && code != '1') Refuse("Invalid path: ", path);
+      if (code != '0' && code != '1') RefusePath("\"~\" without 0 or 1", path);
       steps.back() += code == '0' ? '~' : '/';
     }
   }
@@ -91,6 +96,16 @@ std::vector<int> CellAt(xrttiarray* type, xobject* object, const std::vector<std
   return indices;
 }
 
+// The key of an entry that is there: the step, which is UTF-8, or the same text in the
+// encoding of the locale; else the step.
+std::string KeyOf(xrttidictionary* type, xobject* object, const std::string& step) {
+  xany found;
+  if (velIsAscii(step) || type->findElemValue(object, step.c_str(), &found)) return step;
+  std::optional<std::string> narrow = velNarrowIfText(step);
+  const bool isThere = narrow && type->findElemValue(object, narrow->c_str(), &found);
+  return isThere ? *std::move(narrow) : step;
+}
+
 // One step further from `value`; an array takes several.
 xany Next(const xany& value, const std::vector<std::string>& steps, std::size_t& step) {
   const std::string& name = steps[step];
@@ -105,7 +120,8 @@ xany Next(const xany& value, const std::vector<std::string>& steps, std::size_t&
   }
   if (auto* const dictionary = dynamic_cast<xrttidictionary*>(type)) {
     xany found;
-    if (!dictionary->findElemValue(object, name.c_str(), &found)) throw Missing{object, name, -1};
+    const std::string key = KeyOf(dictionary, object, name);
+    if (!dictionary->findElemValue(object, key.c_str(), &found)) throw Missing{object, name, -1};
     return found;
   }
   if (auto* const array = dynamic_cast<xrttiarray*>(type)) {
@@ -147,8 +163,9 @@ void Store(xobject* object, const std::vector<std::string>& steps, std::size_t s
     if (index > size) throw Missing{object, name, index};
     return Writer(writes.setElement, type)(object, index, value);
   }
-  if (dynamic_cast<xrttidictionary*>(type)) {
-    return Writer(writes.setEntry, type)(object, name.c_str(), value);
+  if (auto* const dictionary = dynamic_cast<xrttidictionary*>(type)) {
+    const std::string key = KeyOf(dictionary, object, name);
+    return Writer(writes.setEntry, type)(object, key.c_str(), value);
   }
   if (auto* const array = dynamic_cast<xrttiarray*>(type)) {
     const std::vector<int> indices = CellAt(array, object, steps, step);
@@ -208,7 +225,7 @@ std::optional<xany> velFindPath(const xany& root, std::string_view path) {
 
 void velSetPath(const xany& root, std::string_view path, const xany& value) {
   const std::vector<std::string> steps = Steps(path);
-  if (steps.empty()) Refuse("Invalid path: ", path);
+  if (steps.empty()) RefusePath("nothing can be stored in place of the whole value", path);
   try {
     // An array is written by its last steps, as many as it has dimensions.
     xany at = root;
@@ -227,6 +244,8 @@ void velSetPath(const xany& root, std::string_view path, const xany& value) {
 }
 
 std::string velStep(std::string_view name) {
+  std::string converted;
+  if (!velIsUtf8(name)) name = converted = velUtf8(xstring(std::string(name).c_str()));
   std::string step = "/";
   for (const char c : name) {
     if (c == '~') {

@@ -23,6 +23,15 @@ std::string NameOf(xrttiattr* attr) {
   return std::string(velView(name));
 }
 
+// A part whose value is still to be read: a getter that throws leaves it behind.
+velPart& Add(std::vector<velPart>& parts, std::string name, int index = -1) {
+  velPart part;
+  part.name = std::move(name);
+  part.index = index;
+  parts.push_back(std::move(part));
+  return parts.back();
+}
+
 void AddAttributes(xrttistruct* type, xobject* object, std::vector<velPart>& parts) {
   const std::unique_ptr<xrttiattrseq, Deleted> attrs(velRttiCollectAttrs(type, true));
   std::map<std::string, xrttiattr*> meant;
@@ -39,15 +48,14 @@ void AddAttributes(xrttistruct* type, xobject* object, std::vector<velPart>& par
     }
   }
   for (std::string& name : names) {
-    velPart part;
-    part.value = meant[name]->getValue(object);
-    part.name = std::move(name);
-    parts.push_back(std::move(part));
+    xrttiattr* const attr = meant[name];
+    Add(parts, std::move(name)).value = attr->getValue(object);
   }
 }
 
-// The discriminator of a union, which one of its parents may declare.
-xrttiattr* DiscriminatorOf(xrttiunion* type) {
+}  // namespace
+
+xrttiattr* velDiscriminatorOf(xrttiunion* type) {
   std::vector<xrttiobject*> pending{type};
   std::set<xrttiobject*> seen;
   while (!pending.empty()) {
@@ -63,6 +71,8 @@ xrttiattr* DiscriminatorOf(xrttiunion* type) {
   return nullptr;
 }
 
+namespace {
+
 // The number that a discriminator stands for, as velTraverse has it; nothing for values
 // without one.
 std::optional<int> LabelOf(const xany& value) {
@@ -72,38 +82,28 @@ std::optional<int> LabelOf(const xany& value) {
 }
 
 void AddBranch(xrttiunion* type, xobject* object, std::vector<velPart>& parts) {
-  xrttiattr* const discriminator = DiscriminatorOf(type);
+  xrttiattr* const discriminator = velDiscriminatorOf(type);
   if (!discriminator) return;
-  velPart part;
-  part.name = NameOf(discriminator);
-  part.value = discriminator->getValue(object);
-  const std::optional<int> label = LabelOf(part.value);
-  parts.push_back(std::move(part));
+  velPart& told = Add(parts, NameOf(discriminator));
+  told.value = discriminator->getValue(object);
+  const std::optional<int> label = LabelOf(told.value);
   xrttiattr* const branch = label ? type->mapLabelToAttr(*label, true) : nullptr;
   if (!branch) return;
-  velPart value;
-  value.name = NameOf(branch);
-  value.value = branch->getValue(object);
-  parts.push_back(std::move(value));
+  Add(parts, NameOf(branch)).value = branch->getValue(object);
 }
 
 void AddElements(xrttisequence* type, xobject* object, std::vector<velPart>& parts) {
   for (int i = 0; i < type->getSize(object); ++i) {
-    velPart part;
-    part.index = i;
-    part.value = type->getElemValue(object, i);
-    parts.push_back(std::move(part));
+    Add(parts, {}, i).value = type->getElemValue(object, i);
   }
 }
 
 void AddEntries(xrttidictionary* type, xobject* object, std::vector<velPart>& parts) {
   for (int i = 0, slots = type->getSize(object); i < slots; ++i) {
     xstring key;
-    velPart part;
     if (!type->getElemKeyByIdx(object, i, &key)) continue;
-    if (!type->getElemValueByIdx(object, i, &part.value)) continue;
-    part.name = velView(key);
-    parts.push_back(std::move(part));
+    velPart& part = Add(parts, std::string(velView(key)));
+    if (!type->getElemValueByIdx(object, i, &part.value)) parts.pop_back();
   }
   std::sort(parts.begin(), parts.end(),
             [](const velPart& a, const velPart& b) { return a.name < b.name; });
@@ -116,10 +116,7 @@ void AddCells(xrttiarray* type, xobject* object, std::vector<velPart>& parts) {
     if (type->getDimention(d) <= 0) return;
   }
   for (;;) {
-    velPart part;
-    part.index = static_cast<int>(parts.size());
-    part.value = type->getElemValue(object, at.data());
-    parts.push_back(std::move(part));
+    Add(parts, {}, static_cast<int>(parts.size())).value = type->getElemValue(object, at.data());
     int d = type->getNDimentions() - 1;
     while (d >= 0 && ++at[static_cast<std::size_t>(d)] == type->getDimention(d)) {
       at[static_cast<std::size_t>(d--)] = 0;
@@ -137,6 +134,11 @@ std::size_t Mixed(std::size_t kind, std::size_t hash) {
 
 velParts velPartsOf(xobject* object) {
   velParts parts;
+  velReadParts(object, parts);
+  return parts;
+}
+
+void velReadParts(xobject* object, velParts& parts) {
   parts.type = object->getRtti();
   if (auto* const asStruct = dynamic_cast<xrttistruct*>(parts.type)) {
     parts.shape = velShape::kStruct;
@@ -154,7 +156,6 @@ velParts velPartsOf(xobject* object) {
     parts.shape = velShape::kArray;
     AddCells(array, object, parts.list);
   }
-  return parts;
 }
 
 bool velSameLeaf(const xany& a, const xany& b) {

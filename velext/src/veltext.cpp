@@ -13,10 +13,6 @@ namespace {
 constexpr std::size_t kInvalid = static_cast<std::size_t>(-1);
 constexpr char32_t kReplacement = 0xFFFD;
 
-bool IsAscii(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
-}
-
 // The character at the front of a text that is not empty, and its bytes; 0 for
 // none. As Unicode has it: the shortest form, no surrogates, up to U+10FFFF.
 std::size_t Decode(std::string_view text, char32_t* character) {
@@ -56,11 +52,14 @@ void Encode(char32_t c, std::string& to) {
     to += static_cast<char>(0xE0U | c >> 12U);
     next(6);
     next(0);
-  } else {
+  } else if (c <= 0x10FFFF) {
     to += static_cast<char>(0xF0U | c >> 18U);
     next(12);
     next(6);
     next(0);
+  } else {
+    to += '\xFF';  // of no character, and behind them all
+    for (const unsigned shift : {30U, 24U, 18U, 12U, 6U, 0U}) next(shift);
   }
 }
 
@@ -72,8 +71,8 @@ void Put(char32_t c, std::vector<wchar_t>& to) {
   to.push_back(static_cast<wchar_t>(c));
 }
 
-// The character at `at`, which moves on. Half of a surrogate pair is a character here;
-// what is beyond Unicode is U+FFFD.
+// The character at `at`, which moves on. Half of a surrogate pair is a character here, and
+// so is what is beyond Unicode.
 char32_t Next(const wchar_t*& at) {
   const auto unit = [](wchar_t c) {
     return sizeof(wchar_t) == 2 ? static_cast<char16_t>(c) : static_cast<char32_t>(c);
@@ -86,22 +85,23 @@ char32_t Next(const wchar_t*& at) {
       return 0x10000 + ((first - 0xD800) << 10U) + (second - 0xDC00);
     }
   }
-  return first <= 0x10FFFF ? first : kReplacement;
+  return first;
 }
 
-// `exactly`: halves of pairs stay what they are, which is no UTF-8.
+// `exactly`: halves of pairs, and what is beyond Unicode, come out as something that is no
+// UTF-8.
 std::string FromWide(const wchar_t* text, bool exactly) {
   std::string utf8;
   while (*text) {
     const char32_t c = Next(text);
-    const bool isHalf = c >= 0xD800 && c < 0xE000;
-    Encode(isHalf && !exactly ? kReplacement : c, utf8);
+    const bool isCharacter = c <= 0x10FFFF && (c < 0xD800 || c >= 0xE000);
+    Encode(isCharacter || exactly ? c : kReplacement, utf8);
   }
   return utf8;
 }
 
 // Has no form but an ASCII one.
-bool IsPlain(const __xstring_c& view) { return !view.wide && view.narrow && IsAscii(view.narrow); }
+bool IsPlain(const __xstring_c& view) { return !view.wide && view.narrow && velIsAscii(view.narrow); }
 
 // The text in UTF-8. `exactly`: what is no text stands as it is, so that different
 // texts are different.
@@ -131,6 +131,10 @@ void velRefuseZeroByte(std::string_view text) {
   if (zero != std::string_view::npos) Refuse("Zero byte in text at byte ", zero);
 }
 
+bool velIsAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
+}
+
 bool velIsUtf8(std::string_view text) {
   char32_t character = 0;
   while (!text.empty()) {
@@ -144,7 +148,7 @@ bool velIsUtf8(std::string_view text) {
 xstring velText(std::string_view utf8) {
   if (utf8.size() >= INT_MAX) velXNativeException::Throw("Size limit exceeded");
   velRefuseZeroByte(utf8);
-  if (IsAscii(utf8)) return xstring(std::string(utf8).c_str());
+  if (velIsAscii(utf8)) return xstring(std::string(utf8).c_str());
   std::vector<wchar_t> wide;
   wide.reserve(utf8.size() + 1);
   for (std::size_t at = 0; at < utf8.size();) {
@@ -160,6 +164,21 @@ xstring velText(std::string_view utf8) {
 
 std::string velUtf8(const xstring& text) { return BytesOf(text, false); }
 
+std::optional<std::string> velUtf8IfText(const xstring& text) {
+  std::string exact = BytesOf(text, true);
+  if (!velIsUtf8(exact)) return std::nullopt;
+  return exact;
+}
+
+std::optional<std::string> velNarrowIfText(std::string_view utf8) {
+  if (!velIsUtf8(utf8) || utf8.find('\0') != std::string_view::npos) return std::nullopt;
+  const xstring text = velText(utf8);
+  // A text of its own: one with a wide form would come back as it was.
+  const std::string narrow(velView(text));
+  if (velUtf8(xstring(narrow.c_str())) != utf8) return std::nullopt;
+  return narrow;
+}
+
 int velOrder(const xstring& a, const xstring& b) {
   if (a.IsNull() || b.IsNull()) return static_cast<int>(b.IsNull()) - static_cast<int>(a.IsNull());
   const __xstring_c left = a.getxstring_c_unattached();
@@ -171,7 +190,7 @@ int velOrder(const xstring& a, const xstring& b) {
 bool velIsText(const xstring& text, std::string_view utf8) {
   if (text.IsNull()) return false;
   const __xstring_c view = text.getxstring_c_unattached();
-  if (!view.wide && IsAscii(utf8)) return view.narrow == utf8;
+  if (!view.wide && velIsAscii(utf8)) return view.narrow == utf8;
   return velUtf8(text) == utf8;
 }
 
@@ -184,7 +203,7 @@ std::size_t velHashOfText(const xstring& text) {
   if (text.IsNull()) return 0;
   const std::hash<std::string_view> hash;
   const std::string_view narrow = velView(text);
-  if (IsAscii(narrow) || kor_mbstowcs(nullptr, narrow.data(), 0) != kInvalid) return hash(narrow);
+  if (velIsAscii(narrow) || kor_mbstowcs(nullptr, narrow.data(), 0) != kInvalid) return hash(narrow);
   // No text of the locale: such a string is equal to any with the same wide form.
   const xstring converted(text.CastToCWString());
   return hash(velView(converted));

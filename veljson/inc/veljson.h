@@ -24,18 +24,26 @@
 // place stands as {"@type": T, "value": V}. Keys that begin with "@" get another one.
 //
 // Reading by type takes numbers without a fraction as reals where a real is expected,
-// nothing else for something else. Of equal keys the last one counts. An object in the
-// place of one of a base is written with its own attributes and can be read with tags
-// only. Without a type a number that no int holds (and the
-// two ints that stand for nil and uninit) is a real, like one with a fraction.
+// nothing else for something else. Of equal keys the last one counts. No attribute must be
+// there: one that is not keeps the value that it has in a new object. One that has no
+// setter is written, and refused in a document. Of a union no other
+// branch may be there than the one that its discriminator tells in the end. An object in
+// the place of one of a base is written with its own attributes and can be read with tags
+// only. Without a type a number that no int holds (and the two ints that stand for nil and
+// uninit) is a real, like one with a fraction; where an int is expected, -2147483647 is
+// one. 1e126 and 9e125 stand for no value where a real is expected, and are refused there.
 //
-// Errors are velXSerialization with path, line and column in the Description ("/lines/3
-// /price: line 7, column 12: ..." in one piece; without a place when writing) and the
-// exception behind it, if there is one, as Source. Writing refuses NaN, infinite numbers
-// and cycles ("not a number", "infinite number", "cycle"), objects without parts and
-// enumeration values without a name; reading refuses what is no JSON,
+// Errors are velXSerialization with the path of the value (a JSON Pointer; none for the
+// whole) and, when reading, line and column in the Description ("/lines/3/price: line 7,
+// column 12: ..." in one piece), and the exception behind it, if there is one, as Source.
+// Writing refuses NaN, infinite numbers and cycles ("not a number", "infinite number",
+// "cycle"), nesting beyond the limit ("nested too deep"), text with something in it that is
+// no character ("bytes that are no text"), keys that are the same in UTF-8 ("two entries
+// have the key K"), objects without parts and enumeration values without a name, and tells
+// what a getter throws; reading refuses what is no JSON,
 // a zero character in text, unknown types and attributes, values of a wrong kind, and
-// nesting beyond the limit. Nothing is lost: no value comes out of an error.
+// nesting beyond the limit. Nothing is lost: no value comes out of an error. Exceptions of
+// the standard library pass through.
 // Depth costs heap, not stack.
 // Threads: as the values and the registry. Ownership: results are owned as any value.
 #ifndef VELSTD_VELJSON_VELJSON_H
@@ -82,7 +90,16 @@ xrchandle<C> velFromJson(std::string_view text, const velJsonOptions& options = 
 
 /// The JSON Schema (2020-12) of what velToJson writes, without tags, for values of the
 /// type registered under `typeName`, as a value to be written with velToJson. Types
-/// that it is made of stand under "$defs". What C++ may hold nil for may be null.
+/// that it is made of stand under "$defs". A class stands for its own objects and those
+/// of the classes registered by now that derive from it, each with its attributes and no
+/// others; a union is one of its branches with the discriminator that tells it. Null may
+/// be the whole, what is declared optional, and what the setters take nil for: to know
+/// that, an object of each type is made and its setters are called. Attributes that can
+/// only be read are marked "readOnly".
+/// What such a schema takes, velFromJson reads by the same type, but for objects of
+/// derived classes, for attributes that can only be read, for ints that are written with
+/// a fraction (1.0) or fit no narrower member, zero characters and numbers that no double
+/// holds. What velFromJson reads, such a schema takes.
 /// Throws velXSerialization "unknown type N".
 VELSTD_API xany velJsonSchema(const char* typeName);
 

@@ -54,17 +54,15 @@ xany RealOf(double number) {
 
 // A number without a fraction before it is known what is expected.
 struct Integer {
-  bool isInt;  // one that xany can hold
+  bool isInt;  // one that a variant can hold
   int number;
   double real;
 };
 
-constexpr int kSmallestInt = std::numeric_limits<int>::min() + 2;  // two stand for nil, uninit
-
 class Reader : public nlohmann::json_sax<nlohmann::json> {
  public:
   Reader(std::string_view document, xrtti* expected, const velJsonOptions& how)
-      : text(document), options(how), reached(text.data()), seen(reached), token(reached), rootType(expected) {}
+      : text(document), options(how), reached(text.data()), seen(begin()), token(seen), rootType(expected) {}
 
   xany read() {
     const char* const end = text.data() + text.size();
@@ -81,7 +79,7 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
     return leaf([=](xrtti*) { return xany(value); });
   }
   bool number_integer(number_integer_t value) override {
-    const bool isInt = value >= kSmallestInt && value <= std::numeric_limits<int>::max();
+    const bool isInt = value >= kUninitInt && value <= std::numeric_limits<int>::max();
     return integer({isInt, isInt ? static_cast<int>(value) : 0, static_cast<double>(value)});
   }
   bool number_unsigned(number_unsigned_t value) override {
@@ -93,7 +91,7 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
     if (written.find_first_not_of("-0123456789") == std::string::npos) {
       return integer({false, 0, value});
     }
-    return leaf([=](xrtti*) { return RealOf(value); });
+    return leaf([=](xrtti* expected) { return real(expected, value); });
   }
   bool string(string_t& value) override {
     if (isTag()) return beginTagged(value);
@@ -120,6 +118,7 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
   bool key(string_t& value) override {
     return guarded([&] {
       Level& level = levels.back();
+      level.hasKey = false;
       velText(value);  // refuses a zero character
       if (level.isUndecided && options.typeTags && value == kJsonTag) {
         level.key = value;
@@ -134,12 +133,14 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
         value.erase(0, 1);
       }
       level.key = std::move(value);
+      level.hasKey = true;
     });
   }
 
   bool end_object() override {
     return guarded([&] {
       if (levels.back().isUndecided) decide(levels.back(), typeForObject(levels.back().expected));
+      refuseOtherBranches(levels.back());
       Level level = std::move(levels.back());
       levels.pop_back();
       if (level.isWrapper) {
@@ -172,7 +173,7 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
           return;
         }
       }
-      const std::string typeName = typeForArray(expectedHere(levels.size()));
+      const xstring typeName = typeForArray(expectedHere(levels.size()));
       levels.emplace_back();
       levels.back().isArray = true;
       decide(levels.back(), typeName);
@@ -214,6 +215,7 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
     bool isWrapper = false;       // of a tagged value that is no object
     bool hasValue = false;
     xrtti* expected = nullptr;    // by its place; of a wrapper, what its value is
+    bool hasKey = false;          // and stands at its value
     std::string key;
     int index = 0;
     xrcunihandle<xobject> object;
@@ -223,6 +225,7 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
     xrttiarray* array = nullptr;
     int dimension = 0;
     std::vector<int> indices;     // of the row in an array, without the last
+    std::vector<std::string> given;  // the parts of a union
     xany wrapped;
   };
 
@@ -231,17 +234,22 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
   std::string path() const {
     std::string made;
     for (const Level& level : levels) {
-      if (level.isUndecided || level.isTagNext) continue;
-      if (level.isWrapper) continue;
+      if (level.isWrapper || (!level.isArray && !level.hasKey)) continue;
       made += level.isArray ? '/' + std::to_string(level.index) : velStep(level.key);
     }
     return made;
   }
 
+  // Behind the byte order mark that may come first.
+  const char* begin() const {
+    static constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    return text.data() + (text.substr(0, kMark.size()) == kMark ? kMark.size() : 0);
+  }
+
   // The parser has come to the end of the next token, or one character further: looks
   // where that begins and ends.
   void mark() {
-    token = seen;
+    token = std::min(seen, reached);
     while (token != reached && std::strchr(" \t\r\n,:", *token)) ++token;
     seen = token;
     while (seen != reached && std::strchr("+-.0123456789eE", *seen)) ++seen;
@@ -252,7 +260,7 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
   std::string place(const char* of) const {
     std::size_t line = 1;
     std::size_t column = 1;
-    for (const char* at = text.data(); at != of; ++at) {
+    for (const char* at = std::min(begin(), of); at != of; ++at) {
       const auto byte = static_cast<unsigned char>(*at);
       if (byte == '\n') {
         ++line;
@@ -267,6 +275,7 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
 
   [[noreturn]] void fail(const std::string& what,
                          const xrchandle<velXException>& source = 0) const {
+    isTold = true;
     velThrowJson(place(token) + what, source);
   }
 
@@ -279,7 +288,7 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
     } catch (xthrowable* caught) {
       const xrcunihandle<xthrowable> held(caught);
       xrcrelease(caught);
-      if (auto* const known = dynamic_cast<velXSerialization*>(caught)) xthrow(xrchandle<velXSerialization>(known));
+      if (isTold) xthrow(held);
       auto* const exception = dynamic_cast<velXException*>(caught);
       fail(velSummary(caught), exception);
     }
@@ -303,30 +312,37 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
     return !type || type->getName() == "any" || type->getName() == "object";
   }
 
-  std::string typeForObject(xrtti* expected) const {
+  xstring typeForObject(xrtti* expected) const {
     if (isAny(expected)) return "anydict";
     if (dynamic_cast<xrttistruct*>(expected) || dynamic_cast<xrttiunion*>(expected) ||
         dynamic_cast<xrttidictionary*>(expected)) {
-      return nameOf(expected);
+      return expected->getName();
     }
     fail("an object where " + nameOf(expected) + " is expected");
   }
-  std::string typeForArray(xrtti* expected) const {
+  xstring typeForArray(xrtti* expected) const {
     if (isAny(expected)) return "anyseq";
     if (dynamic_cast<xrttisequence*>(expected) || dynamic_cast<xrttiarray*>(expected)) {
-      return nameOf(expected);
+      return expected->getName();
     }
     fail("an array where " + nameOf(expected) + " is expected");
   }
-  static std::string nameOf(xrtti* type) { return velUtf8(type->getName()); }
+  static std::string nameOf(xrtti* type) { return velKeyUtf8(type->getName()); }
+
+  // A name stands in a document in UTF-8; it may be text of the locale.
+  static xrtti* typeOfName(const std::string& utf8) {
+    if (xrtti* const type = velRttiGetFromMap(utf8.c_str())) return type;
+    const std::optional<std::string> narrow = velNarrowIfText(utf8);
+    return narrow ? velRttiGetFromMap(narrow->c_str()) : nullptr;
+  }
 
   void checkDepth() const {
     if (static_cast<long long>(levels.size()) >= options.maxDepth) fail("nested too deep");
   }
 
   // Makes the object of a level.
-  void decide(Level& level, const std::string& typeName) {
-    level.object = velCreate(typeName.c_str());
+  void decide(Level& level, const xstring& typeName) {
+    level.object = velCreate(typeName.CastToCString());
     level.isUndecided = level.isTagNext = false;
     level.type = level.object->getRtti();
     level.writes = velGetWrites(level.type);
@@ -345,7 +361,7 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
         level.expected = nullptr;  // the value does not count
         return;
       }
-      xrtti* const type = velRttiGetFromMap(typeName.c_str());
+      xrtti* const type = typeOfName(typeName);
       if (!type) fail("unknown type " + typeName);
       const bool isObject = dynamic_cast<xrttistruct*>(type) || dynamic_cast<xrttiunion*>(type) ||
                             dynamic_cast<xrttidictionary*>(type);
@@ -353,7 +369,7 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
         if (level.expected && !isAny(level.expected) && !type->isTypeKindOf(level.expected)) {
           fail(typeName + " where " + nameOf(level.expected) + " is expected");
         }
-        return decide(level, typeName);
+        return decide(level, type->getName());
       }
       level.isUndecided = false;
       level.isWrapper = true;
@@ -373,11 +389,21 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
 
   bool integer(const Integer& number) {
     return leaf([&](xrtti* expected) {
-      if (expected && expected->getName() == "real") return RealOf(number.real);
-      if (number.isInt) return xany(number.number);
-      if (expected && expected->getName() == "int") fail("integer out of range");
+      if (velIsTypeNamed(expected, "real")) return real(expected, number.real);
+      const bool isIntExpected = velIsTypeNamed(expected, "int");
+      if (number.isInt && (isIntExpected || number.number != kUninitInt)) return xany(number.number);
+      if (isIntExpected) fail("integer out of range");
       return RealOf(number.real);
     });
+  }
+
+  // A plain double cannot hold each number.
+  xany real(xrtti* expected, double number) const {
+    const bool isPlain = !levels.empty() && !levels.back().isWrapper;
+    if (isPlain && velIsTypeNamed(expected, "real") && velIsReservedReal(number)) {
+      fail("real number stands for no value");
+    }
+    return RealOf(number);
   }
 
   xany enumerator(xrttienum* type, const std::string& name) const {
@@ -424,6 +450,21 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
           ->setEntry(level.object, level.key.c_str(), value);
     } else {
       velSetAttr(level.object, level.key.c_str(), value);
+      if (dynamic_cast<xrttiunion*>(level.type)) level.given.push_back(level.key);
+    }
+  }
+
+  // A union has one branch: of another one, nothing would be left. Its discriminator may
+  // come last.
+  void refuseOtherBranches(Level& level) {
+    if (level.given.empty()) return;
+    const velParts parts = velPartsOf(level.object);
+    for (std::string& name : level.given) {
+      const bool isThere = std::any_of(parts.list.begin(), parts.list.end(),
+                                       [&](const velPart& part) { return part.name == name; });
+      if (isThere) continue;
+      level.key = std::move(name);
+      fail("not the branch that the discriminator of " + nameOf(level.type) + " tells");
     }
   }
 
@@ -453,6 +494,7 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
   xrtti* rootType;
   xany root;
   std::vector<Level> levels;
+  mutable bool isTold = false;  // the exception that is thrown has its place
 };
 
 }  // namespace

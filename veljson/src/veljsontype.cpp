@@ -55,4 +55,6 @@ xrtti* velTypeOfElements(xrttiobject* type) {
   return nullptr;
 }
 
+bool velIsReservedReal(double number) { return xany(number).getkind() != xanyReal; }
+
 bool velIsTypeNamed(xrtti* type, const xstring& name) { return type && type->getName() == name; }

@@ -12,6 +12,11 @@ constexpr char kJsonTag[] = "@type";
 constexpr char kJsonValue[] = "value";
 constexpr char kJsonUninit[] = "uninit";  // in place of the name of a type
 
+// Numbers of which some stand for nil or uninit: of a plain int the least two, of which a
+// variant can hold the greater; and two of double.
+constexpr int kUninitInt = -2147483647;
+bool velIsReservedReal(double number);
+
 /// Throws velXSerialization with that text; `source` is nullable.
 [[noreturn]] void velThrowJson(const std::string& text,
                                const xrchandle<velXException>& source = 0);
