@@ -95,7 +95,9 @@ VEL_FUZZ(input) {
   std::string text;
   while (!input.isEmpty()) text += static_cast<char>(input.byte());
   const Json tree = Json::parse(text, nullptr, false);
-  const bool isGood = !tree.is_discarded() && !HoldsZero(tree);
+  // The other parser takes a zero byte for the end.
+  const bool isGood =
+      !tree.is_discarded() && !HoldsZero(tree) && text.find('\0') == std::string::npos;
   xany value;
   VEL_FUZZ_CHECK(CanRead(text, {}, value) == isGood);
   if (isGood) Compare(value, tree);

@@ -10,8 +10,10 @@
 #include <unordered_map>
 #include <vector>
 
+#include "velbyname.h"
 #include "velcollectionof.h"
 #include "velenum.h"
+#include "velequals.h"
 #include "velmember.h"
 #include "veltest.h"
 #include "veltest_locale.h"
@@ -362,6 +364,63 @@ TEST(VelDictionary, TakesUnorderedMaps) {
 TEST(VelDictionary, RefusesKeysThatWouldBeCutOff) {
   const std::map<std::string, int> numbers{{"ab\0c"s, 1}};
   EXPECT_VEL_NATIVE(velDictionary(numbers), "Zero byte in text at byte 2");
+}
+
+TEST(VelDictionary, RefusesKeysThatAreNoUtf8) {
+  const std::map<std::string, int> numbers{{"ab\xFC", 1}};
+  EXPECT_VEL_NATIVE(velDictionary(numbers), "Invalid UTF-8 at byte 2");
+}
+
+// Keys as std::string are UTF-8, whatever the locale says of bytes.
+TEST(VelKeys, AreUtf8InEveryLocale) {
+  const std::map<std::string, int> numbers{
+      {"", 0}, {"a", 1}, {"\xC3\xBC", 2}, {"\xC3\x83\xC2\xBC", 3}, {"\xE4\xB8\xAD", 4}, {"?", 5}};
+  for (const char* name : {"C", "C.UTF-8", "de_DE.ISO-8859-1"}) {
+    const ScopedLocale locale({name});
+    VEL_NEED_LOCALE(locale);
+    const auto dictionary = velDictionary(numbers);
+    EXPECT_EQ(velToMap(dictionary), numbers) << name;
+    for (const auto& [key, value] : numbers) {
+      EXPECT_EQ(velFind(dictionary, key), value) << name << ' ' << key;
+      EXPECT_EQ(velFind(dictionary, velText(key)), value) << name << ' ' << key;
+      EXPECT_EQ(velGet<int>(velGetPath(velAny(dictionary), '/' + key)), value) << name << ' ' << key;
+    }
+    EXPECT_FALSE(velFind(dictionary, "\xC3\xA4"s)) << name;
+    EXPECT_FALSE(velFind(dictionary, "\xFF"s)) << name;
+    EXPECT_FALSE(velFind(dictionary, velText("\xE6\x96\x87"))) << name;
+  }
+}
+
+TEST(VelKeys, OfTheLocaleAreFoundAndCopied) {
+  const GermanLatin1Locale locale;
+  VEL_NEED_LOCALE(locale);
+  const auto dictionary = xintdictionary::create();
+  dictionary->set("gr\xFC\xDF", 7);
+  const std::string utf8 = "gr\xC3\xBC\xC3\x9F";
+  EXPECT_EQ(velToMap(dictionary), (std::map<std::string, int>{{utf8, 7}}));
+  EXPECT_EQ(velFind(dictionary, utf8), 7);
+  EXPECT_EQ(velFind(dictionary, velText(utf8)), 7);
+  EXPECT_EQ(velFind(dictionary, xstring("gr\xFC\xDF")), 7);
+  EXPECT_EQ(velFind(dictionary, "gr\xFC\xDF"), 7) << "a literal is its bytes";
+  EXPECT_FALSE(velFind(dictionary, "gr\xFC\xDF"s)) << "no UTF-8";
+  EXPECT_FALSE(velFind(dictionary, "\xE4\xB8\xAD"s)) << "nothing that this locale can say";
+}
+
+TEST(VelKeys, OfTheLocaleAreOnPathsAsUtf8) {
+  const GermanLatin1Locale locale;
+  VEL_NEED_LOCALE(locale);
+  const auto dictionary = xintdictionary::create();
+  dictionary->set("\xFC", 7);
+  velSetPath(velAny(dictionary), "/\xC3\xBC", velAny(8));
+  EXPECT_EQ(velCount(dictionary), 1);
+  EXPECT_EQ(velGet<int>(velGetPath(velAny(dictionary), "/\xC3\xBC")), 8);
+  const auto differences = velDiff(velAny(dictionary), velAny(xintdictionary::create()));
+  ASSERT_EQ(differences.size(), 1U);
+  EXPECT_EQ(differences[0].path, "/\xC3\xBC");
+}
+
+TEST(VelKeys, ANullKeyIsRefused) {
+  EXPECT_VEL_THROW(velFind(xintdictionary::create(), xstring()), velXNull);
 }
 
 TEST(VelDictionary, ManyEntriesComeBack) {

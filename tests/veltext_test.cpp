@@ -263,4 +263,41 @@ TEST(VelPlus, JoinsTextOfEveryKind) {
   EXPECT_TRUE((xstring() + xstring()).IsNull());
 }
 
+TEST(VelUtf8IfText, GivesNothingForWhatIsNoText) {
+  const Utf8Locale locale;
+  VEL_NEED_LOCALE(locale);
+  EXPECT_EQ(velUtf8IfText(xstring()), "");
+  EXPECT_EQ(velUtf8IfText(xstring("abc")), "abc");
+  EXPECT_EQ(velUtf8IfText(velText("\xC3\xBC\xF0\x9F\x98\x80")), "\xC3\xBC\xF0\x9F\x98\x80");
+  EXPECT_EQ(velUtf8IfText(xstring("a\xFF")), std::nullopt);
+  const wchar_t half[] = {static_cast<wchar_t>(0xDC00), 0};
+  EXPECT_EQ(velUtf8IfText(xstring(half)), std::nullopt);
+}
+
+TEST(VelUtf8IfText, TakesNarrowBytesAsTheLocaleSays) {
+  {
+    const GermanLatin1Locale locale;
+    VEL_NEED_LOCALE(locale);
+    EXPECT_EQ(velUtf8IfText(xstring("\xFC")), "\xC3\xBC");
+  }
+  const PlainLocale plain;
+  EXPECT_EQ(velUtf8IfText(xstring("\xFC")), std::nullopt);
+  EXPECT_EQ(velUtf8IfText(xstring("\xC3\xBC")), "\xC3\xBC");
+}
+
+TEST(VelNarrowIfText, GivesWhatTheLocaleCanSay) {
+  {
+    const GermanLatin1Locale locale;
+    VEL_NEED_LOCALE(locale);
+    EXPECT_EQ(velNarrowIfText("\xC3\xBC"), "\xFC");
+    EXPECT_EQ(velNarrowIfText("\xE4\xB8\xAD"), std::nullopt);
+  }
+  const PlainLocale plain;
+  EXPECT_EQ(velNarrowIfText("abc"), "abc");
+  EXPECT_EQ(velNarrowIfText(""), "");
+  EXPECT_EQ(velNarrowIfText("\xC3\xBC"), std::nullopt);
+  EXPECT_EQ(velNarrowIfText("\xFF"), std::nullopt);
+  EXPECT_EQ(velNarrowIfText(std::string_view("a\0b", 3)), std::nullopt);
+}
+
 }  // namespace

@@ -49,7 +49,8 @@ void AddAttributes(xrttistruct* type, xobject* object, std::vector<velPart>& par
   }
   for (std::string& name : names) {
     xrttiattr* const attr = meant[name];
-    Add(parts, std::move(name)).value = attr->getValue(object);
+    velPart& part = Add(parts, std::move(name));
+    part.value = attr->getValue(object);
   }
 }
 
@@ -89,12 +90,14 @@ void AddBranch(xrttiunion* type, xobject* object, std::vector<velPart>& parts) {
   const std::optional<int> label = LabelOf(told.value);
   xrttiattr* const branch = label ? type->mapLabelToAttr(*label, true) : nullptr;
   if (!branch) return;
-  Add(parts, NameOf(branch)).value = branch->getValue(object);
+  velPart& part = Add(parts, NameOf(branch));
+  part.value = branch->getValue(object);
 }
 
 void AddElements(xrttisequence* type, xobject* object, std::vector<velPart>& parts) {
   for (int i = 0; i < type->getSize(object); ++i) {
-    Add(parts, {}, i).value = type->getElemValue(object, i);
+    velPart& part = Add(parts, {}, i);
+    part.value = type->getElemValue(object, i);
   }
 }
 
@@ -116,7 +119,8 @@ void AddCells(xrttiarray* type, xobject* object, std::vector<velPart>& parts) {
     if (type->getDimention(d) <= 0) return;
   }
   for (;;) {
-    Add(parts, {}, static_cast<int>(parts.size())).value = type->getElemValue(object, at.data());
+    velPart& part = Add(parts, {}, static_cast<int>(parts.size()));
+    part.value = type->getElemValue(object, at.data());
     int d = type->getNDimentions() - 1;
     while (d >= 0 && ++at[static_cast<std::size_t>(d)] == type->getDimention(d)) {
       at[static_cast<std::size_t>(d--)] = 0;

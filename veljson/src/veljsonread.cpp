@@ -67,6 +67,11 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
   xany read() {
     const char* const end = text.data() + text.size();
     nlohmann::json::sax_parse(Watched(text.data(), &reached), Watched(end, &reached), this);
+    // The parser takes a zero byte for the end.
+    if (const std::size_t zero = text.find('\0'); zero != std::string_view::npos) {
+      token = text.data() + zero;
+      fail("zero byte");
+    }
     return std::move(root);
   }
 
@@ -96,6 +101,7 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
   bool string(string_t& value) override {
     if (isTag()) return beginTagged(value);
     return leaf([&](xrtti* expected) {
+      velRefuseZeroByte(value);
       if (auto* const type = dynamic_cast<xrttienum*>(expected)) return enumerator(type, value);
       return xany(velText(value));
     });
@@ -106,10 +112,12 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
 
   bool start_object(std::size_t) override {
     return guarded([&] {
+      refuseAsTag();
       checkDepth();
       levels.emplace_back();
       Level& level = levels.back();
       level.isArray = false;
+      level.at = token;
       level.expected = expectedHere(levels.size() - 1);
       level.isUndecided = true;  // until its first key, which may be a tag
     });
@@ -119,13 +127,13 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
     return guarded([&] {
       Level& level = levels.back();
       level.hasKey = false;
-      velText(value);  // refuses a zero character
+      velRefuseZeroByte(value);
       if (level.isUndecided && options.typeTags && value == kJsonTag) {
         level.key = value;
         level.isTagNext = true;
         return;
       }
-      if (level.isUndecided) decide(level, typeForObject(level.expected));
+      if (level.isUndecided) decideByPlace(level);
       if (options.typeTags && value.compare(0, 1, "@") == 0) {
         if (value.compare(0, 2, "@@") != 0) {
           fail(value == kJsonTag ? "\"@type\" does not come first" : "unknown tag \"" + value + '"');
@@ -139,7 +147,7 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
 
   bool end_object() override {
     return guarded([&] {
-      if (levels.back().isUndecided) decide(levels.back(), typeForObject(levels.back().expected));
+      if (levels.back().isUndecided) decideByPlace(levels.back());
       refuseOtherBranches(levels.back());
       Level level = std::move(levels.back());
       levels.pop_back();
@@ -153,6 +161,7 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
 
   bool start_array(std::size_t) override {
     return guarded([&] {
+      refuseAsTag();
       checkDepth();
       if (!levels.empty()) {
         Level& outer = levels.back();
@@ -225,7 +234,8 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
     xrttiarray* array = nullptr;
     int dimension = 0;
     std::vector<int> indices;     // of the row in an array, without the last
-    std::vector<std::string> given;  // the parts of a union
+    const char* at = nullptr;     // where an object begins
+    std::vector<std::pair<std::string, const char*>> given;  // the parts of a union
     xany wrapped;
   };
 
@@ -340,6 +350,13 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
     if (static_cast<long long>(levels.size()) >= options.maxDepth) fail("nested too deep");
   }
 
+  // Makes an object that tells no type, at its beginning.
+  void decideByPlace(Level& level) {
+    const char* const next = std::exchange(token, level.at);
+    decide(level, typeForObject(level.expected));
+    token = next;
+  }
+
   // Makes the object of a level.
   void decide(Level& level, const xstring& typeName) {
     level.object = velCreate(typeName.CastToCString());
@@ -354,6 +371,7 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
   bool beginTagged(const std::string& typeName) {
     return guarded([&] {
       Level& level = levels.back();
+      velRefuseZeroByte(typeName);
       level.isTagNext = false;
       if (typeName == kJsonUninit) {
         level.isUndecided = false;
@@ -377,12 +395,16 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
     });
   }
 
+  void refuseAsTag() const {
+    if (isTag()) fail("\"@type\" is no name");
+  }
+
   // ---- values ----
 
   template <class Make>
   bool leaf(Make make) {
     return guarded([&] {
-      if (isTag()) fail("\"@type\" is no name");
+      refuseAsTag();
       put(make(expectedHere(levels.size())));
     });
   }
@@ -450,7 +472,7 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
           ->setEntry(level.object, level.key.c_str(), value);
     } else {
       velSetAttr(level.object, level.key.c_str(), value);
-      if (dynamic_cast<xrttiunion*>(level.type)) level.given.push_back(level.key);
+      if (dynamic_cast<xrttiunion*>(level.type)) level.given.emplace_back(level.key, token);
     }
   }
 
@@ -459,11 +481,13 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
   void refuseOtherBranches(Level& level) {
     if (level.given.empty()) return;
     const velParts parts = velPartsOf(level.object);
-    for (std::string& name : level.given) {
-      const bool isThere = std::any_of(parts.list.begin(), parts.list.end(),
-                                       [&](const velPart& part) { return part.name == name; });
+    for (const auto& [name, at] : level.given) {
+      const bool isThere =
+          std::any_of(parts.list.begin(), parts.list.end(),
+                      [&name = name](const velPart& part) { return part.name == name; });
       if (isThere) continue;
-      level.key = std::move(name);
+      level.key = name;
+      token = at;
       fail("not the branch that the discriminator of " + nameOf(level.type) + " tells");
     }
   }

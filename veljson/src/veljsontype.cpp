@@ -3,6 +3,7 @@
 #include <set>
 #include <vector>
 
+#include "vels11n.h"
 #include "veltext.h"
 
 namespace {
@@ -30,7 +31,12 @@ xrttiattr* OwnPart(xrttiobject* type, const std::string& name) {
 }  // namespace
 
 void velThrowJson(const std::string& text, const xrchandle<velXException>& source) {
-  velXSerialization::Throw(text.c_str(), source);
+  const auto made = velXSerialization::Create(text.c_str(), source);
+  // Narrow text is of the locale; what comes from a document may be more, or no text.
+  if (!velIsAscii(text) && velIsUtf8(text)) {
+    velS11nSet(made.operator->(), "Description", xany(velText(text)));
+  }
+  xthrow(made);
 }
 
 xrtti* velTypeOfPart(xrttiobject* type, const std::string& name) {
