@@ -17,7 +17,7 @@ constexpr int kExitDone = 0;
 constexpr int kExitDifferent = 1;
 constexpr int kExitFailed = 2;
 
-/// The command line is wrong; the message is followed by a hint at the help.
+/// The command line is wrong; the message is followed by a hint at the command's help.
 class UsageError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -51,6 +51,7 @@ class Arguments {
   /// The next word that is no option; `what` names it in the message.
   /// Throws UsageError if there is none, or an option that nobody took.
   std::string takeOperand(const std::string& what);
+  bool isEmpty() const { return words.empty(); }
   /// Throws UsageError if anything is left.
   void end();
 

@@ -38,7 +38,8 @@ const Command kCommands[] = {
     {"get", "get [--json] PATH FILE",
      "Prints one value of a JSON document.\n"
      "      --json        prints it as JSON\n"
-     "      PATH          the way to it, a JSON Pointer: /lines/3/price; \"\" is all",
+     "      PATH          the way to it, a JSON Pointer: /lines/3/price; \"\" is all\n"
+     "      FILE          a path, or - for the standard input",
      runGet},
     {"compare", "compare FILE FILE",
      "Tells whether two JSON documents have the same content: \"equal\" or\n"
@@ -48,34 +49,51 @@ const Command kCommands[] = {
      runCompare},
     {"diff", "diff FILE FILE",
      "Prints what has to be changed in the first document to make it the second,\n"
-     "      a line for each place: its path, what is there before and after.",
+     "      a line for each place: its path, what is there before and after.\n"
+     "      FILE          a path; one of them may be - for the standard input",
      runDiff},
     {"check", "check --type NAME [--load LIBRARY]... FILE",
      "Tells whether a JSON document is a value of a registered type: \"valid\", or\n"
      "      the first place that does not fit.\n"
      "      --type NAME   the name of the type\n"
-     "      --load FILE   a shared library that registers types of its own",
+     "      --load LIBRARY  a shared library that registers types of its own\n"
+     "      FILE          a path, or - for the standard input",
      runCheck},
     {"types", "types [--load LIBRARY]...",
-     "Lists every registered type with its kind, parents and parts.", runTypes},
+     "Lists every registered type with its kind, parents and parts.\n"
+     "      --load LIBRARY  a shared library that registers types of its own",
+     runTypes},
     {"schema", "schema [--load LIBRARY]... NAME",
-     "Prints the JSON Schema (2020-12) of the documents of a registered type.", runSchema},
+     "Prints the JSON Schema (2020-12) of the documents of a registered type.\n"
+     "      --load LIBRARY  a shared library that registers types of its own\n"
+     "      NAME          the name of the type",
+     runSchema},
 };
 
+constexpr char kValuesText[] =
+    "values of a document: an object is an anydict, an array an anyseq, a text a\n"
+    "string, null is nil; a number is an int where one can hold it, else a real.\n";
+
+constexpr char kStatusText[] =
+    "exit status:\n"
+    "  0  done; compare, diff: the documents are equal; check: the document is valid\n"
+    "  1  compare, diff: the documents are different; check: it is not valid\n"
+    "  2  wrong usage, a document that cannot be read or, but for check, is no valid\n"
+    "     JSON, an unknown type, a library that cannot be loaded, nothing at a path,\n"
+    "     output that cannot be written\n";
+
 std::string HelpText() {
-  std::string text = "usage: velq COMMAND [ARGUMENT...]\n       velq --help\n\ncommands:\n";
+  std::string text =
+      "usage: velq COMMAND [ARGUMENT...]\n       velq help [COMMAND]\n\ncommands:\n";
   for (const Command& command : kCommands) {
     text += std::string("  ") + command.usage + "\n      " + command.summary + '\n';
   }
-  text +=
-      "\nvalues of a document: an object is an anydict, an array an anyseq, a text a\n"
-      "string, null is nil; a number is an int where one can hold it, else a real.\n"
-      "\nexit status:\n"
-      "  0  done; compare, diff: the documents are equal; check: the document is valid\n"
-      "  1  compare, diff: the documents are different; check: it is not valid\n"
-      "  2  wrong usage, a document that cannot be read or, but for check, is no valid\n"
-      "     JSON, output that cannot be written\n";
-  return text;
+  return text + '\n' + kValuesText + '\n' + kStatusText;
+}
+
+std::string HelpText(const Command& command) {
+  return std::string("usage: velq ") + command.usage + "\n\n      " + command.summary + "\n\n" +
+         kStatusText;
 }
 
 int Fail(const std::string& message) {
@@ -94,16 +112,36 @@ const Command* FindCommand(const char* name) {
   return nullptr;
 }
 
-int Dispatch(int argc, char** argv, std::ostream& out) {
-  if (argc < 2) throw UsageError("a command is missing");
-  Arguments arguments(std::vector<std::string>(argv + 2, argv + argc));
-  const Command* command = FindCommand(argv[1]);
-  if (IsHelp(argv[1]) || (command && (arguments.takeFlag("--help") || arguments.takeFlag("-h")))) {
+int ShowHelp(Arguments& arguments, std::ostream& out) {
+  if (arguments.isEmpty()) {
     out << HelpText();
     return kExitDone;
   }
+  const std::string name = arguments.takeOperand("the command");
+  arguments.end();
+  const Command* const command = FindCommand(name.c_str());
+  if (!command) throw UsageError("unknown command " + name);
+  out << HelpText(*command);
+  return kExitDone;
+}
+
+int Dispatch(int argc, char** argv, std::ostream& out) {
+  if (argc < 2) throw UsageError("a command is missing");
+  Arguments arguments(std::vector<std::string>(argv + 2, argv + argc));
+  if (IsHelp(argv[1]) || std::strcmp(argv[1], "help") == 0) return ShowHelp(arguments, out);
+  const Command* const command = FindCommand(argv[1]);
   if (!command) throw UsageError(std::string("unknown command ") + argv[1]);
+  if (arguments.takeFlag("--help") || arguments.takeFlag("-h")) {
+    out << HelpText(*command);
+    return kExitDone;
+  }
   return command->run(arguments, out);
+}
+
+// Where a user who is wrong finds what is right.
+std::string Hint(const char* word) {
+  const bool isCommand = word && FindCommand(word);
+  return std::string(" (see velq help") + (isCommand ? std::string(" ") + word : "") + ')';
 }
 
 // Runs the command; every way in which it can fail ends in a message.
@@ -111,7 +149,7 @@ int Run(int argc, char** argv, std::ostream& out) {
   try {
     return Dispatch(argc, argv, out);
   } catch (const UsageError& error) {
-    return Fail(std::string(error.what()) + "\n\n" + HelpText());
+    return Fail(error.what() + Hint(argc > 1 ? argv[1] : nullptr));
   } catch (const Failure& error) {
     return Fail(error.what());
   } catch (const std::bad_alloc&) {
