@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""What velq writes is JSON to other tools, and says the same as the document it read.
+"""What is written is JSON to other tools, and says the same to them.
 
-Usage: json_tools_test.py VELQ SCRATCH
-Documents: those of iso-codes, random ones that are always the same, and malformed ones,
-which every reader has to refuse.
+Usage: json_tools_test.py VELQ SAMPLES SCRATCH
+Documents that velq has read: those of iso-codes, random ones that are always the same, and
+malformed ones, which every reader has to refuse. Random values of every type, as json_samples
+writes them: plain and with tags, sorted, indented.
 """
 
 import json
@@ -12,7 +13,9 @@ import random
 import subprocess
 import sys
 
-VELQ, SCRATCH = sys.argv[1], pathlib.Path(sys.argv[2])
+VELQ, SAMPLES, SCRATCH = sys.argv[1], sys.argv[2], pathlib.Path(sys.argv[3])
+TOOLS = (("python3", "-m", "json.tool"), ("jq", "."))
+VALUES = 400  # random ones
 ISO_CODES = pathlib.Path("/usr/share/iso-codes/json")
 
 MALFORMED = [
@@ -58,15 +61,56 @@ def check(name, text):
     if written.returncode != 0:
         return f"{name}: velq: {written.stderr.decode()}"
     wanted = parsed(text)
+    return pass_through(name, written.stdout, wanted)
+
+
+def pass_through(name, text, wanted):
+    """Whether a text says the same by way of the tools."""
     result = SCRATCH / "json_tools_written.json"
-    result.write_bytes(written.stdout)
-    for tool in (("python3", "-m", "json.tool"), ("jq", ".")):
+    result.write_bytes(text)
+    for tool in TOOLS:
         read = run(*tool, result)
         if read.returncode != 0:
-            return f"{name}: {tool[0]} refuses what velq wrote: {read.stderr.decode()}"
+            return f"{name}: {tool[0]} refuses what was written: {read.stderr.decode()}"
         if parsed(read.stdout) != wanted:
             return f"{name}: not the same by way of {tool[0]}"
     return None
+
+
+def in_order(pairs):
+    """An object whose keys, as bytes, are sorted."""
+    keys = [key.encode() for key, _ in pairs if key != "@type"]
+    if keys != sorted(keys):
+        raise ValueError(f"not sorted: {keys}")
+    return dict(pairs)
+
+
+def check_samples(options):
+    """Whether the tools read what is written with these options, and that says the same
+    as without layout and order."""
+    tags = "t" if "t" in options else ""
+    plain = run(SAMPLES, "written", str(VALUES), tags or "-")
+    written = run(SAMPLES, "written", str(VALUES), options)
+    if plain.returncode != 0 or written.returncode != 0:
+        return f"json_samples {options}: {written.stderr.decode()}"
+    wanted = parsed(plain.stdout)
+    if len(wanted) != VALUES:
+        return f"json_samples {options}: {len(wanted)} values"
+    indent = next((int(letter) for letter in options if letter.isdigit()), None)
+    lines = written.stdout.decode().split("\n")[:-1]
+    if indent is None and len(lines) != 1:
+        return f"json_samples {options}: {len(lines)} lines"
+    if indent and any((len(line) - len(line.lstrip(" "))) % indent for line in lines):
+        return f"json_samples {options}: a line that is not indented by {indent}"
+    if "s" in options:
+        json.loads(written.stdout, object_pairs_hook=in_order)
+    return pass_through(f"json_samples {options}", written.stdout, wanted)
+
+
+def sample_options():
+    """Each combination."""
+    return [tags + keys + indent or "-" for tags in ("", "t") for keys in ("", "s")
+            for indent in ("", "0", "2", "3")]
 
 
 def refuses(text):
@@ -87,7 +131,10 @@ def main():
         documents.append((f"random {number}", json.dumps(values, ensure_ascii=number % 2 == 0)))
     failures = [failure for name, text in documents if (failure := check(name, text))]
     failures += [failure for text in MALFORMED if (failure := refuses(text))]
-    print("\n".join(failures) or f"{len(documents)} documents, {len(MALFORMED)} malformed ones")
+    failures += [failure for options in sample_options() if (failure := check_samples(options))]
+    print("\n".join(failures) or 
+          f"{len(documents)} documents, {len(MALFORMED)} malformed ones, "
+          f"{len(sample_options())} times {VALUES} values")
     return 1 if failures or not documents else 0
 
 
