@@ -1,5 +1,5 @@
 // JSON documents, and what is none, against another parser's tree of the same text; what
-// is read, by tags, too, can be written and read again.
+// is read, by tags and by types, too, can be written and read again.
 #include "veljson.h"
 
 #include <cstdint>
@@ -7,6 +7,7 @@
 
 #include "velext.h"
 #include "velfuzz.h"
+#include "veljson_types.h"
 #include "xcollections.h"
 
 namespace {
@@ -79,13 +80,16 @@ void Compare(const xany& value, const Json& node) {
 }
 
 // Reads and, if that succeeds, writes and reads again; the value, if there is one.
-bool CanRead(const std::string& text, const velJsonOptions& options, xany& value) {
-  const auto complaint = velFuzzCaught([&] { value = velFromJson(text, options); });
+bool CanRead(const char* type, const std::string& text, const velJsonOptions& options, xany& value) {
+  const auto read = [&](const std::string& document) {
+    return type ? velFromJson(type, document, options) : velFromJson(document, options);
+  };
+  const auto complaint = velFuzzCaught([&] { value = read(text); });
   if (!complaint.isnull()) {
     VEL_FUZZ_CHECK(dynamic_cast<velXSerialization*>(complaint.operator->()));
     return false;
   }
-  VEL_FUZZ_CHECK(velEquals(velFromJson(velToJson(value, options), options), value));
+  VEL_FUZZ_CHECK(velEquals(read(velToJson(value, options)), value));
   return true;
 }
 
@@ -99,10 +103,14 @@ VEL_FUZZ(input) {
   const bool isGood =
       !tree.is_discarded() && !HoldsZero(tree) && text.find('\0') == std::string::npos;
   xany value;
-  VEL_FUZZ_CHECK(CanRead(text, {}, value) == isGood);
+  VEL_FUZZ_CHECK(CanRead(nullptr, text, {}, value) == isGood);
   if (isGood) Compare(value, tree);
   velJsonOptions tagged;
   tagged.typeTags = true;
-  const bool canReadTagged = CanRead(text, tagged, value);
-  VEL_FUZZ_CHECK(isGood || !canReadTagged);
+  VEL_FUZZ_CHECK(!CanRead(nullptr, text, tagged, value) || isGood);
+  for (const char* const type : {"any", "intseq", "jsontest::Drawing", "jsontest::Collections",
+                                 "jsontest::Members", "jsontest::Tree", "jsontest::Number"}) {
+    VEL_FUZZ_CHECK(!CanRead(type, text, {}, value) || isGood);
+    VEL_FUZZ_CHECK(!CanRead(type, text, tagged, value) || isGood);
+  }
 }
