@@ -60,4 +60,8 @@ int main() {
   } catch (const velError& error) {
     std::cout << error.as<velXSerialization>()->getDescription() << '\n';
   }
+
+  // What documents of a type look like, for other programs.
+  const xany schema = velJsonSchema("demo::Order");
+  std::cout << velToJson(velGetPath(schema, "/$defs/demo::Line/properties/color")) << '\n';
 }
