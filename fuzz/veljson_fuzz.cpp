@@ -80,7 +80,8 @@ void Compare(const xany& value, const Json& node) {
 }
 
 // Reads and, if that succeeds, writes and reads again; the value, if there is one.
-bool CanRead(const char* type, const std::string& text, const velJsonOptions& options, xany& value) {
+bool CanRead(const char* type, const std::string& text, const velJsonOptions& options,
+             xany& value) {
   const auto read = [&](const std::string& document) {
     return type ? velFromJson(type, document, options) : velFromJson(document, options);
   };

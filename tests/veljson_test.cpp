@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "velext.h"
-#include "veltest.h"
 #include "veljson_types.h"
+#include "veltest.h"
 #include "veltest_locale.h"
 
 namespace jsontest {
@@ -151,7 +151,8 @@ TEST(VelJson, WritesEachKind) {
 TEST(VelJson, EscapesWhatJsonDemandsAndNoMore) {
   EXPECT_EQ(velToJson(velAny("\"\\/\b\f\n\r\t\x01\x1f\x7f")),
             "\"\\\"\\\\/\\b\\f\\n\\r\\t\\u0001\\u001f\\u007f\"");
-  EXPECT_EQ(velToJson(velAny("Z\xC3\xBCrich \xF0\x9F\x98\x80")), "\"Z\xC3\xBCrich \xF0\x9F\x98\x80\"");
+  EXPECT_EQ(velToJson(velAny("Z\xC3\xBCrich \xF0\x9F\x98\x80")),
+            "\"Z\xC3\xBCrich \xF0\x9F\x98\x80\"");
 }
 
 TEST(VelJson, WritesALineForEachValueIfAskedTo) {
@@ -284,6 +285,21 @@ TEST(VelJson, ReadsTheRealsThatStandForNothingElsewhere) {
   }
 }
 
+// What stands for uninit among plain ints is an int in a variant.
+TEST(VelJson, TheLeastIntIsOneWhereAnIntIsExpected) {
+  const xany least(-2147483647);
+  ASSERT_EQ(least.getkind(), xanyInt);
+  EXPECT_EQ(velToJson(least), "-2147483647");
+  EXPECT_TRUE(velEquals(velFromJson("int", "-2147483647"), least));
+  EXPECT_TRUE(
+      velEquals(velFromJson("intseq", "[-2147483647]"), velAny(velSequence<int>({-2147483647}))));
+  EXPECT_TRUE(velEquals(velFromJson("-2147483647"), velAny(-2147483647.0)));
+  EXPECT_EQ(velToJson(least, Tagged()), "{\"@type\":\"int\",\"value\":-2147483647}");
+  EXPECT_TRUE(velEquals(velFromJson(velToJson(least, Tagged()), Tagged()), least));
+  EXPECT_EQ(velToJson(velAny(velSequence<int>({-2147483647})), Tagged()),
+            "{\"@type\":\"intseq\",\"value\":[-2147483647]}");
+}
+
 TEST(VelJson, MakesDictionariesAndSequences) {
   const xany value = velFromJson("{\"a\":[1,{\"b\":null}],\"c\":{}}");
   EXPECT_EQ(value.getVelTypeName(), "anydict");
@@ -337,10 +353,13 @@ TEST(VelJson, TellsThePlaceAndTheReasonOfWhatDoesNotFit) {
     const char* source;
   } kCases[] = {
       {"{\"points\":[{\"x\":1},\n {\"x\":\"no\"}]}",
-       "/points/1/x: line 2, column 7: Object type mismatch: string where int is expected", "vellib::XTypeMismatch"},
-      {"{\"nope\":1}", "/nope: line 1, column 9: Dictionary key is not found: \"nope\" in jsontest::Drawing",
+       "/points/1/x: line 2, column 7: Object type mismatch: string where int is expected",
+       "vellib::XTypeMismatch"},
+      {"{\"nope\":1}",
+       "/nope: line 1, column 9: Dictionary key is not found: \"nope\" in jsontest::Drawing",
        "vellib::XInvalidDictKey"},
-      {"{\"points\":3}", "/points: line 1, column 11: Object type mismatch: int where jsontest::Pointseq is expected",
+      {"{\"points\":3}",
+       "/points: line 1, column 11: Object type mismatch: int where jsontest::Pointseq is expected",
        "vellib::XTypeMismatch"},
       {"[1]", "line 1, column 1: an array where jsontest::Drawing is expected", ""},
       {"{\"origin\":[]}", "/origin: line 1, column 11: an array where jsontest::Point is expected",
@@ -349,14 +368,16 @@ TEST(VelJson, TellsThePlaceAndTheReasonOfWhatDoesNotFit) {
        "/points: line 1, column 11: an object where jsontest::Pointseq is expected", ""},
       {"{\"board\":[[1,2]]}", "/board/0: line 1, column 15: the array has 2 elements instead of 3",
        ""},
-      {"{\"board\":[[1,2,3,4]]}", "/board/0/3: line 1, column 18: Array index is out of range: 3 in dimension 1",
+      {"{\"board\":[[1,2,3,4]]}",
+       "/board/0/3: line 1, column 18: Array index is out of range: 3 in dimension 1",
        "vellib::XInvalidArrayIndex"},
       {"{\"board\":[1]}", "/board/0: line 1, column 11: an array is expected here", ""},
       {"{\"colors\":{\"a\":\"pink\"}}",
        "/colors/a: line 1, column 16: \"pink\" is no value of jsontest::Color", ""},
       {"{\"points\":[{\"x\":2147483648}]}", "/points/0/x: line 1, column 17: integer out of range",
        ""},
-      {"{\"isDone\":null}", "/isDone: line 1, column 11: Object type mismatch: nil where bool is expected",
+      {"{\"isDone\":null}",
+       "/isDone: line 1, column 11: Object type mismatch: nil where bool is expected",
        "vellib::XTypeMismatch"},
   };
   for (const auto& [text, complaint, source] : kCases) {
@@ -379,8 +400,8 @@ TEST(VelJson, ReadsPlainTypesByName) {
 TEST(VelJson, TagsMakeEverythingReadBackAsItWas) {
   const auto all = xanysequence::create();
   for (const xany& value :
-       {xany(), xany(xanyNil), velAny(1), velAny(1.0), velAny(true), velAny("a"), velAny(Color::red),
-        SampleDrawing(), velAny(velNew<Deeper>()), velAny(velNew<Shape>()),
+       {xany(), xany(xanyNil), velAny(1), velAny(1.0), velAny(true), velAny("a"),
+        velAny(Color::red), SampleDrawing(), velAny(velNew<Deeper>()), velAny(velNew<Shape>()),
         velAny(velArrayOf<Color, 2>::create()), velAny(velSequence<std::string>({"x"})),
         velAny(velDictionaryOf<Point>::create()), velFromJson("{\"@type\":1,\"@@a\":[2]}")}) {
     all->append(value);
@@ -412,8 +433,9 @@ TEST(VelJson, RefusesTagsThatDoNotFit) {
   EXPECT_EQ(complaint("{\"isDone\":true,\"@type\":\"jsontest::Drawing\"}"),
             "line 1, column 16: \"@type\" does not come first");
   EXPECT_EQ(complaint("{\"@x\":1}"), "line 1, column 2: unknown tag \"@x\"");
-  EXPECT_NE(complaint("{\"extra\":{\"@type\":\"int\",\"value\":1,\"more\":2}}").find("only \"value\""),
-            std::string::npos);
+  EXPECT_NE(
+      complaint("{\"extra\":{\"@type\":\"int\",\"value\":1,\"more\":2}}").find("only \"value\""),
+      std::string::npos);
   EXPECT_NE(complaint("{\"extra\":{\"@type\":\"int\"}}").find("a value is missing"),
             std::string::npos);
 }
@@ -442,7 +464,8 @@ testing::AssertionResult ReadsBackByTags(unsigned seed) {
   const xany value = Chance(seed, true).value("any", 4);
   const std::string text = velToJson(value, Tagged());
   const xany back = velFromJson(text, Tagged());
-  if (velEquals(back, value) && velToJson(back, Tagged()) == text) return testing::AssertionSuccess();
+  if (velEquals(back, value) && velToJson(back, Tagged()) == text)
+    return testing::AssertionSuccess();
   return testing::AssertionFailure() << seed << ": " << text;
 }
 

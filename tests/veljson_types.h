@@ -69,7 +69,8 @@ class Drawing : public velStruct<Drawing> {
   double scale = 1;
 
  public:
-  VEL_STRUCT(Drawing, "jsontest::Drawing", points, colors, board, origin, shape, extra, isDone, scale)
+  VEL_STRUCT(Drawing, "jsontest::Drawing", points, colors, board, origin, shape, extra, isDone,
+             scale)
 };
 
 // A member of each type that a member may have.
@@ -187,8 +188,8 @@ class Collections : public velStruct<Collections> {
   xrchandle<velArrayOf<Maybe, 2>> pair = velArrayOf<Maybe, 2>::create();
 
  public:
-  VEL_STRUCT(Collections, "jsontest::Collections", truths, reals, texts, colors, values, numbers, maybes,
-             cube, pair)
+  VEL_STRUCT(Collections, "jsontest::Collections", truths, reals, texts, colors, values, numbers,
+             maybes, cube, pair)
 };
 
 class Fixed : public velStruct<Fixed> {
@@ -210,14 +211,30 @@ class Odd : public velStruct<Odd> {
 /// The types whose schema takes what a reader takes, no more and no less; and those for
 /// which it must take more.
 inline std::vector<std::string> ExactTypes() {
-  return {"int", "bool", "real", "string", "any", "object", "intseq", "booleanseq", "realdict", "anydict",
-          "jsontest::Color", "jsontest::Deeper", "jsontest::Shape", "jsontest::Number", "jsontest::Members",
-          "jsontest::Maybe", "jsontest::Tree", "jsontest::Bottom", "jsontest::Collections",
+  return {"int",
+          "bool",
+          "real",
+          "string",
+          "any",
+          "object",
+          "intseq",
+          "booleanseq",
+          "realdict",
+          "anydict",
+          "jsontest::Color",
+          "jsontest::Deeper",
+          "jsontest::Shape",
+          "jsontest::Number",
+          "jsontest::Members",
+          "jsontest::Maybe",
+          "jsontest::Tree",
+          "jsontest::Bottom",
+          "jsontest::Collections",
           "jsontest/~0 %41\"\\#?^\xC3\xBC"};
 }
 inline std::vector<std::string> LooseTypes() {
-  return {"jsontest::Point", "jsontest::Drawing", "jsontest::Narrow", "jsontest::Top",
-          "jsontest::Animal", "jsontest::Zoo", "jsontest::Fixed"};
+  return {"jsontest::Point",  "jsontest::Drawing", "jsontest::Narrow", "jsontest::Top",
+          "jsontest::Animal", "jsontest::Zoo",     "jsontest::Fixed"};
 }
 /// All but the one with an attribute that can only be read.
 inline std::vector<std::string> ReadableTypes() {
@@ -330,11 +347,13 @@ class Chance {
     } else if (auto* const asUnion = dynamic_cast<xrttiunion*>(type)) {
       xrttiattr* const discriminator = asUnion->getDiscr();
       const bool isEnum = dynamic_cast<xrttienum*>(discriminator->getType());
-      set(object, "kind", isEnum ? value(discriminator->getType(), 0) : xany(static_cast<int>(below(7))));
+      set(object, "kind",
+          isEnum ? value(discriminator->getType(), 0) : xany(static_cast<int>(below(7))));
       const velParts parts = velPartsOf(object);
       if (parts.list.size() < 2) return;
       const std::string& branch = parts.list[1].name;
-      for (int i = 0; i < asUnion->getNLabels(); ++i) offer(object, asUnion->getAttr(i), branch, depth);
+      for (int i = 0; i < asUnion->getNLabels(); ++i)
+        offer(object, asUnion->getAttr(i), branch, depth);
       if (asUnion->getDefaultAttr()) offer(object, asUnion->getDefaultAttr(), branch, depth);
     } else if (auto* const sequence = dynamic_cast<xrttisequence*>(type)) {
       for (int i = 0, n = static_cast<int>(below(4)); i < n; ++i) {
@@ -343,7 +362,9 @@ class Chance {
     } else if (auto* const dictionary = dynamic_cast<xrttidictionary*>(type)) {
       for (unsigned n = below(4); n > 0; --n) {
         const std::string key = text() + std::to_string(below(10));
-        Try([&] { writes->setEntry(object, key.c_str(), value(dictionary->getElemType(), depth)); });
+        Try([&] {
+          writes->setEntry(object, key.c_str(), value(dictionary->getElemType(), depth));
+        });
       }
     } else if (auto* const array = dynamic_cast<xrttiarray*>(type)) {
       std::vector<int> cell;
@@ -377,8 +398,9 @@ class Chance {
   }
 
   std::string text() {
-    static const char* const kPieces[] = {"a", "\"", "\\", "\n", "\x01", "\xC3\xBC", "\xE4\xB8\xAD",
-                                          "\xF0\x9F\x98\x80", "@type", "/", "~"};
+    static const char* const kPieces[] = {
+        "a",     "\"", "\\", "\n", "\x01", "\xC3\xBC", "\xE4\xB8\xAD", "\xF0\x9F\x98\x80",
+        "@type", "/",  "~"};
     std::string made;
     for (unsigned n = below(5); n > 0; --n) made += kPieces[below(11)];
     return made;

@@ -132,7 +132,8 @@ TEST(VelJsonSchema, AClassStandsForThoseThatDeriveFromIt) {
   EXPECT_EQ(Definition("Top", "/anyOf/2"), R"({"$ref":"#/$defs/jsontest::Right"})");
   EXPECT_EQ(Part("jsontest::Top", "/$defs/jsontest::Left/anyOf/1"),
             R"({"$ref":"#/$defs/jsontest::Bottom"})");
-  EXPECT_EQ(Part("jsontest::Zoo", "/$defs/jsontest::Dog/properties/barks"), R"({"type":"boolean"})");
+  EXPECT_EQ(Part("jsontest::Zoo", "/$defs/jsontest::Dog/properties/barks"),
+            R"({"type":"boolean"})");
 }
 
 TEST(VelJsonSchema, AUnionIsOneBranchWithTheDiscriminatorThatTellsIt) {
@@ -166,9 +167,10 @@ TEST(VelJsonSchema, CollectionsTellTheirElements) {
 }
 
 TEST(VelJsonSchema, AnArrayNestsItsDimensions) {
-  EXPECT_EQ(Part("jsontest::Drawing", "/$defs/int[2][3]"),
-            std::string(R"({"items":{"items":)") + kIntOrNull +
-                R"(,"maxItems":3,"minItems":3,"type":"array"},"maxItems":2,"minItems":2,"type":"array"})");
+  EXPECT_EQ(
+      Part("jsontest::Drawing", "/$defs/int[2][3]"),
+      std::string(R"({"items":{"items":)") + kIntOrNull +
+          R"(,"maxItems":3,"minItems":3,"type":"array"},"maxItems":2,"minItems":2,"type":"array"})");
   EXPECT_EQ(Part("jsontest::Collections", "/$defs/bool[2][1][2]/items/items/items"),
             R"({"type":"boolean"})");
 }

@@ -611,7 +611,8 @@ TEST(VelqGet, RefusesWhatIsNotThere) {
   const Outcome missing = Velq({"get", "/lines/7", file.path()});
   EXPECT_EQ(missing.status, 2);
   EXPECT_EQ(missing.error, "velq: " + file.path() + ": nothing at /lines/7\n");
-  EXPECT_THAT(Velq({"get", "lines", file.path()}).error, ::testing::HasSubstr("Invalid path: no \"/\" at its beginning: lines"));
+  EXPECT_THAT(Velq({"get", "lines", file.path()}).error,
+              ::testing::HasSubstr("Invalid path: no \"/\" at its beginning: lines"));
 }
 
 TEST(VelqDiff, PrintsALineForEachDifference) {
@@ -636,8 +637,8 @@ TEST(VelqCheck, TellsWhetherADocumentIsOfAType) {
   const TempFile good("good.json", R"([{"Name": "Utopia"}, null])");
   const Outcome valid = Velq({"check", "--type", "demo::Country", good.path()});
   EXPECT_EQ(valid.status, 1);
-  EXPECT_EQ(valid.out, good.path() +
-                           ": line 1, column 1: an array where demo::Country is expected\n");
+  EXPECT_EQ(valid.out,
+            good.path() + ": line 1, column 1: an array where demo::Country is expected\n");
   const TempFile one("one.json", R"({"Name": "Utopia", "Flag": null})");
   const Outcome outcome = Velq({"check", "--type=demo::Country", one.path()});
   EXPECT_EQ(outcome.status, 0) << outcome.error;
@@ -730,8 +731,8 @@ TEST(VelqLoad, TakesSeveralLibrariesFromAnyFolder) {
   const std::size_t slash = kTypes.rfind('/');
   const std::string folder = kTypes.substr(0, slash);
   const std::string name = kTypes.substr(slash + 1);
-  const Outcome outcome = Velq({"types", "--load", name, "--load", kTypes},
-                               "cd " + Quoted(folder) + " && LC_ALL=C");
+  const Outcome outcome =
+      Velq({"types", "--load", name, "--load", kTypes}, "cd " + Quoted(folder) + " && LC_ALL=C");
   EXPECT_EQ(outcome.status, 0) << outcome.error;
   EXPECT_NE(Paragraph(outcome.out, "enumeration twins::Color"), "");
 }

@@ -10,7 +10,8 @@
 namespace {
 
 void checkType(const std::string& name) {
-  if (!velRttiGetFromMap(name.c_str())) throw Failure("unknown type " + name + " (velq types lists them; --load brings more)");
+  if (!velRttiGetFromMap(name.c_str()))
+    throw Failure("unknown type " + name + " (velq types lists them; --load brings more)");
 }
 
 }  // namespace

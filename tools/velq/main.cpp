@@ -83,8 +83,7 @@ constexpr char kStatusText[] =
     "     output that cannot be written\n";
 
 std::string HelpText() {
-  std::string text =
-      "usage: velq COMMAND [ARGUMENT...]\n       velq help [COMMAND]\n\ncommands:\n";
+  std::string text = "usage: velq COMMAND [ARGUMENT...]\n       velq help [COMMAND]\n\ncommands:\n";
   for (const Command& command : kCommands) {
     text += std::string("  ") + command.usage + "\n      " + command.summary + '\n';
   }

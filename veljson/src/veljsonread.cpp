@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "velbyname.h"
-#include "veljson.h"
 #include "velerror.h"
+#include "veljson.h"
 #include "veljsontype.h"
 #include "velparts.h"
 #include "velrtti.h"
@@ -62,7 +62,12 @@ struct Integer {
 class Reader : public nlohmann::json_sax<nlohmann::json> {
  public:
   Reader(std::string_view document, xrtti* expected, const velJsonOptions& how)
-      : text(document), options(how), reached(text.data()), seen(begin()), token(seen), rootType(expected) {}
+      : text(document),
+        options(how),
+        reached(text.data()),
+        seen(begin()),
+        token(seen),
+        rootType(expected) {}
 
   xany read() {
     const char* const end = text.data() + text.size();
@@ -136,7 +141,8 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
       if (level.isUndecided) decideByPlace(level);
       if (options.typeTags && value.compare(0, 1, "@") == 0) {
         if (value.compare(0, 2, "@@") != 0) {
-          fail(value == kJsonTag ? "\"@type\" does not come first" : "unknown tag \"" + value + '"');
+          fail(value == kJsonTag ? "\"@type\" does not come first"
+                                 : "unknown tag \"" + value + '"');
         }
         value.erase(0, 1);
       }
@@ -219,12 +225,12 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
   // An object or array of JSON that is not yet complete.
   struct Level {
     bool isArray = false;
-    bool isUndecided = false;     // an object of which nothing has been seen
-    bool isTagNext = false;       // its tag is the next text
-    bool isWrapper = false;       // of a tagged value that is no object
+    bool isUndecided = false;  // an object of which nothing has been seen
+    bool isTagNext = false;    // its tag is the next text
+    bool isWrapper = false;    // of a tagged value that is no object
     bool hasValue = false;
-    xrtti* expected = nullptr;    // by its place; of a wrapper, what its value is
-    bool hasKey = false;          // and stands at its value
+    xrtti* expected = nullptr;  // by its place; of a wrapper, what its value is
+    bool hasKey = false;        // and stands at its value
     std::string key;
     int index = 0;
     xrcunihandle<xobject> object;
@@ -233,8 +239,8 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
     xrtti* elementType = nullptr;
     xrttiarray* array = nullptr;
     int dimension = 0;
-    std::vector<int> indices;     // of the row in an array, without the last
-    const char* at = nullptr;     // where an object begins
+    std::vector<int> indices;  // of the row in an array, without the last
+    const char* at = nullptr;  // where an object begins
     std::vector<std::pair<std::string, const char*>> given;  // the parts of a union
     xany wrapped;
   };
@@ -413,7 +419,8 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
     return leaf([&](xrtti* expected) {
       if (velIsTypeNamed(expected, "real")) return real(expected, number.real);
       const bool isIntExpected = velIsTypeNamed(expected, "int");
-      if (number.isInt && (isIntExpected || number.number != kUninitInt)) return xany(number.number);
+      if (number.isInt && (isIntExpected || number.number != kUninitInt))
+        return xany(number.number);
       if (isIntExpected) fail("integer out of range");
       return RealOf(number.real);
     });
@@ -449,7 +456,8 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
     }
     Level& level = levels.back();
     if (level.isWrapper) {
-      if (level.key != kJsonValue || level.hasValue) fail("only \"value\" may stand beside \"@type\"");
+      if (level.key != kJsonValue || level.hasValue)
+        fail("only \"value\" may stand beside \"@type\"");
       level.hasValue = true;
       if (level.expected) {
         value.validate(level.expected, false);

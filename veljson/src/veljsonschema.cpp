@@ -153,8 +153,8 @@ class Schema {
     const std::string name = nameOf(type);
     if (name == "any") return velAny(NewObject());
     if (name == "object") {
-      return velAny(With("type", isNullable ? OneOf({"object", "array", "null"})
-                                            : OneOf({"object", "array"})));
+      return velAny(With(
+          "type", isNullable ? OneOf({"object", "array", "null"}) : OneOf({"object", "array"})));
     }
     if (name == "int") return integer(isNullable);
     if (name == "bool") return velAny(Plain("boolean", isNullable));

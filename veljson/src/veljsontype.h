@@ -18,8 +18,7 @@ constexpr int kUninitInt = -2147483647;
 bool velIsReservedReal(double number);
 
 /// Throws velXSerialization with that text; `source` is nullable.
-[[noreturn]] void velThrowJson(const std::string& text,
-                               const xrchandle<velXException>& source = 0);
+[[noreturn]] void velThrowJson(const std::string& text, const xrchandle<velXException>& source = 0);
 
 /// The declared type of an attribute or union part of `type`, or of an ancestor; null
 /// if there is none of that name.

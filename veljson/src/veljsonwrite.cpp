@@ -218,7 +218,8 @@ class Writer {
     } catch (xthrowable*) {
       if (!parts.list.empty()) {
         const velPart& read = parts.list.back();
-        path += read.index < 0 ? velStep(utf8Of(read.name)) : stepsTo(read.index, dimensionsOf(parts));
+        path +=
+            read.index < 0 ? velStep(utf8Of(read.name)) : stepsTo(read.index, dimensionsOf(parts));
       }
       throw;
     }
@@ -292,8 +293,8 @@ class Writer {
       const std::string partName = utf8Of(part.name);
       if (isDictionary && partName != part.name) refuseSecond(parts, partName);
       add(keyOf(partName));
-      xrtti* const type = isDictionary ? velTypeOfElements(parts.type)
-                                       : velTypeOfPart(parts.type, part.name);
+      xrtti* const type =
+          isDictionary ? velTypeOfElements(parts.type) : velTypeOfPart(parts.type, part.name);
       tasks.push_back({velStep(partName), std::move(part.value), type, depth + 1});
     }
     tasks.push_back(piece((isFirst ? "" : lineAt(depth)) + "}"));
