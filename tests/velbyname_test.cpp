@@ -145,8 +145,9 @@ TEST(VelPath, ThatIsInvalidIsRefusedEverywhereWithTheReason) {
       {"#/a", slash},        {"/~", tilde},        {"/~2", tilde},        {"/notes/a~", tilde},
       {"/lines/~x", tilde},
   };
-  for (const auto& [path, reason] : kCases) {
-    const std::string text = "Invalid path: " + reason + path;
+  for (const auto& one : kCases) {
+    const std::string& path = one.path;
+    const std::string text = "Invalid path: " + one.reason + path;
     EXPECT_VEL_NATIVE(velGetPath(order, path), text.c_str());
     EXPECT_VEL_NATIVE(velFindPath(order, path), text.c_str());
     EXPECT_VEL_NATIVE(velSetPath(order, path, velAny(1)), text.c_str());
