@@ -17,9 +17,8 @@ class Part : public virtual xobject {
   xanysequence* list;  // borrowed
 };
 
-VEL_OBJECT_RTTI(Part, xrttiobject, [](xrttiobject* rtti) {
-  rtti->initializeRttiObject("demo::Part", 1, 0, nullptr);
-})
+VEL_OBJECT_RTTI(Part, xrttiobject,
+                [](xrttiobject* rtti) { rtti->initializeRttiObject("demo::Part", 1, 0, nullptr); })
 
 }  // namespace demo
 

@@ -219,7 +219,7 @@ TEST(ComingFrom, G01_Text) {
 TEST(ComingFrom, G02_WideText) {
   __xstring_c text;
   xstrcreate_c(&text, "a");
-  EXPECT_EQ(xstrgetwc_c(&text)[0], L'a');
+  EXPECT_TRUE(xstrgetwc_c(&text)[0] == L'a');
   xstrunlock_c(&text);
 }
 
@@ -247,7 +247,7 @@ TEST(ComingFrom, G05_Printed) {
 }
 
 TEST(ComingFrom, G06_Arrays) {
-  xintsequence *seq = xintsequence_create();
+  xintsequence* seq = xintsequence_create();
   xintsequence_set(seq, xintsequence_getarraysize(seq), 5);
   EXPECT_EQ(xintsequence_get(seq, 0), 5);
   xintsequence_removerange(seq, 0, 1);
@@ -256,7 +256,7 @@ TEST(ComingFrom, G06_Arrays) {
 }
 
 TEST(ComingFrom, G07_HashTables) {
-  xintdictionary *dict = xintdictionary_create();
+  xintdictionary* dict = xintdictionary_create();
   xintdictionary_set(dict, "a", 1);
   int found = 0;
   EXPECT_TRUE(xintdictionary_find(dict, "a", &found));
@@ -267,7 +267,7 @@ TEST(ComingFrom, G07_HashTables) {
 }
 
 TEST(ComingFrom, G08_Iteration) {
-  xintdictionary *dict = xintdictionary_create();
+  xintdictionary* dict = xintdictionary_create();
   xintdictionary_set(dict, "a", 1);
   std::string keys;
   for (int slot = 0; slot < xintdictionary_getmapsize(dict); ++slot) {
@@ -279,8 +279,8 @@ TEST(ComingFrom, G08_Iteration) {
 }
 
 TEST(ComingFrom, G09_Equality) {
-  xintsequence *seq = xintsequence_create();
-  xintsequence *other = xintsequence_create();
+  xintsequence* seq = xintsequence_create();
+  xintsequence* other = xintsequence_create();
   xintsequence_set(seq, 0, 5);
   xintsequence_set(other, 0, 5);
   __xany_c first = xanyobj_c(seq);
@@ -295,7 +295,7 @@ TEST(ComingFrom, G09_Equality) {
 }
 
 TEST(ComingFrom, G10_NewObjects) {
-  xobject *line = xobjcreate_c("coming::Line");
+  xobject* line = xobjcreate_c("coming::Line");
   ASSERT_TRUE(line);
   xrcattach_c(line);
   xrcrelease_c(line);
@@ -303,7 +303,7 @@ TEST(ComingFrom, G10_NewObjects) {
 }
 
 TEST(ComingFrom, G11_Properties) {
-  xobject *line = xobjcreate_c("coming::Line");
+  xobject* line = xobjcreate_c("coming::Line");
   __xany_c price = xanyreal_c(2.5);
   xobjsetattr_c(line, "price", &price);
   __xany_c now = xobjgetattr_c(line, "price");
@@ -312,18 +312,18 @@ TEST(ComingFrom, G11_Properties) {
 }
 
 TEST(ComingFrom, G12_TypeNames) {
-  xobject *line = xobjcreate_c("coming::Line");
+  xobject* line = xobjcreate_c("coming::Line");
   EXPECT_EQ(Taken(xgettypename_c(line)), "coming::Line");
   xrcrelease_c(line);
 }
 
-int visit(xrtti *, void *data) {
-  ++*static_cast<int *>(data);
+int visit(xrtti*, void* data) {
+  ++*static_cast<int*>(data);
   return 1;
 }
 
 TEST(ComingFrom, G13_Registry) {
-  xrtti *type = xrttifind_c("coming::Line");
+  xrtti* type = xrttifind_c("coming::Line");
   EXPECT_TRUE(type);
   int count = 0;
   xrttiforeach_c(visit, &count);
@@ -331,30 +331,30 @@ TEST(ComingFrom, G13_Registry) {
 }
 
 TEST(ComingFrom, G14_ListOfProperties) {
-  xrtti *type = xrttifind_c("coming::Line");
+  xrtti* type = xrttifind_c("coming::Line");
   ASSERT_EQ(xrttigetnattrs_c(type), 3);
-  xrttiattr *attr = xrttigetattr_c(type, 1);
+  xrttiattr* attr = xrttigetattr_c(type, 1);
   EXPECT_EQ(Taken(xrttiattrgetname_c(attr)), "price");
   EXPECT_EQ(Taken(xrttigetname_c(xrttiattrgettype_c(attr))), "real");
 }
 
 TEST(ComingFrom, G15_InstanceOf) {
-  xobject *line = xobjcreate_c("coming::Line");
+  xobject* line = xobjcreate_c("coming::Line");
   EXPECT_TRUE(xisobjkindof_c(line, xgetrtti_c(line)));
   xrcrelease_c(line);
 }
 
 TEST(ComingFrom, G16_Enumerations) {
-  xrtti *color = xrttifind_c("coming::Color");
+  xrtti* color = xrttifind_c("coming::Color");
   EXPECT_EQ(Taken(xrttimapinttostr_c(color, 1)), "green");
   EXPECT_EQ(xrttimapstrtoint_c(color, "green"), 1);
 }
 
 TEST(ComingFrom, G17_Errors) {
-  xintsequence *seq = xintsequence_create();
+  xintsequence* seq = xintsequence_create();
   const int n = xintsequence_get(seq, 7);
   EXPECT_TRUE(n == VEL_ERROR_INT && xisexc_c());
-  xthrowable *error = xextractexc_c();
+  xthrowable* error = xextractexc_c();
   EXPECT_EQ(Taken(xgettypename_c(error)), "vellib::XInvalidSeqIndex");
   xrcrelease_c(error);
   xrcrelease_c(seq);
@@ -362,7 +362,7 @@ TEST(ComingFrom, G17_Errors) {
 
 TEST(ComingFrom, G18_ErrorTexts) {
   xintsequence_get(nullptr, 0);
-  xthrowable *error = xextractexc_c();
+  xthrowable* error = xextractexc_c();
   __xany_c description = xobjgetattr_c(error, "Description");
   EXPECT_EQ(Taken(xanytostr_c(&description)), "Attempt to assign null to non-optional object");
   xanyunlock_c(&description);
@@ -383,7 +383,8 @@ TEST(ComingFrom, G20_AutomaticReferences) {
 
 // ---- nlohmann-json -----------------------------------------------------------------------
 
-const std::string text = "{\"number\":7,\"lines\":[{\"name\":\"tea\",\"price\":2.5,\"color\":null}]}";
+const std::string text =
+    "{\"number\":7,\"lines\":[{\"name\":\"tea\",\"price\":2.5,\"color\":null}]}";
 
 TEST(ComingFrom, N01_Parse) {
   xany j = velFromJson(text);
