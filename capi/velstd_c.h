@@ -78,9 +78,9 @@ typedef xobject xrttiattr;
 /** xuninitobject, in C and C++. */
 #define XUNINITOBJECT ((xobject *)(uintptr_t)22)
 
-#define VEL_ERROR_INT (-2147483647)
-#define VEL_ERROR_BOOL ((unsigned char)129)
-#define VEL_ERROR_REAL 9e125
+#define VEL_ERROR_INT (-2147483647)         /**< what a function for an int gives on an error */
+#define VEL_ERROR_BOOL ((unsigned char)129) /**< what a function for a truth gives on an error */
+#define VEL_ERROR_REAL 9e125                /**< what a function for a double gives on an error */
 
 /* ---- objects ---------------------------------------------------------------
  *
@@ -145,31 +145,43 @@ VELSTD_API void xstrunlock_c(__xstring_c *text);
 
 /* ---- variants --------------------------------------------------------------- */
 
-/** Makers. Markers are recognised as in C++: the int -2147483648, the truths
- *  128 and 129, the reals 1e126 and 9e125, the text addresses 1 and 2, null and
- *  the uninitialised object become nil and uninit.
+/** These make variants. Markers are recognised as in C++: the int -2147483648,
+ *  the truths 128 and 129, the reals 1e126 and 9e125, the text addresses 1 and 2,
+ *  null and the uninitialised object become nil and uninit.
  *  @return (owned) a variant; kind uninit with an exception pending */
 VELSTD_API __xany_c xanyuninit_c(void);
 VELSTD_API __xany_c xanynil_c(void);
 VELSTD_API __xany_c xanyint_c(int value);
 VELSTD_API __xany_c xanybool_c(unsigned char value);
 VELSTD_API __xany_c xanyreal_c(double value);
-/** Null text (address 0 or 1) is nil. */
+/** Makes a variant of text: null text (address 0 or 1) is nil, the address 2
+ *  uninit.
+ *  @return (owned) a variant; kind uninit with an exception pending */
 VELSTD_API __xany_c xanystr_c(const char *text);
-/** The null string is nil. The record keeps its own reference. */
+/** Makes a variant of a string: the null string is nil. The record keeps its own
+ *  reference.
+ *  @return (owned) a variant; kind uninit with an exception pending */
 VELSTD_API __xany_c xanyxstr_c(__xstring_c text);
-/** @param type  (borrowed for ever) the enumeration; not null */
+/** Makes a variant of value number `value` of an enumeration.
+ *  @param type  (borrowed for ever) the enumeration; not null
+ *  @return (owned) a variant; kind uninit with an exception pending */
 VELSTD_API __xany_c xanyenum_c(int value, xrttienum *type);
+/** Makes a variant of an object, on which it takes a reference if its class is
+ *  counted; null is nil, the uninitialised address uninit.
+ *  @return (owned) a variant; kind uninit with an exception pending */
 VELSTD_API __xany_c xanyobj_c(xobject *object);
 
-/** Readers. Nil and uninit give the markers; a variant of another kind, or
- *  null, gives the error value with velXTypeMismatch or velXNull pending. */
+/** These read variants. Nil and uninit give the markers; a variant of another
+ *  kind, or null, gives the error value with velXTypeMismatch or velXNull
+ *  pending. */
 VELSTD_API int xanytoint_c(const __xany_c *value);
 VELSTD_API unsigned char xanytobool_c(const __xany_c *value);
 VELSTD_API double xanytoreal_c(const __xany_c *value);
-/** @return (owned) the null string for nil */
+/** Reads text; errors as the others.
+ *  @return (owned) the null string for nil */
 VELSTD_API __xstring_c xanytostr_c(const __xany_c *value);
-/** @return (owned) null for nil, the uninitialised address for uninit */
+/** Reads an object; errors as the others.
+ *  @return (owned) null for nil, the uninitialised address for uninit */
 VELSTD_API xobject *xanytoobj_c(const __xany_c *value);
 
 /** @return the kind as a value reads (0 to 7); VEL_ERROR_INT with velXNull
@@ -228,14 +240,14 @@ VELSTD_API unsigned char xcompare_c(const __xany_c *first, const __xany_c *secon
 
 /** What a descriptor describes. */
 enum xrttikind {
-  xrttiKindBasic = 1,
-  xrttiKindEnum = 2,
-  xrttiKindObject = 3,
-  xrttiKindStruct = 4,
-  xrttiKindUnion = 5,
-  xrttiKindArray = 6,
-  xrttiKindSequence = 7,
-  xrttiKindDictionary = 8
+  xrttiKindBasic = 1,     /**< a type without parts */
+  xrttiKindEnum = 2,      /**< an enumeration */
+  xrttiKindObject = 3,    /**< an object class of no other kind */
+  xrttiKindStruct = 4,    /**< a class with named attributes */
+  xrttiKindUnion = 5,     /**< a class of one of several shapes */
+  xrttiKindArray = 6,     /**< an array of fixed dimensions */
+  xrttiKindSequence = 7,  /**< a sequence */
+  xrttiKindDictionary = 8 /**< a dictionary */
 };
 
 /** @return the type registered under `name`; null for none */
@@ -247,32 +259,50 @@ VELSTD_API void xrttiforeach_c(int (*visit)(xrtti *type, void *data), void *data
 VELSTD_API __xstring_c xrttigetname_c(xrtti *type);
 /** @return an xrttikind; 0 for a descriptor of no known kind */
 VELSTD_API int xrttigetkind_c(xrtti *type);
-/** Object classes: whether they are counted, and their parents. */
+/** @return whether objects of an object class are counted */
 VELSTD_API unsigned char xrttiisrefcount_c(xrtti *type);
+/** @return the number of parents of an object class */
 VELSTD_API int xrttigetnparents_c(xrtti *type);
+/** @return parent `index`, from 0, of an object class */
 VELSTD_API xrtti *xrttigetparent_c(xrtti *type, int index);
-/** Structures: their own attributes; a search goes on in the parents if asked. */
+/** @return the number of a structure's own attributes */
 VELSTD_API int xrttigetnattrs_c(xrtti *type);
+/** @return attribute `index`, from 0, of a structure's own */
 VELSTD_API xrttiattr *xrttigetattr_c(xrtti *type, int index);
+/** @param searchParents  whether to go on in the parents, depth first
+ *  @return the first attribute of that name of a structure; null for none and for
+ *  null text */
 VELSTD_API xrttiattr *xrttifindattr_c(xrtti *type, const char *name, unsigned char searchParents);
-/** Enumerations: number of values, and from number to (owned) name and back. */
+/** @return the number of values of an enumeration */
 VELSTD_API int xrttigetnvalues_c(xrtti *type);
+/** @return (owned) the name of value number `value` of an enumeration */
 VELSTD_API __xstring_c xrttimapinttostr_c(xrtti *type, int value);
+/** @return the number of the value of that name; -2147483648 for none */
 VELSTD_API int xrttimapstrtoint_c(xrtti *type, const char *name);
-/** Sequences, dictionaries, arrays: their elements; arrays: their sizes. */
+/** @return what the elements of a sequence, a dictionary or an array are */
 VELSTD_API xrtti *xrttigetelemtype_c(xrtti *type);
+/** @return the number of dimensions of an array */
 VELSTD_API int xrttigetndimentions_c(xrtti *type);
+/** @return the size of dimension `index`, from 0, of an array */
 VELSTD_API int xrttigetdimention_c(xrtti *type, int index);
-/** Unions: the discriminator, the labels, and the branch for each label. */
+/** @return the discriminator of a union */
 VELSTD_API xrttiattr *xrttigetdiscr_c(xrtti *type);
+/** @return the number of labels of a union */
 VELSTD_API int xrttigetnlabels_c(xrtti *type);
+/** @return label `index`, from 0, of a union */
 VELSTD_API int xrttigetlabel_c(xrtti *type, int index);
+/** @return the branch of label `index`, from 0, of a union */
 VELSTD_API xrttiattr *xrttigetbranch_c(xrtti *type, int index);
+/** @return the branch of a union for all labels that it does not list; null for none */
 VELSTD_API xrttiattr *xrttigetdefaultbranch_c(xrtti *type);
-/** Attributes: (owned) name, type, and (owned) value in an object. */
+/** @return (owned) the name of an attribute */
 VELSTD_API __xstring_c xrttiattrgetname_c(xrttiattr *attr);
+/** @return what the values of an attribute are */
 VELSTD_API xrtti *xrttiattrgettype_c(xrttiattr *attr);
+/** @return whether nil is a value of an attribute */
 VELSTD_API unsigned char xrttiattrisoptional_c(xrttiattr *attr);
+/** @return (owned) the value of an attribute in `owner`; kind uninit with what its
+ *  getter throws pending */
 VELSTD_API __xany_c xrttiattrgetvalue_c(xrttiattr *attr, xobject *owner);
 
 /* ---- objects by name --------------------------------------------------------- */

@@ -54,35 +54,55 @@ C* velView(xobject* object) {
 template <class T>
 struct velAttributeType;
 
+/// An int: described as "int", never optional.
 template <>
 struct VELSTD_API velAttributeType<int> {
+  /// Whether nil is a value of such an attribute.
   static constexpr bool kOptional = false;
+  /// The descriptor of the attribute's type (borrowed for ever).
   static xrtti* type() { return velGetRtti_int(); }
+  /// The attribute as a value.
   static xany read(int value) { return xany(value); }
-  /// Nil and uninit give their markers.
+  /// The attribute's new content. Nil and uninit give their markers.
+  /// Throws velXTypeMismatch for a value of another kind.
   static int write(const xany& value);
 };
+/// A text: described as "string", never optional.
 template <>
 struct VELSTD_API velAttributeType<xstring> {
+  /// Whether nil is a value of such an attribute.
   static constexpr bool kOptional = false;
+  /// The descriptor of the attribute's type (borrowed for ever).
   static xrtti* type() { return velGetRtti_string(); }
+  /// The attribute as a value: nil for the null string.
   static xany read(xstring value) { return xany(static_cast<xstring&&>(value)); }
-  /// Nil and uninit give the null string.
+  /// The attribute's new content. Nil and uninit give the null string.
+  /// Throws velXTypeMismatch for a value of another kind.
   static xstring write(const xany& value);
 };
+/// Any value: described as "any", optional.
 template <>
 struct VELSTD_API velAttributeType<xany> {
+  /// Whether nil is a value of such an attribute.
   static constexpr bool kOptional = true;
+  /// The descriptor of the attribute's type (borrowed for ever).
   static xrtti* type() { return velGetRtti_any(); }
+  /// These give the value itself.
   static xany read(xany value) { return value; }
   static xany write(const xany& value) { return value; }
 };
+/// An object of class C: described as that class, optional.
 template <class C>
 struct velAttributeType<xrchandle<C>> {
+  /// Whether nil is a value of such an attribute.
   static constexpr bool kOptional = true;
+  /// The descriptor of the attribute's type (borrowed for ever).
   static xrtti* type() { return C::getClassRtti(); }
+  /// The attribute as a value: nil for a null handle.
   static xany read(xrchandle<C> value) { return xany(value); }
-  /// Nil and uninit give a null handle.
+  /// The attribute's new content, with a reference of its own. Nil and uninit give a null
+  /// handle.
+  /// Throws velXTypeMismatch for anything but a C.
   static xrchandle<C> write(const xany& value) {
     if (value.isnil() || value.isuninit()) return xrchandle<C>();
     if (value.isobject()) {
@@ -94,23 +114,34 @@ struct velAttributeType<xrchandle<C>> {
 
 /// One attribute for velInitializeStruct. The texts are literals.
 struct velAttributeInfo {
+  /// The attribute's name.
   const char* name;
+  /// "_s11n_set" and the name: the key of the setter in the type's user data.
   const char* setterKey;
+  /// What the attribute is (borrowed for ever).
   xrtti* type;
+  /// Whether nil is a value of it.
   bool isOptional;
+  /// Reads it.
   xrttiattr::Getter getter;
+  /// Sets it; null for an attribute that cannot be set by name.
   velS11nSetter setter;
 };
 
 /// The functions behind an attribute, from the class's own getter and setter.
 template <class C, class T, T (C::*Get)() const, void (C::*Set)(T)>
 struct velAttributeFunctions {
+  /// The attribute of `owner` (borrowed). Throws velXTypeMismatch for an object that is
+  /// no C.
   static xany get(xobject* owner) {
     return velAttributeType<T>::read((velView<C>(owner)->*Get)());
   }
+  /// Sets the attribute of `owner` (borrowed). Throws velXTypeMismatch for an object that
+  /// is no C and for a value that does not fit.
   static void set(xobject* owner, const xany& value) {
     velS11nAccess::set<C, T>(velView<C>(owner), Set, velAttributeType<T>::write(value));
   }
+  /// All that velInitializeStruct needs to know. Both texts live for ever.
   static velAttributeInfo info(const char* name, const char* setterKey) {
     using Type = velAttributeType<T>;
     return {name, setterKey, Type::type(), Type::kOptional, &get, &set};

@@ -16,7 +16,10 @@
 /// The functions that a sequence descriptor stores, over class C.
 template <class C>
 struct velSequenceFunctions {
+  /// Number of elements of `sequence` (borrowed). These two throw velXTypeMismatch for an
+  /// object that is no C, and what its members throw.
   static int size(xobject* sequence) { return velView<C>(sequence)->getarraysize(); }
+  /// Element `index` of `sequence` (borrowed), as a value.
   static xany element(xobject* sequence, int index) {
     return xany(velView<C>(sequence)->get(index));
   }
@@ -26,14 +29,19 @@ struct velSequenceFunctions {
 /// of type T. The size is in slots; vacant ones have neither key nor value.
 template <class C, class T>
 struct velDictionaryFunctions {
+  /// Number of slots of `dictionary` (borrowed). All four throw velXTypeMismatch for an
+  /// object that is no C, and what its members throw.
   static int size(xobject* dictionary) { return velView<C>(dictionary)->getmapsize(); }
+  /// Whether there is a `key`; if so its value goes to `*value` (nullable).
   static unsigned char find(xobject* dictionary, const char* key, xany* value) {
     T found{};
     return Store(velView<C>(dictionary)->find(key, &found), found, value);
   }
+  /// Whether slot `index` holds an entry; if so its key goes to `*key` (nullable).
   static unsigned char key(xobject* dictionary, int index, xstring* key) {
     return velView<C>(dictionary)->getkeybyindex(index, key);
   }
+  /// Whether slot `index` holds an entry; if so its value goes to `*value` (nullable).
   static unsigned char value(xobject* dictionary, int index, xany* value) {
     T found{};
     return Store(velView<C>(dictionary)->getbyindex(index, &found), found, value);
@@ -46,8 +54,11 @@ struct velDictionaryFunctions {
   }
 };
 
-/// Initialises the descriptor of counted sequence class C; elements are not
-/// optional.
+/// Initialises the descriptor of sequence class C; elements are not optional.
+/// @param rtti  what is initialised (borrowed, usually by VEL_OBJECT_RTTI)
+/// @param name  the registered name, a text that lives for ever
+/// @param elemType  the descriptor of the elements (borrowed for ever)
+/// @param isRefCount  whether C is counted
 template <class C>
 void velInitializeSequence(xrttisequence* rtti, const char* name, xrtti* elemType,
                            unsigned char isRefCount = 1) {
@@ -55,8 +66,8 @@ void velInitializeSequence(xrttisequence* rtti, const char* name, xrtti* elemTyp
   rtti->initializeRttiSeq(name, isRefCount, elemType, 0, &Functions::size, &Functions::element);
 }
 
-/// Initialises the descriptor of counted dictionary class C with values of type
-/// T; they are not optional.
+/// Initialises the descriptor of counted dictionary class C with values of type T; they
+/// are not optional. The parameters are as those of velInitializeSequence().
 template <class C, class T>
 void velInitializeDictionary(xrttidictionary* rtti, const char* name, xrtti* elemType) {
   using Functions = velDictionaryFunctions<C, T>;

@@ -18,6 +18,9 @@
 /// One visitor, one walk: neither state nor place is reset.
 class VELSTD_API velCompareTraverser : public velTraverser {
  public:
+  /// A visitor for one walk through the first value.
+  /// @param second  the value it is compared with; what it holds is referenced until the
+  ///                visitor goes
   explicit velCompareTraverser(xany second);
   /// Gives back what an unfinished walk still holds.
   ~velCompareTraverser();
@@ -50,11 +53,12 @@ class VELSTD_API velCompareTraverser : public velTraverser {
   velTraverseResult alreadyVisited(xrcunihandle<xobject> object) override;
 
  protected:
-  // The node of the second tree that matches the one being visited.
+  /// The node of the second tree that matches the one being visited.
   xany current;
-  // The objects of the second tree from its root to `current`, each with a
-  // reference: one that a getter made for the call would be gone at once.
+  /// The objects of the second tree from its root to `current`, each with a reference:
+  /// one that a getter made for the call would be gone at once.
   velStack<xobject*> objects;
+  /// What getState() gives.
   int state;
 
  private:

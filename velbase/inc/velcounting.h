@@ -20,6 +20,8 @@
 #include "korcount.h"
 #include "xobject.h"
 
+/// Attach and release for those who hold objects very often; xrcattach and xrcrelease
+/// do the same. Thread-safe, as these are.
 struct velCounting {
   /// How many lists of postponed releases on this thread hold something. While
   /// one does, any release may have to wait behind it (velrelease.h). Read

@@ -24,8 +24,10 @@
 /// "vellib::XException", the root of all framework exceptions.
 class VELSTD_API velXException : public xthrowable {
   VEL_ATTRIBUTED(velXException, xthrowable())
+  /// What went wrong, in words.
   VEL_ATTRIBUTE(xstring, Description)
  public:
+  /// With this Description.
   explicit velXException(xstring description);
 };
 
@@ -33,85 +35,111 @@ class VELSTD_API velXException : public xthrowable {
 class VELSTD_API velXNull : public velXException {
   VEL_ATTRIBUTED(velXNull, velXException(context))
  protected:
+  /// With the Description "Attempt to assign null to non-optional object".
   velXNull();
   friend struct velComplaint;
 
  public:
+  /// Makes one and throws it.
   [[noreturn]] static void Throw();
 };
 
 /// "vellib::XTypeMismatch": an object (VelObject) is not of the type TypeName.
 class VELSTD_API velXTypeMismatch : public velXException {
   VEL_ATTRIBUTED(velXTypeMismatch, velXException(context))
+  /// What it is about; nil or uninit where nothing was given.
   VEL_ATTRIBUTE(xany, VelObject)
+  /// The name of the type that was expected.
   VEL_ATTRIBUTE(xstring, TypeName)
  protected:
+  /// With the Description "Object type mismatch" and these attributes.
   velXTypeMismatch(xany object, xstring typeName);
 
  public:
+  /// Makes one of these attributes and throws it.
   [[noreturn]] static void Throw(const char* typeName, xany object);
 };
 
 /// "vellib::XInvalidArrayIndex": Index in dimension Dimension of VelObject.
 class VELSTD_API velXInvalidArrayIndex : public velXException {
   VEL_ATTRIBUTED(velXInvalidArrayIndex, velXException(context))
+  /// What it is about; nil or uninit where nothing was given.
   VEL_ATTRIBUTE(xany, VelObject)
+  /// The index as it was given.
   VEL_ATTRIBUTE(int, Index)
+  /// The dimension of the index, from 0.
   VEL_ATTRIBUTE(int, Dimension)
  protected:
+  /// With the Description "Array index is out of range" and these attributes.
   velXInvalidArrayIndex(xany object, int index, int dimension);
 
  public:
+  /// Makes one of these attributes and throws it.
   [[noreturn]] static void Throw(xany object, int index, int dimension);
 };
 
 /// "vellib::XInvalidSeqIndex": Index at or past the end of VelObject.
 class VELSTD_API velXInvalidSeqIndex : public velXException {
   VEL_ATTRIBUTED(velXInvalidSeqIndex, velXException(context))
+  /// What it is about; nil or uninit where nothing was given.
   VEL_ATTRIBUTE(xany, VelObject)
+  /// The index as it was given.
   VEL_ATTRIBUTE(int, Index)
  protected:
+  /// With the Description "Sequence index is out of range" and these attributes.
   velXInvalidSeqIndex(xany object, int index);
   velXInvalidSeqIndex(xobject* object, int index);
   friend struct velComplaint;
 
  public:
+  /// Makes one of these attributes and throws it.
   [[noreturn]] static void Throw(xany object, int index);
 };
 
 /// "vellib::XInvalidDictIndex": Index at or past the table of VelObject.
 class VELSTD_API velXInvalidDictIndex : public velXException {
   VEL_ATTRIBUTED(velXInvalidDictIndex, velXException(context))
+  /// What it is about; nil or uninit where nothing was given.
   VEL_ATTRIBUTE(xany, VelObject)
+  /// The index as it was given.
   VEL_ATTRIBUTE(int, Index)
  protected:
+  /// With the Description "Dictionary index is out of range" and these attributes.
   velXInvalidDictIndex(xany object, int index);
 
  public:
+  /// Makes one of these attributes and throws it.
   [[noreturn]] static void Throw(xany object, int index);
 };
 
 /// "vellib::XInvalidDictKey": no Key in VelObject.
 class VELSTD_API velXInvalidDictKey : public velXException {
   VEL_ATTRIBUTED(velXInvalidDictKey, velXException(context))
+  /// What it is about; nil or uninit where nothing was given.
   VEL_ATTRIBUTE(xany, VelObject)
+  /// The key as it was given.
   VEL_ATTRIBUTE(xstring, Key)
  protected:
+  /// With the Description "Dictionary key is not found" and these attributes.
   velXInvalidDictKey(xany object, xstring key);
 
  public:
+  /// Makes one of these attributes and throws it.
   [[noreturn]] static void Throw(xany object, const char* key);
 };
 
 /// "vellib::XNegativeIndex": an Index below 0.
 class VELSTD_API velXNegativeIndex : public velXException {
   VEL_ATTRIBUTED(velXNegativeIndex, velXException(context))
+  /// The index as it was given.
   VEL_ATTRIBUTE(int, Index)
  protected:
+  /// With the Description "Negative index" and these attributes.
   explicit velXNegativeIndex(int index);
   friend struct velComplaint;
 
  public:
+  /// Makes one of these attributes and throws it.
   [[noreturn]] static void Throw(int index);
 };
 
@@ -119,32 +147,40 @@ class VELSTD_API velXNegativeIndex : public velXException {
 class VELSTD_API velXNotInitialized : public velXException {
   VEL_ATTRIBUTED(velXNotInitialized, velXException(context))
  protected:
+  /// With the Description "Object is not initialized or has been destroyed".
   velXNotInitialized();
 
  public:
+  /// Makes one and throws it.
   [[noreturn]] static void Throw();
 };
 
 /// "vellib::XRefCountable": VelObject is counted and must not be freed.
 class VELSTD_API velXRefCountable : public velXException {
   VEL_ATTRIBUTED(velXRefCountable, velXException(context))
+  /// What it is about; nil or uninit where nothing was given.
   VEL_ATTRIBUTE(xany, VelObject)
  protected:
+  /// With the Description "Object is reference countable" and these attributes.
   explicit velXRefCountable(xany object);
 
  public:
+  /// Makes one of these attributes and throws it.
   [[noreturn]] static void Throw(xany object);
 };
 
 /// "vellib::XNativeException": an exception of another kind, as text.
 class VELSTD_API velXNativeException : public velXException {
   VEL_ATTRIBUTED(velXNativeException, velXException(context))
+  /// The other exception as text.
   VEL_ATTRIBUTE(xstring, StringRep)
  protected:
+  /// With the Description "Native exception" and these attributes.
   explicit velXNativeException(xstring stringRep);
   friend VELSTD_API xrchandle<velXNativeException> velCreateNativeException(const char* text);
 
  public:
+  /// Makes one of this text and throws it.
   [[noreturn]] static void Throw(const char* text);
 };
 
@@ -152,9 +188,11 @@ class VELSTD_API velXNativeException : public velXException {
 class VELSTD_API velXConnectionClosed : public velXException {
   VEL_ATTRIBUTED(velXConnectionClosed, velXException(context))
  protected:
+  /// With the Description "Attempt to communicate with client/server after connection has been closed".
   velXConnectionClosed();
 
  public:
+  /// Makes one and throws it.
   [[noreturn]] static void Throw();
 };
 
@@ -170,9 +208,12 @@ class VELSTD_API velXArgs : public virtual xobject {
 /// "vellib::XFunc": a call; no exception.
 class VELSTD_API velXFunc : public virtual xobject {
   VEL_ATTRIBUTED(velXFunc, xobject())
+  /// The name of what is called.
   VEL_ATTRIBUTE(xstring, Name)
+  /// The arguments.
   VEL_ATTRIBUTE(xrchandle<velXArgs>, Args)
  public:
+  /// A call of `name` with `args` (nullable).
   velXFunc(xstring name, xrchandle<velXArgs> args);
   velXFunc(const velXFunc&) = delete;
   velXFunc& operator=(const velXFunc&) = delete;
@@ -181,19 +222,24 @@ class VELSTD_API velXFunc : public virtual xobject {
 /// "vellib::XExternFunc": a foreign function (Func) failed.
 class VELSTD_API velXExternFunc : public velXException {
   VEL_ATTRIBUTED(velXExternFunc, velXException(context))
+  /// The call that failed.
   VEL_ATTRIBUTE(xrchandle<velXFunc>, Func)
  public:
+  /// With this Description and these attributes.
   velXExternFunc(xstring description, xrchandle<velXFunc> func);
 };
 
 /// "vellib::XSerialization": reading or writing failed, because of Source.
 class VELSTD_API velXSerialization : public velXException {
   VEL_ATTRIBUTED(velXSerialization, velXException(context))
+  /// The exception that caused this one; null for none.
   VEL_ATTRIBUTE(xrchandle<velXException>, Source)
  protected:
+  /// With this Description and these attributes.
   velXSerialization(xstring description, xrchandle<velXException> source);
 
  public:
+  /// Makes one of these attributes and throws it.
   [[noreturn]] static void Throw(const char* text, xrchandle<velXException> source);
   /// Builds one without throwing it.
   static xrchandle<velXSerialization> Create(const char* text, xrchandle<velXException> source);
@@ -202,13 +248,18 @@ class VELSTD_API velXSerialization : public velXException {
 /// "vellib::XSoapFault"; the Description is the fault string.
 class VELSTD_API velXSoapFault : public velXSerialization {
   VEL_ATTRIBUTED(velXSoapFault, velXSerialization(context))
+  /// The code of the fault.
   VEL_ATTRIBUTE(xstring, FaultCode)
+  /// The fault in words; also the Description.
   VEL_ATTRIBUTE(xstring, FaultString)
+  /// What else the fault came with.
   VEL_ATTRIBUTE(xany, FaultDetail)
  protected:
+  /// With these attributes, the fault string as Description, and without a Source.
   velXSoapFault(xstring faultCode, xstring faultString, xany detail);
 
  public:
+  /// Makes one of these attributes and throws it.
   [[noreturn]] static void Throw(const char* faultCode, const char* faultString, xany detail);
 };
 
@@ -216,44 +267,57 @@ class VELSTD_API velXSoapFault : public velXSerialization {
 class VELSTD_API velXSoapTransport : public velXException {
   VEL_ATTRIBUTED(velXSoapTransport, velXException(context))
  protected:
+  /// With this Description.
   explicit velXSoapTransport(xstring description);
 
  public:
+  /// Makes one of this text and throws it.
   [[noreturn]] static void Throw(const char* text);
 };
 
 /// "vellib::XSoapHttpTransport": the answer had the given Status.
 class VELSTD_API velXSoapHttpTransport : public velXSoapTransport {
   VEL_ATTRIBUTED(velXSoapHttpTransport, velXSoapTransport(context))
+  /// What the status means, in words.
   VEL_ATTRIBUTE(xstring, Reason)
+  /// The status of the answer.
   VEL_ATTRIBUTE(int, Status)
  protected:
+  /// With this Description and these attributes.
   velXSoapHttpTransport(xstring description, xstring reason, int status);
 
  public:
+  /// Makes one of these attributes and throws it.
   [[noreturn]] static void Throw(const char* text, int status, const char* reason);
 };
 
 /// "veljava::XCannotConnect".
 class VELSTD_API xportXCannotConnect : public velXException {
   VEL_ATTRIBUTED(xportXCannotConnect, velXException(context))
+  /// The host as it was given.
   VEL_ATTRIBUTE(xstring, Host)
+  /// The port as it was given.
   VEL_ATTRIBUTE(int, Port)
  protected:
+  /// With the Description "Cannot connect" and these attributes.
   xportXCannotConnect(xstring host, int port);
 
  public:
+  /// Makes one of these attributes and throws it.
   [[noreturn]] static void Throw(const char* host, int port);
 };
 
 /// "veljava::XMsgStringTooLong".
 class VELSTD_API xportXMsgStringTooLong : public velXException {
   VEL_ATTRIBUTED(xportXMsgStringTooLong, velXException(context))
+  /// The message that is too long.
   VEL_ATTRIBUTE(xstring, Msg)
  protected:
+  /// With the Description "Message too long" and these attributes.
   explicit xportXMsgStringTooLong(xstring message);
 
  public:
+  /// Makes one of these attributes and throws it.
   [[noreturn]] static void Throw(const char* message);
 };
 
@@ -261,20 +325,25 @@ class VELSTD_API xportXMsgStringTooLong : public velXException {
 class VELSTD_API xportXFlushFailed : public velXException {
   VEL_ATTRIBUTED(xportXFlushFailed, velXException(context))
  protected:
+  /// With the Description "Flush on socket failed".
   xportXFlushFailed();
 
  public:
+  /// Makes one and throws it.
   [[noreturn]] static void Throw();
 };
 
 /// "veljava::XNullInNonOptArg".
 class VELSTD_API xportXNullInNonOptArg : public velXException {
   VEL_ATTRIBUTED(xportXNullInNonOptArg, velXException(context))
+  /// The name of the parameter.
   VEL_ATTRIBUTE(xstring, ParamName)
  protected:
+  /// With the Description "Null passed to non optional parameter argument" and these attributes.
   explicit xportXNullInNonOptArg(xstring paramName);
 
  public:
+  /// Makes one of these attributes and throws it.
   [[noreturn]] static void Throw(const char* paramName);
   /// Builds one with count 0: the caller attaches it.
   static xportXNullInNonOptArg* Create(const char* paramName);
@@ -283,11 +352,14 @@ class VELSTD_API xportXNullInNonOptArg : public velXException {
 /// "veljava::XTimeout".
 class VELSTD_API xportXTimeout : public velXException {
   VEL_ATTRIBUTED(xportXTimeout, velXException(context))
+  /// The name of the operation.
   VEL_ATTRIBUTE(xstring, OpName)
  protected:
+  /// With the Description "communication timeout" and these attributes.
   explicit xportXTimeout(xstring opName);
 
  public:
+  /// Makes one of these attributes and throws it.
   [[noreturn]] static void Throw(const char* opName);
 };
 
@@ -296,8 +368,8 @@ class VELSTD_API xportXTimeout : public velXException {
 /// A velXNativeException with StringRep `text`, not thrown.
 VELSTD_API xrchandle<velXNativeException> velCreateNativeException(const char* text);
 
-// The common ones in one call. Object arguments are borrowed and nullable (a
-// null one gives a nil VelObject).
+/// These throw the common ones in one call. Object arguments are borrowed and nullable (a
+/// null one gives a nil VelObject).
 [[noreturn]] VELSTD_API void velhThrowNull();
 [[noreturn]] VELSTD_API void velhThrowNotInitialized();
 [[noreturn]] VELSTD_API void velhThrowNegativeIndex(int index);
@@ -312,9 +384,10 @@ VELSTD_API void velhAssertNonNegativeIndex(int index);
 /// Throws velXNull for a null key and for the address 1.
 VELSTD_API void velhAssertNotNullKey(const char* key);
 
-/// Throws again what was caught inside a collection (borrowed: the caller keeps
-/// and releases its reference): an index error of exactly that class as a new
-/// one of the same index about `sequence`, anything else unchanged.
+/// These throw again what was caught inside a collection (borrowed: the caller keeps and
+/// releases its reference): an index error, velXInvalidSeqIndex or velXInvalidDictIndex and
+/// exactly that class, as a new one of the same index about the collection (borrowed),
+/// anything else unchanged.
 [[noreturn]] VELSTD_API void velhRethrowSeqException(xthrowable* caught, xobject* sequence);
 [[noreturn]] VELSTD_API void velhRethrowDictException(xthrowable* caught, xobject* dictionary);
 

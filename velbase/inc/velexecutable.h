@@ -6,6 +6,7 @@
 
 #include "velobject.h"
 
+/// The mark itself: it adds nothing to an object but the type.
 class VELSTD_API velExecutable : public virtual xobject {
   VEL_OBJECT(velExecutable)
 };

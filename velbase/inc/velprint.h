@@ -16,6 +16,7 @@
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
+/// The visitor that writes what it visits to a stream.
 /// Threads: as the stream. Throws what the stream throws.
 class VELSTD_API velPrintTraverser : public velTraverser {
  public:
@@ -80,12 +81,13 @@ VELSTD_API void velPrint(xany value, std::ostream& out, int step);
 /// nothing. An object that nobody holds keeps its count of 0.
 VELSTD_API std::ostream& operator<<(std::ostream& out, xobject* object);
 
-/// The same for pointers and handles of any framework class. They would
-/// convert by themselves, but not safely: a conversion to the virtual base
-/// reads memory at the uninitialised address.
+/// For templates: there is such a type if T is a framework class other than xobject.
 template <class T>
 using velIfFrameworkClass = std::enable_if_t<std::is_convertible<T*, xobject*>::value &&
                                              !std::is_same<T, xobject>::value>;
+/// These write pointers and handles of any framework class (borrowed, nullable) as the
+/// operator above does. They would convert by themselves, but not safely: a conversion
+/// to the virtual base reads memory at the uninitialised address.
 template <class T, class = velIfFrameworkClass<T>>
 std::ostream& operator<<(std::ostream& out, T* object) {
   return out << velAsObject(object);

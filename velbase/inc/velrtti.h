@@ -13,7 +13,7 @@
 
 class xrttiattrseq;
 
-/// The built-in descriptors; each made on first request, never registered
+/// These are the built-in descriptors; each made on first request, never registered
 /// here. Borrowed, live for ever. Thread-safe.
 VELSTD_API xrttibasic* velGetRtti_bool();
 VELSTD_API xrttibasic* velGetRtti_int();
@@ -35,7 +35,8 @@ VELSTD_API xrtti* velRttiGetFromMap(const char* name);
 /// last. What a visit throws passes through.
 VELSTD_API void velRttiForEach(bool (*visit)(xrtti* type, void* data), void* data);
 
-/// xrtti::addUserData and getUserData as free functions; a null type has none.
+/// These are xrtti::addUserData and getUserData as free functions; a null type has
+/// none.
 VELSTD_API void velRttiAddUserData(xrtti* type, const char* key, void* data);
 VELSTD_API void* velRttiGetUserData(xrtti* type, const char* key);
 /// The same for the type registered under `typeName`; null if there is none.
@@ -58,26 +59,31 @@ VELSTD_API void velRttiCollectAttrs(xrttistruct* type, unsigned char withParents
 /// "bool", "int", "real", "string", "any", "object".
 class VELSTD_API velRttiRegister_buildintypes {
  public:
+  /// These register the types of the group. Thread-safe. Throw std::bad_alloc.
   velRttiRegister_buildintypes();
 };
 /// velExecutable and the exceptions of the vellib namespace.
 class VELSTD_API velRttiRegister_vellib {
  public:
+  /// These register the types of the group. Thread-safe. Throw std::bad_alloc.
   velRttiRegister_vellib();
 };
 /// The ten standard collections.
 class VELSTD_API velRttiRegister_stdcols {
  public:
+  /// These register the types of the group. Thread-safe. Throw std::bad_alloc.
   velRttiRegister_stdcols();
 };
 /// The descriptor classes themselves.
 class VELSTD_API velRttiRegister_xrtti {
  public:
+  /// These register the types of the group. Thread-safe. Throw std::bad_alloc.
   velRttiRegister_xrtti();
 };
 /// The transport exceptions of the veljava namespace.
 class VELSTD_API velRttiRegister_veljava {
  public:
+  /// These register the types of the group. Thread-safe. Throw std::bad_alloc.
   velRttiRegister_veljava();
 };
 

@@ -27,7 +27,10 @@ class VELSTD_API velS11nContext {
   velS11nContext(const velS11nContext&) = delete;
   velS11nContext& operator=(const velS11nContext&) = delete;
 
+  /// Makes `newRoot` (nullable) the root: takes a reference on it and gives the old
+  /// root's back.
   void setRootObject(xrcunihandle<xobject> newRoot);
+  /// The object at the top, with a reference of the handle's; null before one is set.
   xrcunihandle<xobject> getRootObject() const;
 
   /// Stores `value` under `name`, replacing an earlier one. Throws velXNull
@@ -38,6 +41,7 @@ class VELSTD_API velS11nContext {
   /// The value stored under `name`; uninit if there is none. Throws velXNull
   /// for a null name.
   xany getUserData(const char* name) const;
+  /// The value stored under the empty name; uninit if there is none.
   xany getUserData() const;
 
  private:
@@ -60,8 +64,11 @@ struct VELSTD_API velS11nAccess {
     return create<C>(context);
   }
 
-  /// Whether `name` is in the deprecation list of `support`, and adding to it.
+  /// Whether `name` is in the deprecation list of `support` (borrowed). Throws
+  /// std::bad_alloc.
   static bool isDeprecated(velDeprecationSupport* support, const xstring& name);
+  /// Adds `names`, separated by ";", to the deprecation list of `support` (borrowed).
+  /// Throws std::bad_alloc.
   static void addDeprecated(velDeprecationSupport* support, const xstring& names);
 
   /// Calls a setter of `object`.

@@ -8,6 +8,7 @@
 
 #include "velobject.h"
 
+/// The mark itself: it adds nothing to an object but the type.
 class VELSTD_API velS11nContextSensitive : public virtual xobject {
   VEL_OBJECT(velS11nContextSensitive)
 };

@@ -58,6 +58,7 @@ int velToInt(Int value) {
   return static_cast<int>(value);
 }
 
+/// The value itself; see the head of this file for the kinds and their markers.
 class VELSTD_API xany {
   template <class T>
   using IfBool = std::enable_if_t<std::is_same<T, bool>::value>;
@@ -82,6 +83,8 @@ class VELSTD_API xany {
   xany(__xanykind k) noexcept : kind(k), payload() {
     if (k == xanyString) payload.string = xstring().view;
   }
+  /// These make an int, a bool (0 is false, any other but the markers true) and a real;
+  /// the markers give nil and uninit.
   xany(int value) noexcept : kind(KindOf(value)), payload(WordOf(kind == xanyInt ? value : 0)) {}
   xany(unsigned char value) noexcept
       : kind(KindOf(value)), payload(WordOf(kind == xanyBool ? value : 0)) {}
@@ -98,10 +101,12 @@ class VELSTD_API xany {
   xany(const char* text);
   /// Takes a reference (nullable).
   xany(xobject* object);
+  /// Nil.
   xany(std::nullptr_t) noexcept : xany(xanyNil) {}
   /// Value number `value` of an enumeration (borrowed, nullable); the number
   /// of its values, one past the last, means nil. No other check is made.
   xany(int value, xrttienum* type);
+  /// A copy with a reference of its own.
   xany(const xany& other) : kind(other.kind), payload(other.payload) {
     if (!IsPlain()) Share();
   }
@@ -112,6 +117,8 @@ class VELSTD_API xany {
   /// A new reference; the view keeps its own. Aborts with "Can not be here."
   /// for a kind outside 0 to 7.
   xany(const __xany_c& view);
+  /// These take a reference on the object that the handle holds, if its class is counted;
+  /// a null handle gives nil.
   template <class U>
   xany(const xrchandle<U>& object) : xany(velAsObject(object.operator->())) {}
   template <class U>
@@ -134,8 +141,8 @@ class VELSTD_API xany {
     }
   }
 
-  // Assignment: like construction, but for null text (see there). The new
-  // content is in place before the old is released; self-assignment is safe.
+  /// These assign as construction does from the same value. The new content is in place
+  /// before the old is released; self-assignment is safe.
   xany& operator=(__xanykind value) noexcept { return *this = xany(value); }
   xany& operator=(int value) { return SetPlain(value); }
   xany& operator=(unsigned char value) { return SetPlain(value); }
@@ -144,8 +151,10 @@ class VELSTD_API xany {
   /// Nil for address 1, uninit for address 2; a null pointer gives kind string
   /// holding the null string.
   xany& operator=(const char* text);
+  /// These assign as construction does: a reference is taken on a counted object.
   xany& operator=(xobject* object) { return *this = xany(object); }
   xany& operator=(std::nullptr_t) { return *this = xany(xanyNil); }
+  /// Takes a reference of its own on the other's content.
   // NOLINTNEXTLINE(cert-oop54-cpp): a plain value stays; Assign holds the others
   xany& operator=(const xany& other) {
     if (IsPlain() && other.IsPlain()) {
@@ -160,6 +169,7 @@ class VELSTD_API xany {
     }
     return *this;
   }
+  /// Takes over the other's content and leaves it uninitialised.
   xany& operator=(xany&& other) noexcept {
     if (IsPlain()) {
       Take(other);
@@ -168,6 +178,8 @@ class VELSTD_API xany {
     }
     return *this;
   }
+  /// These assign as construction from the same value does, and throw and abort as it
+  /// does.
   xany& operator=(const __xany_c& view) { return *this = xany(view); }
   template <class U>
   xany& operator=(const xrchandle<U>& object) {
@@ -204,15 +216,20 @@ class VELSTD_API xany {
     return kind == xanyObject ? payload.object.pointer : ToObject();
   }
 
+  /// True for a value that was never given one, and for xuninitobject.
   bool isuninit() const { return Kind() == xanyUninit; }
+  /// True for nil and for a null object.
   bool isnil() const { return Kind() == xanyNil; }
-  // An uninit or nil value is acceptable as any kind.
+  /// These tell whether the value may stand where that kind is expected: a value of that
+  /// kind may, and nil and uninit may stand anywhere.
   bool isint() const { return Fits(xanyInt); }
   bool isbool() const { return Fits(xanyBool); }
   bool isreal() const { return Fits(xanyReal); }
   bool isstring() const { return Fits(xanyString); }
   bool isenum() const { return Fits(xanyEnum); }
   bool isobject() const { return Fits(xanyObject); }
+  /// The kind as it is stored: a null object made as such says xanyObject here, although
+  /// isnil() is true.
   __xanykind getkind() const { return kind; }
 
   /// The descriptor of the value's type; "any" for nil and uninit; null for an
@@ -245,9 +262,10 @@ class VELSTD_API xany {
   /// Address 2 asks for uninit, 1 for nil; else a string of that text.
   unsigned char operator==(const char* text) const;
 
-  // Against anything a value can be built from, on either side. Integers of
-  // other types ask as the int of the same value (and throw as in construction),
-  // text of other types as const char*; the rest as the value built from it.
+  /// These compare with anything that a value can be built from, on either side. Integers
+  /// of other types ask as the int of the same value (and throw as in construction), text
+  /// of other types as const char*; the rest as the value built from it. They answer 0 or
+  /// 1.
   template <class T, class = IfComparable<T>>
   friend unsigned char operator==(const xany& a, const T& b) {
     return a.Equals(b);
@@ -264,8 +282,8 @@ class VELSTD_API xany {
   friend unsigned char operator!=(const T& a, const xany& b) {
     return !b.Equals(a);
   }
-  // Spelled out beside the templates: C++20 would take the members reversed
-  // first, and refuses a reversed == that does not give bool.
+  /// These are spelled out beside the templates: C++20 would take the members reversed
+  /// first, and refuses a reversed == that does not give bool.
   friend unsigned char operator==(int a, const xany& b) { return b.operator==(a); }
   friend unsigned char operator==(const char* a, const xany& b) { return b.operator==(a); }
   friend unsigned char operator!=(const xany& a, const xany& b) { return !a.operator==(b); }
@@ -409,9 +427,10 @@ class VELSTD_API xany {
 static_assert(sizeof(xany) == sizeof(__xany_c) && sizeof(xany) == 32,
               "a value and its C view have one layout");
 
-/// C adapters: the view of a value (owned by the caller), and the value of a
-/// view (which keeps its own reference).
+/// The C view of a value, with a reference of its own (owned by the caller). Aborts
+/// with "Can not be here." for a kind outside 0 to 7.
 VELSTD_API __xany_c xcadapt_cxx2c(xany value);
+/// The value of a view, which keeps its own reference. Aborts as xcadapt_cxx2c().
 VELSTD_API xany xcadapt_c2cxx(__xany_c view);
 
 #endif  // VELSTD_VELBASE_XANY_H

@@ -56,15 +56,25 @@ extern template class xtcdictionary<xany>;
   extern template class xrchandle<C>;
 // NOLINTEND(bugprone-macro-parentheses)
 
+/// "booleanseq": a sequence of truths, a byte each.
 VEL_COLLECTION(xboolsequence, xsealed<xtssequence<unsigned char>>, unsigned)
+/// "intseq": a sequence of ints.
 VEL_COLLECTION(xintsequence, xsealed<xtssequence<int>>, unsigned)
+/// "realseq": a sequence of doubles.
 VEL_COLLECTION(xrealsequence, xsealed<xtssequence<double>>, unsigned)
+/// "stringseq": a sequence of texts.
 VEL_COLLECTION(xstringsequence, xsealed<xtcsequence<xstring>>, unsigned)
+/// "anyseq": a sequence of values of any kind.
 VEL_COLLECTION(xanysequence, xsealed<xtcsequence<xany>>, unsigned)
+/// "booleandict": truths by name, a byte each.
 VEL_COLLECTION(xbooldictionary, xtsdictionary<unsigned char>, int)
+/// "intdict": ints by name.
 VEL_COLLECTION(xintdictionary, xtsdictionary<int>, int)
+/// "realdict": doubles by name.
 VEL_COLLECTION(xrealdictionary, xtsdictionary<double>, int)
+/// "stringdict": texts by name.
 VEL_COLLECTION(xstringdictionary, xtcdictionary<xstring>, int)
+/// "anydict": values of any kind by name.
 VEL_COLLECTION(xanydictionary, xtcdictionary<xany>, int)
 #undef VEL_COLLECTION
 

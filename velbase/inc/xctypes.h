@@ -35,12 +35,12 @@ enum __xanykind {
 #endif
   xanyUninit = 0, /**< never given a value */
   xanyNil = 1,    /**< deliberately without a value */
-  xanyInt = 2,
-  xanyBool = 3,
-  xanyReal = 4,
-  xanyString = 5,
-  xanyEnum = 6,
-  xanyObject = 7
+  xanyInt = 2,    /**< an int */
+  xanyBool = 3,   /**< a truth, one byte */
+  xanyReal = 4,   /**< a double */
+  xanyString = 5, /**< a text */
+  xanyEnum = 6,   /**< a value of an enumeration */
+  xanyObject = 7  /**< an object */
 };
 #ifndef __cplusplus
 typedef int32_t __xanykind;
@@ -49,18 +49,18 @@ typedef int32_t __xanykind;
 /** View of a variant; kinds 5 and 7 hold one reference where a function says
  *  "owned". */
 typedef struct __xany_c {
-  __xanykind kind;
+  __xanykind kind; /**< what the content is */
   union {
     int i;           /**< xanyInt */
     unsigned char b; /**< xanyBool */
     double d;        /**< xanyReal */
     __xstring_c s;   /**< xanyString */
     struct {
-      int value;
+      int value;   /**< its number */
       xrtti *rtti; /**< descriptor of the enumeration; borrowed */
     } e;             /**< xanyEnum */
     xobject *o;      /**< xanyObject */
-  } u;
+  } u; /**< the content: the field of that kind; not looked at for nil and uninit */
 } __xany_c;
 
 #endif /* VELSTD_VELBASE_XCTYPES_H */

@@ -38,6 +38,7 @@ class VELSTD_API xerrlistener {
 
 #pragma GCC diagnostic pop
 
+/// The one set of listeners of the process.
 class VELSTD_API xerrhandler {
  public:
   /// Adds `listener` (borrowed until it is removed); null and one already there

@@ -50,8 +50,11 @@ inline bool velIsUninit(const volatile void* p) noexcept {
   return address == 22;
 }
 
+/// The root of every framework object; see the head of this file for how objects live
+/// and die.
 class VELSTD_API xobject {
  public:
+  /// Count 0: the first handle, or xrcattach, takes the first reference.
   xobject() noexcept : refcount(0), counting(0) {}
   /// A copy starts its own life: count 0.
   xobject(const xobject&) noexcept : refcount(0), counting(0) {}
@@ -59,6 +62,8 @@ class VELSTD_API xobject {
   // NOLINTNEXTLINE(cert-oop54-cpp): nothing is assigned
   xobject& operator=(const xobject&) noexcept { return *this; }
 
+  /// Runs when the last reference is given back, or by xdelete for classes that are not
+  /// counted; never call it otherwise.
   virtual ~xobject();
 
   /// This object as the class that `target` describes, or null. Classes
@@ -96,6 +101,8 @@ class VELSTD_API xobject {
   /// Whether the object's class is counted.
   bool isRefCountable();
 
+  /// These give `p` unchanged, whatever it is: every object is an xobject. Classes that
+  /// derive from it have their own, which check.
   static xobject* cast(xobject* p) { return p; }
   static xobject* softcast(xobject* p) { return p; }
   /// The descriptor named "object": the one that velGetRtti_object gives.
@@ -129,7 +136,7 @@ VELSTD_API void xrcattach(xobject* p);
 /// Aborts with "xrcrelease: Invalid value of refcount." on a corrupt count.
 VELSTD_API void xrcrelease(xobject* p);
 
-/// The same as xrcattach and xrcrelease, for handles on objects that may not
+/// These are the same as xrcattach and xrcrelease, for handles on objects that may not
 /// be counted.
 VELSTD_API void xrcuniattach(xobject* p);
 VELSTD_API void xrcunirelease(xobject* p);
@@ -147,6 +154,7 @@ VELSTD_API void xdelete(xobject* p);
 /// Makes sure that the global object mutex exists.
 class VELSTD_API XobjectMutexAllocator {
  public:
+  /// Makes it if it is not there yet. Thread-safe.
   XobjectMutexAllocator();
 };
 

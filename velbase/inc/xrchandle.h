@@ -22,21 +22,30 @@
 #include "velcounting.h"
 #include "xobject.h"
 
+/// What both kinds of handles have: a pointer, and ways to it. Counts nothing itself;
+/// use one of the derived classes.
 template <class T>
 class VELSTD_API xrcbasehandle {
  public:
+  /// Null.
   xrcbasehandle() noexcept : ptr(nullptr) {}
+  /// Leaves null behind; the reference, if any, is the derived class's matter.
   ~xrcbasehandle() { ptr = nullptr; }
+  /// These copy the pointer, without a reference; derived handles add theirs.
   xrcbasehandle(const xrcbasehandle&) = default;
   xrcbasehandle& operator=(const xrcbasehandle&) = default;
 
+  /// These give the object, borrowed: it lives as long as a handle holds it. Nothing is
+  /// checked; a null handle gives null, and a reference to nothing.
   T* operator->() const { return ptr; }
   T& operator*() const { return *ptr; }
+  /// True for a null handle; a handle on xuninitobject is not null.
   bool isnull() const { return !ptr; }
   /// `h[0]` would be pointer arithmetic; write (*h)[0].
   void operator[](std::ptrdiff_t) const = delete;
 
  protected:
+  /// The object, null or xuninitobject.
   T* ptr;
 };
 
@@ -52,6 +61,7 @@ T* velHeldAs(U* p) noexcept {
   return velIsUninit(p) ? reinterpret_cast<T*>(address) : static_cast<T*>(p);
 }
 
+/// A handle on objects of classes that are always counted.
 template <class T>
 class VELSTD_API xrchandle : public xrcbasehandle<T> {
   template <class U>
@@ -59,40 +69,52 @@ class VELSTD_API xrchandle : public xrcbasehandle<T> {
                                          !std::is_same<U, T>::value>;
 
  public:
+  /// Null.
   xrchandle() noexcept = default;
   /// A null handle, so that one can be written as 0.
   xrchandle(int) noexcept {}
   /// Takes a reference on `p` (nullable).
   xrchandle(T* p) { attach(p); }
+  /// One more reference on the other's object.
   xrchandle(const xrchandle& other) : xrcbasehandle<T>() { attach(other.ptr); }
+  /// Takes over the other's reference and leaves it null.
   xrchandle(xrchandle&& other) noexcept : xrcbasehandle<T>() { take(other); }
+  /// One more reference on the other's object, seen as a T, from which U derives.
   template <class U, class = IfConvertible<U>>
   xrchandle(const xrchandle<U>& other) {
     attach(velHeldAs<T>(other.operator->()));
   }
+  /// Gives the reference back, as xrcrelease does.
   ~xrchandle() {
     while (this->ptr) release();
   }
 
+  /// Lets go of the object held, then takes a reference on `p` (nullable); see the head
+  /// of this file.
   xrchandle& operator=(T* p) {
     set(p);
     return *this;
   }
+  /// Lets go of the object held, then takes a reference on the other's.
   // NOLINTNEXTLINE(cert-oop54-cpp): set() knows its own object
   xrchandle& operator=(const xrchandle& other) {
     set(other.ptr);
     return *this;
   }
+  /// Lets go of the object held, then takes over the other's reference and leaves it
+  /// null; itself: nothing.
   xrchandle& operator=(xrchandle&& other) noexcept {
     if (this != &other) moveFrom(other);
     return *this;
   }
+  /// Lets go of the object held, then takes a reference on the other's, seen as a T.
   template <class U, class = IfConvertible<U>>
   xrchandle& operator=(const xrchandle<U>& other) {
     set(velHeldAs<T>(other.operator->()));
     return *this;
   }
 
+  /// The object, borrowed: it lives as long as a handle holds it.
   operator T*() const { return this->ptr; }
 
  private:
@@ -139,43 +161,58 @@ class VELSTD_API xrchandle : public xrcbasehandle<T> {
   }
 };
 
+/// A handle on objects that may not be counted: those it holds without touching their
+/// count, so that their owner must outlive the handle's use of them.
 template <class T>
 class VELSTD_API xrcunihandle : public xrcbasehandle<T> {
   template <class U>
   using IfConvertible = std::enable_if_t<std::is_convertible<U*, T*>::value>;
 
  public:
+  /// Null.
   xrcunihandle() noexcept : counted(false) {}
   /// A null handle, so that one can be written as 0.
   xrcunihandle(int) noexcept : counted(false) {}
   /// Takes a reference on `p` (nullable) if its class is counted.
   xrcunihandle(T* p) : counted(false) { attach(p); }
+  /// One more reference on the other's object, if it is counted.
   xrcunihandle(const xrcunihandle& other) : xrcbasehandle<T>(), counted(false) {
     attach(other.ptr, other.counted);
   }
+  /// Takes over the other's reference and leaves it null.
   xrcunihandle(xrcunihandle&& other) noexcept : xrcbasehandle<T>(), counted(false) { take(other); }
+  /// One more reference on the other's object, if it is counted, seen as a T, from which
+  /// U derives.
   template <class U, class = IfConvertible<U>>
   xrcunihandle(const xrchandle<U>& other) : counted(false) {
     attach(velHeldAs<T>(other.operator->()));
   }
+  /// One more reference on the other's object, if it is counted, seen as a T, from which
+  /// U derives.
   template <class U, class = std::enable_if_t<!std::is_same<U, T>::value>, class = IfConvertible<U>>
   xrcunihandle(const xrcunihandle<U>& other) : counted(false) {
     attach(velHeldAs<T>(other.operator->()));
   }
+  /// Gives the reference back, if there is one.
   ~xrcunihandle() {
     while (this->ptr) release();
   }
 
+  /// Lets go of the object held, then takes a reference on the other's, if that is
+  /// counted.
   // NOLINTNEXTLINE(cert-oop54-cpp): set() knows its own object
   xrcunihandle& operator=(const xrcunihandle& other) {
     set(other.ptr, other.counted);
     return *this;
   }
+  /// Lets go of the object held, then takes over the other's reference and leaves it
+  /// null; itself: nothing.
   xrcunihandle& operator=(xrcunihandle&& other) noexcept {
     if (this != &other) moveFrom(other);
     return *this;
   }
 
+  /// The object, borrowed: it lives as long as a handle or its owner keeps it.
   operator T*() const { return this->ptr; }
 
  protected:

@@ -61,7 +61,9 @@ class VELSTD_API xdictcontrol {
 /// One slot of a table.
 template <class T>
 struct xdictentry {
+  /// The key: null for a slot that was never used, the address 1 for a vacated one.
   const char* key;
+  /// The value, meaningful with a key only.
   T value;
 };
 
@@ -75,6 +77,7 @@ VELSTD_API std::uint32_t xbdictHashMain(const char* key, unsigned* length);
 /// The probing step for a key of `length` bytes; always odd.
 VELSTD_API std::uint32_t xbdictHashCollision(const char* key, unsigned length);
 
+/// The table itself.
 class VELSTD_API xbasedictionary {
  public:
   /// @param loads   copied; null gives 70 and 90 percent
@@ -152,12 +155,16 @@ class VELSTD_API xbasedictionary {
     }
   }
 
+  /// The block of slots, borrowed until the next change; null when there is none.
   void* GetDataPtr() const { return table; }
+  /// Number of slots.
   unsigned GetTableSize() const { return slotCount; }
   /// Number of live entries.
   unsigned GetCount() const { return liveCount; }
 
  protected:
+  /// Gives back what lies beside the table. The front, which knows its values, has
+  /// emptied it.
   ~xbasedictionary();
 
   /// Declares, in the constructor of a front whose hooks are final, that
@@ -168,14 +175,17 @@ class VELSTD_API xbasedictionary {
     ownHooks = true;
     ownBytes = bytes;
   }
+  /// Whether SetOwnHooks() was called.
   bool HasOwnHooks() const { return ownHooks; }
 
   /// Raw memory for a block; released as an array of char.
+  /// Throws std::bad_alloc.
   static void* AllocateBlock(std::size_t bytes);
   /// What a block of a front with hooks of its own has room for behind its slots.
   static constexpr std::size_t RoomBehind(unsigned slots) {
     return slots == kFirstSize ? sizeof(Beside) : 0;
   }
+  /// Gives a block from AllocateBlock() back; null is none.
   static void ReleaseBlock(void* block);
 
  private:

@@ -9,7 +9,9 @@
 
 #include "xthrowable.h"
 
+/// Makes the exceptions.
 struct VELSTD_API velComplaint {
+  /// That null stands where a value is required: velXNull.
   static xthrowable* null();
   /// That `sequence` has no element at `index`: velXNegativeIndex below 0, else
   /// velXInvalidSeqIndex.

@@ -29,8 +29,11 @@
 
 class xobject;
 
+/// While it is alive, the last releases of its thread wait. A local variable of whoever
+/// needs it, on the stack.
 class VELSTD_API velReleaseScope {
  public:
+  /// Begins to collect.
   velReleaseScope() noexcept;
   /// Carries out what was collected.
   ~velReleaseScope();

@@ -38,8 +38,10 @@ class VELSTD_API xseqcontrol {
   unsigned initialBytes;
 };
 
+/// The storage itself: a block of bytes, the first of which are in use.
 class VELSTD_API xbasesequence {
  public:
+  /// Empty, without storage; it grows as `growth` says.
   explicit xbasesequence(xseqcontrol growth) : policy(growth) {}
   xbasesequence(const xbasesequence&) = delete;
   xbasesequence& operator=(const xbasesequence&) = delete;
@@ -60,11 +62,18 @@ class VELSTD_API xbasesequence {
   /// is refused before anything is removed; without memory for the room the
   /// sequence is left empty.
   void BaseAllocate(unsigned bytes);
+  /// Puts a copy of the `count` bytes at `src` behind the end.
+  /// Throws std::bad_alloc, and the size limit error.
   void BaseAppend(unsigned count, const void* src);
+  /// Removes all elements; the capacity stays, unless the policy lets it shrink.
   void BaseClear();
-  /// Overwrites `count` bytes at `pos`; grows as needed. What lies between the
-  /// old end and `pos` is left as the hooks made it.
+  /// Overwrites `count` bytes at `pos`; grows as needed. What lies between the old end
+  /// and `pos` is left as the hooks made it.
+  /// Throws std::bad_alloc, and the size limit error.
   void BaseCopy(unsigned pos, unsigned count, const void* src);
+  /// Puts a copy of the `count` bytes at `src` before `pos`. Beyond the end a gap opens,
+  /// as with BaseInsertEmpty.
+  /// Throws std::bad_alloc, and the size limit error.
   void BaseInsert(unsigned pos, unsigned count, const void* src);
   /// Opens a gap of `count` bytes at `pos`, which may lie beyond the end; the
   /// gap still holds what the shifting left there.
@@ -73,11 +82,15 @@ class VELSTD_API xbasesequence {
   /// beyond the end does not count.
   void BaseRemove(unsigned a, unsigned b);
 
+  /// Bytes in use.
   unsigned GetByteSize() const { return usedBytes; }
+  /// Bytes of the block.
   unsigned GetCapacity() const { return capacityBytes; }
+  /// The block, borrowed until the next change; null when there is none.
   void* GetPtr() const { return storage; }
 
  protected:
+  /// Leaves the storage alone: the front, which knows its elements, gives it back.
   ~xbasesequence() = default;
 
   /// Gives the storage up, so that whoever is called while it is taken down
@@ -89,6 +102,7 @@ class VELSTD_API xbasesequence {
   /// typed front may fill the capacity on its own, and elements move as bytes
   /// where they shift, instead of through OnCopy, in storage from malloc.
   void Seal();
+  /// Whether Seal() was called.
   bool IsSealed() const { return isSealed; }
 
   /// Bytes of storage that the front may use on its own; 0 unless sealed, and

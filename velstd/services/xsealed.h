@@ -12,9 +12,12 @@
 #include "xany.h"
 #include "xstring.h"
 
+/// `Sequence`, one of the sequence templates, with its hooks final.
 template <class Sequence>
 class xsealed : public Sequence {
  protected:
+  /// Empty, with room for `capacity` elements (taken as signed; below 1: none).
+  /// Throws std::bad_alloc, and velXNativeException "Size limit exceeded".
   explicit xsealed(unsigned capacity) : Sequence(0) {
     using Element = std::decay_t<decltype((*this)[0])>;
     static_assert(std::is_scalar<Element>::value || std::is_same<Element, xstring>::value ||
@@ -24,6 +27,7 @@ class xsealed : public Sequence {
     this->Reserve(capacity);
   }
 
+  /// These are the hooks of `Sequence`, for good.
   void* OnResize(unsigned newCapacity) final { return Sequence::OnResize(newCapacity); }
   void OnAllocate(void* at, unsigned bytes) final { Sequence::OnAllocate(at, bytes); }
   void OnDestroy(void* at, unsigned bytes) final { Sequence::OnDestroy(at, bytes); }

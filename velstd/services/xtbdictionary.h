@@ -26,6 +26,8 @@
 #include "velrelease.h"
 #include "xobject.h"
 
+/// What every dictionary of T can do; xtsdictionary and xtcdictionary say how values
+/// are kept.
 template <class T>
 class VELSTD_API xtbdictionary : public virtual xobject, protected xbasedictionary {
  public:
@@ -104,9 +106,11 @@ class VELSTD_API xtbdictionary : public virtual xobject, protected xbasedictiona
   virtual void Destroy(void* block, unsigned slots) = 0;
 
  protected:
+  /// A slot of the table.
   using Entry = xdictentry<T>;
   friend struct velReadAccess;
 
+  /// Empty, without a table; the load policy is the usual one.
   xtbdictionary() : xbasedictionary(nullptr) {}
 
   /// Makes a table for `entries`; none below 1.
@@ -123,7 +127,9 @@ class VELSTD_API xtbdictionary : public virtual xobject, protected xbasedictiona
     return block;
   }
 
+  /// The size of a slot, in bytes.
   static constexpr unsigned kSlot = sizeof(Entry);
+  /// Where the value lies in its slot, in bytes.
   static constexpr unsigned kValue = offsetof(Entry, value);
   static_assert(kValue == 8, "the value follows the key");
 

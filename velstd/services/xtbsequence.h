@@ -32,6 +32,8 @@
 #include "xbasesequence.h"
 #include "xobject.h"
 
+/// What every sequence of T can do; xtssequence and xtcsequence say how elements are
+/// kept.
 template <class T>
 class VELSTD_API xtbsequence : public virtual xobject, protected xbasesequence {
  public:
@@ -61,6 +63,7 @@ class VELSTD_API xtbsequence : public virtual xobject, protected xbasesequence {
   /// ends with that, as that of a variant does; otherwise use set().
   T& operator[](int index) { return Checked<T&>(index); }
 
+  /// Puts `value` behind the last element, in amortised constant time.
   void append(T value) {
     const std::uint64_t end = std::uint64_t{GetByteSize()} + kSize;
     if (end <= GetQuickCapacity() && (kSize > 1 || end <= INT_MAX)) {
@@ -110,6 +113,7 @@ class VELSTD_API xtbsequence : public virtual xobject, protected xbasesequence {
   }
 
  protected:
+  /// Empty, without storage; it grows as `growth` says.
   explicit xtbsequence(xseqcontrol growth) : xbasesequence(growth) {}
 
   /// Makes room for `elements`, which is taken as signed: below 1, for none.

@@ -7,6 +7,7 @@
 
 #include "xtbdictionary.h"
 
+/// A dictionary of values with constructors, assignment and destructors of their own.
 template <class T>
 class VELSTD_API xtcdictionary : public xtbdictionary<T> {
  public:
@@ -15,6 +16,8 @@ class VELSTD_API xtcdictionary : public xtbdictionary<T> {
     this->SetOwnHooks(false);
     this->Reserve(capacity);
   }
+  /// Removes everything and gives the table back; what the end of a value puts in goes as
+  /// well.
   ~xtcdictionary() override {
     // Again for what the end of a value puts in.
     do {
@@ -22,6 +25,8 @@ class VELSTD_API xtcdictionary : public xtbdictionary<T> {
     } while (this->GetDataPtr());
   }
 
+  /// Ends the values of the live entries of `block` (consumed), which has `slots` slots,
+  /// and releases it.
   void Destroy(void* block, unsigned slots) override {
     auto* entry = static_cast<typename xtbdictionary<T>::Entry*>(block);
     for (unsigned i = 0; i < slots; ++i) {
@@ -31,6 +36,7 @@ class VELSTD_API xtcdictionary : public xtbdictionary<T> {
   }
 
  protected:
+  /// These are the hooks, see xbasedictionary, for good.
   void* OnAllocate(unsigned slots) final { return this->NewBlock(slots); }
   void OnDestroy(void* block, unsigned slots) final {
     if (block) this->Destroy(block, slots);

@@ -16,6 +16,7 @@
 
 #include "xtbsequence.h"
 
+/// A sequence of elements with constructors, assignment and destructors of their own.
 template <class T>
 class VELSTD_API xtcsequence : public xtbsequence<T> {
  public:
@@ -23,6 +24,8 @@ class VELSTD_API xtcsequence : public xtbsequence<T> {
   explicit xtcsequence(unsigned capacity) : xtbsequence<T>(xseqcontrol(false, kInitialBytes)) {
     this->Reserve(capacity);
   }
+  /// Ends the elements and gives the storage back; what the end of one appends goes as
+  /// well.
   ~xtcsequence() override {
     // Again for what the end of an element appends.
     while (this->GetPtr()) {
@@ -40,6 +43,8 @@ class VELSTD_API xtcsequence : public xtbsequence<T> {
   }
 
  protected:
+  /// These are the hooks, see xbasesequence: they construct, assign and destroy elements.
+  /// A subclass may override them.
   void* OnResize(unsigned newCapacity) override {
     void* block = std::malloc(newCapacity);
     if (!block) throw std::bad_alloc();

@@ -6,6 +6,7 @@
 
 #include "xtbdictionary.h"
 
+/// A dictionary of scalars. Its values are copied as bytes and never destroyed.
 template <class T>
 class VELSTD_API xtsdictionary : public xtbdictionary<T> {
  public:
@@ -14,11 +15,14 @@ class VELSTD_API xtsdictionary : public xtbdictionary<T> {
     this->SetOwnHooks(true);
     this->Reserve(capacity);
   }
+  /// Removes everything and gives the table back.
   ~xtsdictionary() override { this->BaseClearAll(this->kSlot); }
 
+  /// Releases `block` (consumed); there are no values to end.
   void Destroy(void* block, unsigned) override { this->ReleaseBlock(block); }
 
  protected:
+  /// These are the hooks, see xbasedictionary, for good.
   void* OnAllocate(unsigned slots) final { return this->NewBlock(slots); }
   void OnDestroy(void* block, unsigned slots) final {
     if (block) this->Destroy(block, slots);

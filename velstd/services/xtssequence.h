@@ -12,6 +12,7 @@
 
 #include "xtbsequence.h"
 
+/// A sequence of scalars. Its elements are copied as bytes and never destroyed.
 template <class T>
 class VELSTD_API xtssequence : public xtbsequence<T> {
  public:
@@ -19,9 +20,12 @@ class VELSTD_API xtssequence : public xtbsequence<T> {
   explicit xtssequence(unsigned capacity) : xtbsequence<T>(xseqcontrol(false, 256)) {
     this->Reserve(capacity);
   }
+  /// Gives the storage back.
   ~xtssequence() override { std::free(this->DetachStorage()); }
 
  protected:
+  /// These are the hooks, see xbasesequence: they move and copy bytes. A subclass may
+  /// override them.
   void* OnResize(unsigned newCapacity) override {
     void* old = this->GetPtr();
     // The first block comes zeroed: a large one without being touched.

@@ -11,6 +11,7 @@
 #include "xrchandle.h"
 #include "xstring.h"
 
+/// The functions; there are no objects of it.
 class VELSTD_API velStringUtils {
  public:
   /// `text` with the escape character before every separator and before every

@@ -34,6 +34,7 @@
 #include "velstrstream.h"
 #include "xctypes.h"
 
+/// The string itself; see the head of this file for null, forms and units.
 class VELSTD_API xstring {
  public:
   /// The null string.
@@ -65,6 +66,7 @@ class VELSTD_API xstring {
   xstring(const xstring& first, const char* second);
   xstring(const xstring& first, const wchar_t* second);
 
+  /// A copy shares the buffer.
   xstring(const xstring& other) noexcept { Attach(other.view); }
 
   /// Takes over the other's reference and leaves it null.
@@ -78,12 +80,19 @@ class VELSTD_API xstring {
   /// stream each time, so that the stream grows by one.
   xstring(std::strstream& stream);
 
+  /// Gives the reference on the buffer back.
   ~xstring() { Drop(view.buffer); }
 
+  /// Shares the other's buffer; the one held before is given back.
   xstring& operator=(const xstring& other) noexcept;
+  /// Takes over the other's reference and leaves it null.
   xstring& operator=(xstring&& other) noexcept;
+  /// Assigns a copy of `text`, which may be a part of this string; null text makes the
+  /// string null.
+  /// Throws as construction does.
   xstring& operator=(const char* text);
   xstring& operator=(const wchar_t* text);
+  /// Assigns the text written to `stream` so far, as the constructor does.
   xstring& operator=(std::strstream& stream);
 
   /// Like the constructor from a C view; the buffer held before is released
@@ -95,9 +104,11 @@ class VELSTD_API xstring {
   operator const char*() const { return CastToCString(); }
   /// The wide form, produced if missing; address 1 for the null string.
   operator const wchar_t*() const { return CastToCWString(); }
+  /// These are the two conversions under names of their own.
   const char* CastToCString() const { return view.narrow ? view.narrow : Produced<char>(); }
   const wchar_t* CastToCWString() const { return view.wide ? view.wide : Produced<wchar_t>(); }
 
+  /// True for the null string.
   bool IsNull() const { return !view.buffer; }
   /// True for a text without characters; false for the null string.
   bool IsEmpty() const;
@@ -112,9 +123,9 @@ class VELSTD_API xstring {
   /// does not convert. Produces nothing.
   std::uint64_t GetMBSize() const;
 
-  /// Reads a decimal integer or real, blanks around it allowed, whatever the
-  /// locale. False, with `value` untouched, for anything else and for a number
-  /// out of range. A null `value` only asks.
+  /// These read a decimal integer or real, blanks around it allowed, whatever the locale.
+  /// False, with `value` untouched, for anything else and for a number out of range. A
+  /// null `value` only asks.
   bool ToInt(int* value) const;
   bool ToDouble(double* value) const;
 
@@ -174,7 +185,7 @@ class VELSTD_API xstring {
   bool Match(const wchar_t* pattern) const;
   bool Match(const xstring& pattern) const;
 
-  /// The text in the other case, character by character after the locale; null
+  /// These give the text in the other case, character by character after the locale; null
   /// and empty strings give themselves.
   xstring ToUpper() const;
   xstring ToLower() const;
@@ -299,6 +310,8 @@ class VELSTD_API xstring {
 
 static_assert(sizeof(xstring) == 24, "an xstring is its three-field view");
 
+/// These compare as the members of the same meaning do, with the text on the left, and
+/// for difference.
 inline bool operator==(const char* text, const xstring& a) { return a == text; }
 inline bool operator==(const wchar_t* text, const xstring& a) { return a == text; }
 inline bool operator!=(const xstring& a, const char* text) { return !(a == text); }

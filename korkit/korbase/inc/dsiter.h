@@ -13,6 +13,7 @@
 template <class T>
 class VELSTD_API dsBaseIter {
  public:
+  /// The collection is left alone.
   virtual ~dsBaseIter() = default;
 
   /// A new iterator at the same place, owned: the caller deletes it.
@@ -28,6 +29,7 @@ class VELSTD_API dsBaseIter {
   virtual void Reset() = 0;
 
  protected:
+  /// These are for derived classes: iterators are copied by Reproduce().
   dsBaseIter() = default;
   dsBaseIter(const dsBaseIter&) = default;
   dsBaseIter& operator=(const dsBaseIter&) = default;
@@ -37,6 +39,7 @@ class VELSTD_API dsBaseIter {
 template <class T>
 class VELSTD_API dsIter : public dsBaseIter<T> {
  public:
+  /// A new iterator at the same place, owned: the caller deletes it.
   dsIter* Reproduce() const override = 0;
 
   /// The current element; a zero value at the end.

@@ -15,6 +15,7 @@ class VELSTD_API dsBaseSortedSet {
   /// How `a` sorts relative to `b`: positive after, 0 equal, negative before.
   virtual int Compare(T a, T b) const = 0;
 
+  /// Gives the storage back; elements are left alone.
   virtual ~dsBaseSortedSet() = default;
   dsBaseSortedSet(const dsBaseSortedSet&) = delete;
   dsBaseSortedSet& operator=(const dsBaseSortedSet&) = delete;
@@ -31,7 +32,7 @@ class VELSTD_API dsBaseSortedSet {
     int position = 0;
     return !FindIndex(element, &position) && array.InsertByStep(position, element);
   }
-  /// The same as +=.
+  /// These are the same as +=.
   bool Insert(T element) { return *this += element; }
   bool Add(T element) { return *this += element; }
 
@@ -46,13 +47,17 @@ class VELSTD_API dsBaseSortedSet {
   /// Removes element `position`; false outside 0 .. count - 1.
   bool RemoveByIndex(int position) { return array.RemoveAt(position); }
 
+  /// True when `element` is there.
   bool Contains(T element) const {
     int position = 0;
     return FindIndex(element, &position);
   }
 
+  /// Removes every element.
   void RemoveAll() { array.RemoveAll(); }
+  /// Number of elements.
   int GetCount() const { return array.GetCount(); }
+  /// Number of elements that fit without growing.
   int GetCapacity() const { return array.GetCapacity(); }
 
   /// Element `position` in the set's order; a zero value outside
@@ -63,6 +68,7 @@ class VELSTD_API dsBaseSortedSet {
   dsArrayIter<T>* GetIter() const { return array.GetIter(); }
 
  protected:
+  /// An empty set whose array grows by `step` elements.
   explicit dsBaseSortedSet(int step) : array(step) {}
 
  private:
@@ -73,15 +79,20 @@ class VELSTD_API dsBaseSortedSet {
 template <class A, class T>
 class VELSTD_API dsBaseScalarSet : public dsBaseSortedSet<A, T> {
  public:
+  /// By value: 1, 0 or -1.
   int Compare(T a, T b) const override { return korCompareScalars(a, b); }
 
  protected:
+  /// An empty set whose array grows by `step` elements.
   explicit dsBaseScalarSet(int step) : dsBaseSortedSet<A, T>(step) {}
 };
 
+/// The set of scalars that programs use.
 template <class T>
 class VELSTD_API dsScalarSet : public dsBaseScalarSet<dsXArray<T>, T> {
  public:
+  /// An empty set without storage, whose array grows by `step` elements; below 1 counts
+  /// as 1.
   explicit dsScalarSet(int step = kKorDefaultStep) : dsBaseScalarSet<dsXArray<T>, T>(step) {}
 };
 

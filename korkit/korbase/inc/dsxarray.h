@@ -17,6 +17,7 @@
 #include "dsdatcol.h"
 #include "korxarray.h"
 
+/// An array of plain values, which are moved as bytes.
 template <class T>
 class VELSTD_API dsXArray : public dsStraightArray<T> {
   static_assert(std::is_trivially_copyable<T>::value, "elements are moved as bytes");
@@ -25,10 +26,16 @@ class VELSTD_API dsXArray : public dsStraightArray<T> {
   /// An empty array without storage; a `step` below 1 counts as 1.
   explicit dsXArray(int step = kKorDefaultStep) : array(step) {}
 
+  /// Number of elements.
   int GetCount() const override { return array.GetCount(); }
+  /// Number of elements that fit without growing.
   int GetCapacity() const { return array.GetCapacity(); }
+  /// The growth step, in elements.
   int GetStep() const { return array.GetStep(); }
+  /// Sets or clears the force flag, see the head of this file.
   void SetForceRealloc(bool on) { array.SetForce(on); }
+  /// The first element, the others behind it; valid until the array changes. Null without
+  /// storage.
   const T* GetBuffer() const override { return static_cast<const T*>(array.At(0, kSize)); }
 
   /// Element `position`, which must lie in 0 .. count - 1; the reference
@@ -68,11 +75,13 @@ class VELSTD_API dsXArray : public dsStraightArray<T> {
     return true;
   }
 
+  /// Removes every element; the capacity stays unless the force flag is set.
   void RemoveAll() { Resize(0); }
 
   /// Appends; always true.
   bool Add(T element) override { return Insert(GetCount(), element); }
 
+  /// Removes the first element equal to `element`; false when there is none.
   bool Remove(T element) override {
     int position = 0;
     return this->Find(element, &position) && RemoveAt(position);

@@ -17,6 +17,7 @@
 /// iterator's back shift what it sees next; the array must outlive it.
 class VELSTD_API korMapIterImpl {
  public:
+  /// At the first record of `walked` (borrowed for the iterator's life).
   explicit korMapIterImpl(const korClassXArrayImpl& walked) : array(&walked) {}
 
   /// True when there is no current record any more.
@@ -53,12 +54,16 @@ class VELSTD_API korMapBase {
   static_assert(sizeof(Record) == 16, "key pointer, then value");
 
  public:
+  /// How the first key sorts relative to the second: positive after, 0 equal, negative
+  /// before.
   using Compare = int (*)(K, K);
 
+  /// A place in the map.
   class Iter : public I {
    public:
+    /// At the smallest key of `walked` (borrowed for the iterator's life).
     explicit Iter(const A& walked) : I(walked) {}
-    /// Key and value of the current record; null at the end.
+    /// These give key and value of the current record; null at the end.
     K GetKey() const { return KeyOf(this->GetRecord()); }
     V GetValue() const { return ValueOf(this->GetRecord()); }
     /// A new iterator at the same place, owned: the caller deletes it.
@@ -96,6 +101,7 @@ class VELSTD_API korMapBase {
   }
   /// The same as Lookup.
   bool Find(K key, V* value) const { return Lookup(key, value); }
+  /// True when there is a record of `key`.
   bool Contains(K key) const { return Lookup(key, nullptr); }
 
   /// Removes the record of `key`; false when there is none.
@@ -104,11 +110,13 @@ class VELSTD_API korMapBase {
     return array._Lookup(key, compare, &position) && array.RemoveAt(position);
   }
 
+  /// Removes every record and gives the storage back.
   void RemoveAll() { array.RemoveAll(); }
+  /// Number of records.
   int GetCount() const { return array.GetCount(); }
 
-  /// Key and value of record `position` in key order; null outside
-  /// 0 .. count - 1.
+  /// These give key and value of record `position` in key order; null outside 0 .. count
+  /// - 1.
   K GetKeyAt(int position) const { return KeyOf(array.GetAt(position)); }
   V GetValueAt(int position) const { return ValueOf(array.GetAt(position)); }
 
@@ -131,7 +139,10 @@ class VELSTD_API korMapBase {
 template <class K, class V>
 class VELSTD_API korClassMap : public korMapBase<K, V, korClassXArrayImpl, korMapIterImpl> {
  public:
+  /// The map itself.
   using Base = korMapBase<K, V, korClassXArrayImpl, korMapIterImpl>;
+  /// An empty map ordered by `order`, whose array grows by `step` records; below 1 counts
+  /// as 1.
   explicit korClassMap(typename Base::Compare order, int step = kKorDefaultStep)
       : Base(order, step) {}
 };
@@ -142,7 +153,9 @@ template <class V>
 class VELSTD_API korNonOwnerStringMap
     : public korMapBase<const char*, V, korClassXArrayImpl, korMapIterImpl> {
  public:
+  /// The map itself.
   using Base = korMapBase<const char*, V, korClassXArrayImpl, korMapIterImpl>;
+  /// An empty map whose array grows by `step` records; below 1 counts as 1.
   explicit korNonOwnerStringMap(int step = kKorDefaultStep) : Base(Cmp_cStrings, step) {}
 };
 

@@ -12,6 +12,7 @@
 #include "korapi.h"
 #include "korstring.h"
 
+/// The stream itself.
 class VELSTD_API korOStream {
  public:
   /// Writes to `target`, which must outlive this object.

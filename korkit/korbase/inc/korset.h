@@ -17,6 +17,7 @@
 /// iterator's back shift what it sees next; the array must outlive it.
 class VELSTD_API korIterImpl {
  public:
+  /// At the first element of `walked` (borrowed for the iterator's life).
   explicit korIterImpl(const korXArrayImpl& walked) : array(&walked) {}
 
   /// True when there is no current element any more.
@@ -47,10 +48,14 @@ class VELSTD_API korSetBase {
   static_assert(std::is_pointer<T>::value, "elements are pointers");
 
  public:
+  /// How the first element sorts relative to the second: positive after, 0 equal,
+  /// negative before.
   using Compare = int (*)(const void*, const void*);
 
+  /// A place in the set.
   class Iter : public I {
    public:
+    /// At the first element of `walked` (borrowed for the iterator's life).
     explicit Iter(const A& walked) : I(walked) {}
     /// The current element; null at the end.
     T Get() const { return static_cast<T>(this->GetElement()); }
@@ -83,12 +88,15 @@ class VELSTD_API korSetBase {
     return array._Lookup(element, compare, &position) && array.RemoveAt(position);
   }
 
+  /// True when an element equals `element`.
   bool Contains(T element) const {
     int position = 0;
     return array._Lookup(element, compare, &position);
   }
 
+  /// Removes every element and gives the storage back.
   void RemoveAll() { array.RemoveAll(); }
+  /// Number of elements.
   int GetCount() const { return array.GetCount(); }
 
   /// Element `position` in the set's order; null outside 0 .. count - 1.
@@ -104,10 +112,14 @@ class VELSTD_API korSetBase {
   Compare compare;
 };
 
+/// The set of pointers that programs use.
 template <class T>
 class VELSTD_API korSet : public korSetBase<T, korXArrayImpl, korIterImpl> {
  public:
+  /// The set itself.
   using Base = korSetBase<T, korXArrayImpl, korIterImpl>;
+  /// An empty set ordered by `order`, whose array grows by `step` elements; below 1
+  /// counts as 1.
   explicit korSet(typename Base::Compare order, int step = kKorDefaultStep) : Base(order, step) {}
 };
 

@@ -28,6 +28,7 @@
 template <std::size_t kSize>
 class velFixedText;
 
+/// The buffer itself.
 class VELSTD_API korStrBuf final {
  public:
   /// The longest text, in characters (narrow: bytes) without the terminator.
@@ -109,7 +110,7 @@ class VELSTD_API korStrBuf final {
   /// Gives one reference back; the last one frees the buffer.
   virtual void Release();
 
-  /// What Attach (without places, with both) and Release do, in line.
+  /// These do in line what Attach (without places, with both) and Release do.
   void AddReference() noexcept { korCountUp(count); }
   void AddReference(char*& narrow, wchar_t*& wide) noexcept {
     // Kept from the optimiser, which would follow paths on which a buffer cannot be

@@ -38,8 +38,9 @@ inline std::size_t Strlen(const char* text) {
 }
 VELSTD_API std::size_t Strlen(const wchar_t* text);
 
-/// Copy of `text`, owned: give it back with delete[]. Null for the null text.
-/// Both names are the same function. Throws std::bad_alloc.
+/// These give a copy of `text`, owned: give it back with delete[]. Null for the null
+/// text. Both names are the same function.
+/// Throw std::bad_alloc.
 VELSTD_API char* Strnew__(const char* text);
 VELSTD_API char* Strnew(const char* text);
 
@@ -126,7 +127,7 @@ VELSTD_API bool korWStringToInt(const wchar_t* text, int* value);
 VELSTD_API bool korStringToDouble(const char* text, double* value);
 VELSTD_API bool korWStringToDouble(const wchar_t* text, double* value);
 
-/// Converts a writable text in place, a character at a time, through the
+/// These convert a writable text in place, a character at a time, through the
 /// locale. A character whose other case has another byte length stays, as do
 /// invalid bytes and pairs of 16-bit surrogates. Nothing happens to the
 /// pointers 0, 1 and (narrow) 2.

@@ -49,13 +49,19 @@ class VELSTD_API korRawArray {
  public:
   /// An empty array without storage; a growth step below 1 counts as 1.
   explicit korRawArray(int growth = kKorDefaultStep) noexcept;
+  /// Gives the storage back.
   ~korRawArray();
   korRawArray(const korRawArray&) = delete;
   korRawArray& operator=(const korRawArray&) = delete;
 
+  /// Number of records.
   int GetCount() const { return count; }
+  /// Number of records that fit without growing.
   int GetCapacity() const { return capacity; }
+  /// The growth step, in records.
   int GetStep() const { return step; }
+  /// These read and set the force flag: with it every change of the count fits the
+  /// capacity to it.
   bool GetForce() const { return force; }
   void SetForce(bool on) { force = on; }
 
@@ -70,7 +76,7 @@ class VELSTD_API korRawArray {
   /// New records are indeterminate.
   void Resize(int n, std::size_t recordSize);
 
-  /// What Resize does to the capacity, without changing the count: for the
+  /// These do what Resize does to the capacity, without changing the count: for the
   /// present count, and for one record more.
   void Fit(std::size_t recordSize);
   void FitOneMore(std::size_t recordSize);
@@ -109,11 +115,16 @@ class VELSTD_API korRawArray {
 /// Array of pointers.
 class VELSTD_API korXArrayImpl {
  public:
+  /// How the first element sorts relative to the second: positive after, 0 equal,
+  /// negative before.
   using Compare = int (*)(const void*, const void*);
 
+  /// An empty array without storage; a growth step below 1 counts as 1.
   explicit korXArrayImpl(int step = kKorDefaultStep) noexcept : array(step) {}
 
+  /// Number of elements.
   int GetCount() const { return array.GetCount(); }
+  /// Number of elements that fit without growing.
   int GetCapacity() const { return array.GetCapacity(); }
 
   /// Element `position`; null outside 0 .. count - 1.
@@ -129,6 +140,7 @@ class VELSTD_API korXArrayImpl {
   /// Removes element `position`; false outside 0 .. count - 1.
   bool RemoveAt(int position);
 
+  /// Removes every element and gives the storage back.
   void RemoveAll() { array.Clear(); }
 
   /// Looks for an element equal to `key` in an array sorted by `compare`,
@@ -146,7 +158,9 @@ class VELSTD_API korClassXArrayImpl {
   explicit korClassXArrayImpl(std::size_t bytes, int step = kKorDefaultStep) noexcept
       : array(step), recordSize(bytes) {}
 
+  /// Number of records.
   int GetCount() const { return array.GetCount(); }
+  /// Number of records that fit without growing.
   int GetCapacity() const { return array.GetCapacity(); }
 
   /// Address of record `position`, valid until the array changes; null
@@ -160,6 +174,7 @@ class VELSTD_API korClassXArrayImpl {
   /// Removes record `position`; false outside 0 .. count - 1.
   bool RemoveAt(int position);
 
+  /// Removes every record and gives the storage back.
   void RemoveAll() { array.Clear(); }
 
   /// Looks for the record whose key, its first field of type K, equals `key`,

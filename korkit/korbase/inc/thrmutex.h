@@ -12,6 +12,7 @@
 
 #include "korapi.h"
 
+/// Whether the owner may lock a mutex again.
 enum thrMutexType : int { thrMutexNonRecursive = 0, thrMutexRecursive = 1 };
 
 /// What korSetThreading said last; true at the start. Any thread, any time.
@@ -22,8 +23,10 @@ VELSTD_API bool IsThreadingEnabled();
 /// so before it uses the library. Any thread, any time.
 VELSTD_API void korSetThreading(bool enabled);
 
+/// The mutex itself.
 class VELSTD_API thrMutex {
  public:
+  /// A free mutex of that kind.
   constexpr explicit thrMutex(thrMutexType kind) noexcept : type(kind) {}
   thrMutex(const thrMutex&) = delete;
   thrMutex& operator=(const thrMutex&) = delete;

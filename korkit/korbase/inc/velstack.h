@@ -15,13 +15,17 @@
 
 #include "korapi.h"
 
+/// The stack itself, of pointers T.
 template <class T>
 class VELSTD_API velStack {
   static_assert(std::is_pointer<T>::value, "elements are pointers");
 
  public:
+  /// Empty, without storage.
   velStack() noexcept = default;
+  /// Takes over the other's elements and leaves it empty.
   velStack(velStack&& other) noexcept { Swap(other); }
+  /// Takes over the other's elements and leaves it empty; its own are forgotten.
   velStack& operator=(velStack&& other) noexcept {
     velStack taken(std::move(other));
     Swap(taken);
@@ -29,6 +33,7 @@ class VELSTD_API velStack {
   }
   velStack(const velStack&) = delete;
   velStack& operator=(const velStack&) = delete;
+  /// Gives the storage back; elements are left alone.
   ~velStack() { delete[] elements; }
 
   /// Puts `element` on top, in amortised constant time.
@@ -48,8 +53,11 @@ class VELSTD_API velStack {
     return position >= 0 && position < count ? elements[position] : nullptr;
   }
 
+  /// True when there are no elements.
   bool IsEmpty() const { return count == 0; }
+  /// Number of elements.
   int GetCount() const { return count; }
+  /// Number of elements that fit without growing.
   int GetCapacity() const { return capacity; }
 
  private:
