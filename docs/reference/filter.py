@@ -14,7 +14,7 @@ point at the header itself. What it changes:
   "These" holds for everything up to the next blank line or comment.
 - The macros that stamp members into classes are replaced by what they declare.
 - What is no part of the interface goes: macros that the header itself undefines, friends, exported
-  instantiations, deleted functions.
+  instantiations, classes that are only named, deleted functions.
 """
 
 import re
@@ -132,7 +132,7 @@ class Prose:
                 line = self.titled(escape(line), at == 0 and len(line) > 0, errors)
                 errors = errors or "@errors" in line
             else:
-                line = line.replace("*/", "* /")
+                line = line.replace("*/", "* /").replace("/*", "/ *")
                 if at == 0 or not blocks[at - 1]:
                     line = "@verbatim " + line
                 if at + 1 == len(blocks) or not blocks[at + 1]:
@@ -149,6 +149,15 @@ def strip_code(line):
     return re.sub(r"//.*", "", line)
 
 
+def comment(text, indent):
+    """A comment of these lines. Blocks go on without a mark, which they would show."""
+    if not any("@verbatim" in line for line in text):
+        return [f"{indent}/// {line}" for line in text]
+    text = [f"{indent}/** {text[0]}"] + text[1:]
+    text[-1] += " */"
+    return text
+
+
 def opening(lines):
     """The comment that opens the header, as that of the file."""
     end = 0
@@ -162,14 +171,16 @@ def opening(lines):
         while lines[end].startswith("//"):
             end += 1
         text = [re.sub(r"^// ?", "", line) for line in lines[:end]]
-    first = re.match(r"\S+ - (.*)", text[0]).group(1)
-    prose = Prose([first] + text[1:])
+    name, first = re.match(r"(\S+) - (.*)", text[0]).groups()
+    lines[end:] = [line.replace("the head of this file", f"the head of {name}")
+                   for line in lines[end:]]
+    prose = Prose([first[:1].upper() + first[1:]] + text[1:])
     marked, blocks = prose.markup(), prose.blocks()
     # The command without a name takes the rest of its line: never that of a block.
     last = max(at for at, line in enumerate(marked) if line and "verbatim" not in line and
                not blocks[at])
     marked[last] += " @file"
-    lines[:end] = ["/// " + line for line in marked]
+    lines[:end] = comment(marked, "")
     return end
 
 
@@ -246,7 +257,7 @@ def stamp(lines):
 
 
 def drop_foreign(lines):
-    """Removes friends, exported instantiations and deleted functions."""
+    """Removes friends, exported instantiations, names of classes and deleted functions."""
     for at, line in enumerate(lines):
         code = strip_code(line).strip()
         if code.startswith("extern template "):
@@ -257,6 +268,9 @@ def drop_foreign(lines):
                 lines[at] = ""
         elif code.endswith("= delete;") and "[]" not in code:
             lines[at] = ""
+        elif re.match(r"(class|struct) \w+;$", code) and not comment_before(lines, at):
+            # What is only named has its comment where it is defined.
+            drop(lines, at - lines[at - 1].strip().startswith("template <"), at)
 
 
 def is_shared_friend(lines, at):
@@ -304,8 +318,7 @@ def share(lines, at):
             continue
         text = Prose(text).markup()
         indent = re.match(r"\s*", lines[first]).group(0)
-        for row, line in enumerate(text):
-            lines[first + row] = f"{indent}/// {line}"
+        lines[first:at] = comment(text, indent)
         if any("verbatim" in line for line in text):
             continue
         joined = " ".join(text)

@@ -19,7 +19,9 @@
 /// object it is part of.
 class VELSTD_API velDeprecationSupport {
  protected:
+  /// No list was ever set.
   velDeprecationSupport() = default;
+  /// Never through this class.
   ~velDeprecationSupport() = default;
 
   /// Appends names, separated by ";"; the null string changes nothing. A set

@@ -188,7 +188,8 @@ class VELSTD_API velXNativeException : public velXException {
 class VELSTD_API velXConnectionClosed : public velXException {
   VEL_ATTRIBUTED(velXConnectionClosed, velXException(context))
  protected:
-  /// With the Description "Attempt to communicate with client/server after connection has been closed".
+  /// With the Description "Attempt to communicate with client/server after connection has
+  /// been closed".
   velXConnectionClosed();
 
  public:
@@ -200,6 +201,7 @@ class VELSTD_API velXConnectionClosed : public velXException {
 class VELSTD_API velXArgs : public virtual xobject {
   VEL_ATTRIBUTED(velXArgs, xobject())
  public:
+  /// Without arguments.
   velXArgs() = default;
   velXArgs(const velXArgs&) = delete;
   velXArgs& operator=(const velXArgs&) = delete;

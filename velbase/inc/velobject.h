@@ -1,12 +1,17 @@
 // velobject.h - what every framework class repeats, once.
 //
-// In the class:            class Point : public virtual xobject {
-//                            VEL_OBJECT(Point)
-//                           public:
-//                            ...
-// In one .cpp file:        VEL_OBJECT_RTTI(Point, xrttistruct, [](xrttistruct* rtti) {
-//                            rtti->initializeRttiStruct("demo::Point", 1, 0, nullptr, 2, attrs);
-//                          })
+// In the class:
+//
+//   class Point : public virtual xobject {
+//     VEL_OBJECT(Point)
+//    public:
+//     ...
+//
+// In one .cpp file:
+//
+//   VEL_OBJECT_RTTI(Point, xrttistruct, [](xrttistruct* rtti) {
+//     rtti->initializeRttiStruct("demo::Point", 1, 0, nullptr, 2, attrs);
+//   })
 //
 // The descriptor is made on first use, under the global object mutex: made,
 // initialised, registered by its name, and only then shown to other threads.
@@ -33,6 +38,7 @@ class xrttiobject;
 /// last exit handler.
 class VELSTD_API velClassRtti {
  public:
+  /// Empty: the descriptor is made when it is first asked for.
   constexpr velClassRtti() = default;
   velClassRtti(const velClassRtti&) = delete;
   velClassRtti& operator=(const velClassRtti&) = delete;

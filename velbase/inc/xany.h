@@ -131,7 +131,8 @@ class VELSTD_API xany {
   template <class T, class = IfOtherInt<T>, class = void>
   xany(T value) : xany(velToInt(value)) {}
 
-  /// Gives up again what the end of its object assigns to it meanwhile.
+  /// Gives the reference back. What the end of its object assigns to it meanwhile goes,
+  /// too.
   ~xany() {
     if (IsPlain()) return;
     if (HoldsText()) {

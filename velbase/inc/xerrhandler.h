@@ -14,7 +14,10 @@
 #include "xthrowable.h"
 
 /// What a listener answers; any value but 0 means handled and ends the dispatch.
-enum xerhstatus : int { xerhNotHandled = 0, xerhHandled = 1 };
+enum xerhstatus : int {
+  xerhNotHandled = 0,  ///< the next listener is asked
+  xerhHandled = 1      ///< nobody else is asked
+};
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
@@ -33,6 +36,7 @@ class VELSTD_API xerrlistener {
                             xrcunihandle<xobject> contextObject) = 0;
 
  protected:
+  /// Never through this class.
   ~xerrlistener() = default;
 };
 

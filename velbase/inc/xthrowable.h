@@ -23,6 +23,7 @@
 class VELSTD_API xthrowable : public virtual xobject {
   VEL_OBJECT(xthrowable)
  public:
+  /// With nothing but its type.
   xthrowable() = default;
   xthrowable(const xthrowable&) = delete;
   xthrowable& operator=(const xthrowable&) = delete;

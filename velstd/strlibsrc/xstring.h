@@ -197,6 +197,8 @@ class VELSTD_API xstring {
   /// Exact, byte by byte, in the form of the argument; null equals only null.
   friend VELSTD_API bool operator==(const xstring& a, const char* text);
   friend VELSTD_API bool operator==(const xstring& a, const wchar_t* text);
+  /// Whether both hold the same text, byte by byte, in the form that they have; null equals
+  /// only null.
   friend bool operator==(const xstring& a, const xstring& b) {
     // Most strings have a narrow form only, whose length is known.
     if (!a.view.wide && a.view.buffer && b.view.buffer) {

@@ -13,7 +13,10 @@
 #include "korapi.h"
 
 /// Whether the owner may lock a mutex again.
-enum thrMutexType : int { thrMutexNonRecursive = 0, thrMutexRecursive = 1 };
+enum thrMutexType : int {
+  thrMutexNonRecursive = 0,  ///< a second lock by the owner aborts
+  thrMutexRecursive = 1      ///< further locks by the owner are counted
+};
 
 /// What korSetThreading said last; true at the start. Any thread, any time.
 VELSTD_API bool IsThreadingEnabled();
