@@ -72,10 +72,10 @@ def arguments(text):
 
 def escape(text):
     """Text of a comment with everything that Doxygen would take for markup made harmless."""
-    pieces = re.split(r"(`[^`]*`)", text)
+    # Code and quotations are shown as they stand.
+    pieces = re.split(r'(`[^`]*`|"[^"]*")', text)
     for at in range(0, len(pieces), 2):
         piece = re.sub(r"\\(?![a-z])", r"\\\\", pieces[at])
-        piece = re.sub(r'"([^"]*)"', lambda m: '"' + m.group(1).replace("\\", "\\\\") + '"', piece)
         pieces[at] = re.sub(r"([<>#%&])", r"\\\1", piece).replace("::", "\\::")
     return "".join(pieces)
 
@@ -114,7 +114,8 @@ class Prose:
         if not errors:
             # The first sentence says what the thing is.
             place = r"([.;] )" if first else r"(^|[.;] )"
-            line = re.sub(place + r"(Throws?|Aborts?)\b", r"\1@errors \2", line, count=1)
+            line = re.sub(place + r"(Throws\b|Aborts?\b|Throw (?=std|vel|as |what ))",
+                          r"\1@errors \2", line, count=1)
         for word in TITLES:
             if line.startswith(word + ": "):
                 text = line[len(word) + 2:]
@@ -232,9 +233,9 @@ def comment_before(lines, at):
     return (first + 1, last) if first < last else None
 
 
-def stamp(lines):
-    """Replaces the macros that declare members."""
-    for at, line in enumerate(lines):
+def stamp(lines, begin):
+    """From line `begin` on, replaces the macros that declare members."""
+    for at, line in enumerate(lines[begin:], begin):
         match = re.match(r"\s*(VEL_OBJECT|VEL_ATTRIBUTED|VEL_ATTRIBUTE|VEL_COLLECTION)\((.*)\)$",
                          line)
         if not match or line.startswith("#"):
@@ -347,18 +348,42 @@ def share(lines, at):
             at = end + 1
 
 
+def sections(lines):
+    """Makes groups of what follows the headings of the C interface, with the text below them."""
+    opened, at = False, 0
+    while at < len(lines):
+        match = re.match(r"/\* -{4,} (.*?) -{4,}( \*/)?$", lines[at])
+        if match:
+            title = match.group(1)
+            lines[at] = ("/** @} */ " if opened else "") + f"/** @name {title[0].upper()}{title[1:]}"
+            if match.group(2):
+                lines[at] += " */"
+            while not lines[at].endswith("*/"):
+                at += 1
+                lines[at] = re.sub(r"^ \* ?", "", escape(lines[at]))
+            lines[at] += " /** @{ */"
+            opened = True
+        elif opened and lines[at].startswith("#ifdef __cplusplus"):
+            lines[at - 1] += "/** @} */"
+            opened = False
+        at += 1
+
+
 def main():
     with open(sys.argv[1], encoding="utf-8") as file:
         text = file.read()
     if sys.argv[1].endswith(".md"):
-        sys.stdout.write(text)
+        # Doxygen loses a link whose text goes over the end of a line.
+        sys.stdout.write(re.sub(r"\[[^\]\n]*\n[^\]\n]*\]\(",
+                                lambda link: link.group(0).replace("\n", " "), text))
         return
     lines = text.split("\n")
     end = opening(lines)
     drop_private_macros(lines)
     drop_foreign(lines)
     share(lines, end)
-    stamp(lines)
+    sections(lines)
+    stamp(lines, end)
     sys.stdout.write("\n".join(lines))
 
 
