@@ -46,8 +46,8 @@ ATTRIBUTE = (
 )
 COLLECTION = (
     "/** {doc}See {base} for what it does. */ class {0} : public {1} {{ " + OBJECT + " public: "
-    "/** Empty, with room for `entries`; for derived classes and descriptors: others use "
-    "createCapacity(). @errors Throws as createCapacity(). */ explicit {0}({2} entries = 0); "
+    "/** Empty, with room for `entries`, and with count 0: a handle has to take it, as those of "
+    "create() and createCapacity() do. @errors Throws as createCapacity(). */ explicit {0}({2} entries = 0); "
     "/** A new, empty instance with nothing reserved, held by the handle alone. "
     "@errors Throws std::bad_alloc. */ static xrchandle<{0}> create(); "
     "/** The same with room for `n` {what}; `n` is taken as signed, below 1 reserves nothing. "

@@ -56,7 +56,7 @@ struct velDictionaryFunctions {
 
 /// Initialises the descriptor of sequence class C; elements are not optional.
 /// @param rtti  what is initialised (borrowed, usually by VEL_OBJECT_RTTI)
-/// @param name  the registered name, a text that lives for ever
+/// @param name  the registered name (copied)
 /// @param elemType  the descriptor of the elements (borrowed for ever)
 /// @param isRefCount  whether C is counted
 template <class C>

@@ -312,7 +312,7 @@ class VELSTD_API xstring {
 
 static_assert(sizeof(xstring) == 24, "an xstring is its three-field view");
 
-/// These compare as the members of the same meaning do, with the text on the left, and
+/// These compare as the operators above do, with the text on the left, and
 /// for difference.
 inline bool operator==(const char* text, const xstring& a) { return a == text; }
 inline bool operator==(const wchar_t* text, const xstring& a) { return a == text; }
