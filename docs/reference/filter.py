@@ -172,7 +172,10 @@ def opening(lines):
         while lines[end].startswith("//"):
             end += 1
         text = [re.sub(r"^// ?", "", line) for line in lines[:end]]
-    name, first = re.match(r"(\S+) - (.*)", text[0]).groups()
+    match = re.match(r"(\S+\.h) - (.*)", text[0])
+    if not match:
+        sys.exit(f"{sys.argv[1]}: does not begin with a comment `name.h - purpose.`")
+    name, first = match.groups()
     lines[end:] = [line.replace("the head of this file", f"the head of {name}")
                    for line in lines[end:]]
     prose = Prose([first[:1].upper() + first[1:]] + text[1:])
