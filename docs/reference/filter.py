@@ -55,6 +55,9 @@ COLLECTION = (
     "limits of the template. */ static xrchandle<{0}> createCapacity(unsigned n); }};"
 )
 
+# What is between these is not shown.
+CONDITION = re.compile(r"\s*/// @(cond|endcond)\b")
+
 TITLES = ("Threads", "Ownership", "Limits", "Cost")
 
 
@@ -231,7 +234,8 @@ def comment_before(lines, at):
         while first >= 0 and not re.match(r"\s*/\*", lines[first]):
             first -= 1
         return (first, last) if re.match(r"\s*/\*\*", lines[first]) else None
-    while first >= 0 and re.match(r"\s*///(?!<)", lines[first]):
+    while (first >= 0 and re.match(r"\s*///(?!<)", lines[first]) and
+           not CONDITION.match(lines[first])):
         first -= 1
     return (first + 1, last) if first < last else None
 
@@ -303,7 +307,7 @@ def share(lines, at):
     """From line `at` on, gives each comment to all declarations that it is about."""
     while at < len(lines):
         # A comment, and the statement below it.
-        if not re.match(r"\s*(///(?!<)|/\*\*(?!<))", lines[at]):
+        if not re.match(r"\s*(///(?!<)|/\*\*(?!<))", lines[at]) or CONDITION.match(lines[at]):
             at += 1
             continue
         first = at
@@ -314,12 +318,11 @@ def share(lines, at):
             if re.search(r"\*/\s*\S", lines[at - 1]):
                 continue
         else:
-            while at < len(lines) and re.match(r"\s*///(?!<)", lines[at]):
+            while (at < len(lines) and re.match(r"\s*///(?!<)", lines[at]) and
+                   not CONDITION.match(lines[at])):
                 at += 1
         text = [re.sub(r"^\s*(///|/\*\*| \*)\s?", "", line) for line in lines[first:at]]
         text[-1] = re.sub(r"\s*\*/$", "", text[-1])
-        if any("@cond" in line or "@endcond" in line for line in text):
-            continue
         text = Prose(text).markup()
         indent = re.match(r"\s*", lines[first]).group(0)
         lines[first:at] = comment(text, indent)
@@ -349,6 +352,20 @@ def share(lines, at):
             else:
                 break
             at = end + 1
+
+
+def reopen_std(lines):
+    """Puts specialisations of std::hash, which Doxygen finds no scope for, into its namespace."""
+    for at, line in enumerate(lines):
+        match = re.match(r"struct (?:VELSTD_API )?std::(hash<.*> \{.*)$", line)
+        if not match:
+            continue
+        above = comment_before(lines, at - 1)
+        first = above[0] if above else at - 1
+        end = statement_end(lines, at)
+        lines[first] = "/** The standard library's. */ namespace std { " + lines[first]
+        lines[at] = "struct " + match.group(1)
+        lines[end] += " }"
 
 
 def sections(lines):
@@ -386,6 +403,7 @@ def main():
     drop_foreign(lines)
     share(lines, end)
     sections(lines)
+    reopen_std(lines)
     stamp(lines, end)
     sys.stdout.write("\n".join(lines))
 

@@ -19,6 +19,7 @@
 #include "velcollectionof.h"
 #include "velexceptions.h"
 
+/// An array of elements of type E; write velArrayOf.
 template <class E, int... kSizes>
 class velArrayClass
     : public velObjectOf<velArrayClass<E, kSizes...>, xrttiarray, velVirtually<xobject>> {
@@ -26,9 +27,13 @@ class velArrayClass
   VEL_CHECK_ELEMENT(E);
 
  public:
+  /// Number of dimensions.
   static constexpr int kDimensions = static_cast<int>(sizeof...(kSizes));
 
+  /// Of elements that are 0, false or empty; with count 0, see create().
   velArrayClass() = default;
+  /// A new array of elements that are 0, false or empty, held by the handle alone.
+  /// Throws std::bad_alloc.
   static xrchandle<velArrayClass> create() { return new velArrayClass; }
 
   /// The element at one index per dimension, in its place.
@@ -40,6 +45,8 @@ class velArrayClass
     const int all[] = {clamped(static_cast<long long>(indices))...};
     return place(all);
   }
+  /// The element at `indices`, one per dimension, in its place. Throws as at(), with the
+  /// index as it is.
   E& place(const int* indices) {
     static constexpr int kAll[] = {kSizes...};
     std::size_t number = 0;
@@ -52,6 +59,7 @@ class velArrayClass
     return elements[number];
   }
 
+  /// The registered name.
   static std::string velTypeName(velNameTag<velArrayClass>) {
     return velElementName<E>::get() + (('[' + std::to_string(kSizes) + ']') + ...);
   }

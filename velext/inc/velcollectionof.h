@@ -36,17 +36,23 @@ VELSTD_API std::string velNameOfType(xrtti* type);
 /// about to be made.
 template <class E, class = void>
 struct velElementName {
+  /// The name. Throws as velNameOfType().
   static std::string get() { return velNameOfType(velMember<E>::type()); }
 };
+
+/// @cond internal
 template <class C>
 struct velElementName<xrchandle<C>, std::void_t<decltype(C::velTypeName(velNameTag<C>()))>> {
   static std::string get() { return C::velTypeName(velNameTag<C>()); }
 };
+/// @endcond
 
 /// Whether a class is kept by value; any other is one of objects, even while it is only
 /// declared, as a class is in its own definition.
 template <class T>
 struct velIsKeptByValue : std::false_type {};
+
+/// @cond internal
 template <>
 struct velIsKeptByValue<xstring> : std::true_type {};
 template <>
@@ -59,12 +65,14 @@ template <class C>
 struct velIsKeptByValue<xrcunihandle<C>> : std::true_type {};
 template <class T>
 struct velIsKeptByValue<std::optional<T>> : std::true_type {};
+/// @endcond
 
 /// What a collection of T keeps: a handle for an object, else the value.
 template <class T>
 using velKept = std::conditional_t<std::is_class<T>::value && !velIsKeptByValue<T>::value,
                                    xrchandle<T>, T>;
 
+/// @cond internal
 /// What the descriptor of sequence class C with elements of type E calls.
 template <class C, class E>
 struct velElementFunctions {
@@ -88,6 +96,7 @@ struct velElementFunctions {
 template <class E>
 using velSequenceBase =
     std::conditional_t<std::is_class<E>::value, xtcsequence<E>, xtssequence<E>>;
+/// @endcond
 
 /// A sequence of elements of type E.
 template <class E>
@@ -97,10 +106,16 @@ class velSequenceClass
   using Base = velObjectOf<velSequenceClass<E>, xrttisequence, velSequenceBase<E>>;
 
  public:
+  /// Empty, with room for `capacity` elements, and with count 0, see create(). Throws as
+  /// createCapacity().
   explicit velSequenceClass(unsigned capacity = 0) : Base(capacity) {}
+  /// A new, empty sequence, held by the handle alone. Throws std::bad_alloc.
   static xrchandle<velSequenceClass> create() { return new velSequenceClass; }
+  /// The same with room for `n` elements; `n` is taken as signed, below 1 reserves
+  /// nothing. Throws std::bad_alloc, and the size limit error.
   static xrchandle<velSequenceClass> createCapacity(unsigned n) { return new velSequenceClass(n); }
 
+  /// The registered name.
   static std::string velTypeName(velNameTag<velSequenceClass>) {
     return velElementName<E>::get() + "seq";
   }
@@ -120,6 +135,7 @@ class velSequenceClass
   }
 };
 
+/// @cond internal
 /// What the descriptor of dictionary class C with values of type E calls.
 template <class C, class E>
 struct velEntryFunctions {
@@ -153,6 +169,7 @@ struct velEntryFunctions {
 template <class E>
 using velDictionaryBase =
     std::conditional_t<std::is_class<E>::value, xtcdictionary<E>, xtsdictionary<E>>;
+/// @endcond
 
 /// A dictionary of values of type E.
 template <class E>
@@ -162,12 +179,18 @@ class velDictionaryClass
   using Base = velObjectOf<velDictionaryClass<E>, xrttidictionary, velDictionaryBase<E>>;
 
  public:
+  /// Empty, with a table for `capacity` entries, and with count 0, see create(). Throws
+  /// as createCapacity().
   explicit velDictionaryClass(int capacity = 0) : Base(capacity) {}
+  /// A new, empty dictionary, held by the handle alone. Throws std::bad_alloc.
   static xrchandle<velDictionaryClass> create() { return new velDictionaryClass; }
+  /// The same with a table for `n` entries; `n` is taken as signed, below 1 reserves
+  /// nothing. Throws std::bad_alloc, and the size limit error.
   static xrchandle<velDictionaryClass> createCapacity(unsigned n) {
     return new velDictionaryClass(static_cast<int>(n));
   }
 
+  /// The registered name.
   static std::string velTypeName(velNameTag<velDictionaryClass>) {
     return velElementName<E>::get() + "dict";
   }
@@ -188,6 +211,7 @@ class velDictionaryClass
   }
 };
 
+/// @cond internal
 /// Which class is the sequence, and the dictionary, of E.
 template <class E>
 struct velCollectionsOf {
@@ -214,9 +238,12 @@ struct velCollections {
   using Dictionary = velDictionaryClass<E>;
   using Element = E;
 };
+/// @endcond
 
+/// The sequence of values of type T, or of handles on objects of class T.
 template <class T>
 using velSequenceOf = typename velCollectionsOf<velKept<T>>::Sequence;
+/// The dictionary of values of type T, or of handles on objects of class T.
 template <class T>
 using velDictionaryOf = typename velCollectionsOf<velKept<T>>::Dictionary;
 

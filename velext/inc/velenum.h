@@ -25,17 +25,23 @@
 
 /// The name and the enumerators of an enumeration; literals.
 struct velEnumInfo {
+  /// The registered name of the type.
   const char* name;
+  /// Number of enumerators.
   int count;
+  /// Their names, in order.
   const char* const* names;
 };
 
 /// Whether E was made by VEL_ENUM.
 template <class E, class = void>
 struct velIsEnum : std::false_type {};
+
+/// @cond internal
 template <class E>
 struct velIsEnum<E, std::void_t<decltype(velDescribeEnum(std::declval<E>()))>>
     : std::is_enum<E> {};
+/// @endcond
 
 /// Makes and registers a descriptor; it lives for ever.
 VELSTD_API xrttienum* velMakeEnumRtti(const velEnumInfo& info);
@@ -55,6 +61,7 @@ std::enable_if_t<velIsEnum<E>::value, const char*> velName(E value) {
   return number >= 0 && number < info.count ? info.names[number] : nullptr;
 }
 
+/// @cond internal
 /// A number without a name is refused with velXNativeException "Integer out of range".
 template <class E>
 struct velValue<E, std::enable_if_t<velIsEnum<E>::value>> {
@@ -72,6 +79,7 @@ struct velValue<E, std::enable_if_t<velIsEnum<E>::value>> {
     return static_cast<E>(number);
   }
 };
+/// @endcond
 
 /// Whether the names are names alone: enumerators have the values 0, 1, 2...
 template <std::size_t N>
@@ -86,6 +94,7 @@ constexpr bool velAreNames(const char* const (&names)[N]) {
 
 /// Calls a function when the program is loaded.
 struct velRegistrar {
+  /// Calls `makeRtti`.
   template <class Function>
   explicit velRegistrar(Function* makeRtti) {
     makeRtti();
@@ -112,6 +121,9 @@ struct velRegistrar {
     return {TypeName, static_cast<int>(sizeof names / sizeof *names), names};        \
   }                                                                                  \
   inline const ::velRegistrar velRegistered##E{&::velEnumRtti<E>};
+
+/// @cond internal
 #define VEL_ENUM_NAME(name) #name,
+/// @endcond
 
 #endif  // VELSTD_VELEXT_VELENUM_H

@@ -23,6 +23,8 @@
 #include "korapi.h"
 #include "xany.h"
 
+/// Whether the values are equal, as the head of this file says. Throws what getters
+/// throw, and std::bad_alloc.
 VELSTD_API bool velEquals(const xany& a, const xany& b);
 
 /// Equal values have the same hash. Looks at three levels of objects, and at the first
@@ -47,8 +49,11 @@ xrchandle<C> velClone(const xrchandle<C>& object) {
 /// One difference: the place, as a path (velbyname.h), and what is there before and
 /// after; nothing where there is nothing.
 struct velDifference {
+  /// Where: the elements of `before` are counted, but for the last step of what comes.
   std::string path;
+  /// What is there before; nothing for what comes.
   std::optional<xany> before;
+  /// What is there after; nothing for what goes.
   std::optional<xany> after;
 };
 

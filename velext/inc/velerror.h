@@ -35,8 +35,10 @@ class VELSTD_API velError : public std::runtime_error {
  public:
   /// For an object (not null), of which it takes a reference.
   explicit velError(xthrowable* object);
+  /// These share the object.
   velError(const velError&) noexcept = default;
   velError& operator=(const velError&) = default;
+  /// Gives the reference on the object back.
   ~velError() override;
 
   /// The object that was thrown: borrowed, lives as long as this error.

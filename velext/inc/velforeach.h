@@ -9,12 +9,14 @@
 #ifndef VELSTD_VELEXT_VELFOREACH_H
 #define VELSTD_VELEXT_VELFOREACH_H
 
+/// M called with each of the arguments.
 #define VEL_FOR_EACH(M, ...) \
   VEL_AGAIN(VEL_EACH_START(M, __VA_ARGS__, ()()(), ()()(), ()()(), 0))
 /// The same for what follows the first of the arguments.
 #define VEL_FOR_EACH_BUT_FIRST(M, ...) \
   VEL_AGAIN(VEL_EACH_REST(M, __VA_ARGS__, ()()(), ()()(), ()()(), 0))
 
+/// @cond internal
 #define VEL_AGAIN0(...) __VA_ARGS__
 #define VEL_AGAIN1(...) VEL_AGAIN0(VEL_AGAIN0(VEL_AGAIN0(__VA_ARGS__)))
 #define VEL_AGAIN2(...) VEL_AGAIN1(VEL_AGAIN1(VEL_AGAIN1(__VA_ARGS__)))
@@ -35,9 +37,13 @@
 #define VEL_EACH_B(M, x, peek, ...) M(x) VEL_EACH_GO(peek, VEL_EACH_A)(M, peek, __VA_ARGS__)
 #define VEL_EACH_START(M, peek, ...) VEL_EACH_GO(peek, VEL_EACH_A)(M, peek, __VA_ARGS__)
 #define VEL_EACH_REST(M, first, peek, ...) VEL_EACH_GO(peek, VEL_EACH_A)(M, peek, __VA_ARGS__)
+/// @endcond
 
 /// The first of the arguments.
 #define VEL_FIRST(...) VEL_FIRST1(__VA_ARGS__, 0)
+
+/// @cond internal
 #define VEL_FIRST1(first, ...) first
+/// @endcond
 
 #endif  // VELSTD_VELEXT_VELFOREACH_H

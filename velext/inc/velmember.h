@@ -28,9 +28,12 @@
 /// Whether a member of type T can be an attribute, and how: as velAttributeType.
 template <class T, class = void>
 struct velMember {
+  /// Whether it can. With true, there are the members of velAttributeType: kOptional,
+  /// type(), read() and write().
   static constexpr bool kPossible = false;
 };
 
+/// @cond internal
 /// By the core's own rules.
 template <class T>
 struct velCoreMember : velAttributeType<T> {
@@ -136,12 +139,15 @@ struct velMember<std::optional<T>> {
     return Inner::write(value);
   }
 };
+/// @endcond
 
 /// Whether T is the type by which collections and arrays keep elements of its
 /// descriptor. Collections of any other would have the name of another class, and a cast
 /// by name would take one for the other.
 template <class T>
 struct velIsElement : velIsEnum<T> {};
+
+/// @cond internal
 template <>
 struct velIsElement<bool> : std::true_type {};
 template <>
@@ -161,5 +167,6 @@ struct velIsElement<xrcunihandle<xobject>> : std::true_type {};
   static_assert(velIsElement<E>::value,                                                  \
                 "elements are bool, int, double, xstring, xany, xrcunihandle<xobject>, " \
                 "enumerations of VEL_ENUM or classes of objects")
+/// @endcond
 
 #endif  // VELSTD_VELEXT_VELMEMBER_H

@@ -58,6 +58,8 @@ class velObjectOf : public velSelfOf<T>, public Bases... {
   static T* cast(xobject* p) { return velCast<T>(p); }
   /// Null for an object of another class.
   static T* softcast(xobject* p) { return velSoftcast<T>(p); }
+  /// This object as T or as xobject, after the name of `target`; null for any other class
+  /// and for null.
   void* dyndowncast(const xrttiobject* target) override {
     return velDyndowncast<T>(static_cast<T*>(this), target);
   }
@@ -70,6 +72,8 @@ class velObjectOf : public velSelfOf<T>, public Bases... {
 template <class T, class... Bases>
 class velStruct : public velObjectOf<T, xrttistruct, velVirtually<Bases>...> {
  protected:
+  /// Fills in the descriptor, as VEL_STRUCT does, with the Bases as parents. Throws as
+  /// velInitializeStruct.
   static void velInitialize(xrttistruct* rtti, const char* name, velS11nCreator creator,
                             std::initializer_list<velAttributeInfo> attributes) {
     xrttiobject* const parents[] = {Bases::getClassRtti()...};
@@ -77,9 +81,11 @@ class velStruct : public velObjectOf<T, xrttistruct, velVirtually<Bases>...> {
                         static_cast<int>(attributes.size()), attributes.begin());
   }
 };
+/// The base of a class T with VEL_STRUCT that has no other.
 template <class T>
 class velStruct<T> : public velObjectOf<T, xrttistruct, velVirtually<xobject>> {
  protected:
+  /// Fills in the descriptor, as VEL_STRUCT does. Throws as velInitializeStruct.
   static void velInitialize(xrttistruct* rtti, const char* name, velS11nCreator creator,
                             std::initializer_list<velAttributeInfo> attributes) {
     velInitializeStruct(rtti, name, creator, nullptr, attributes);
@@ -92,6 +98,7 @@ xrchandle<C> velNew(Arguments&&... arguments) {
   return xrchandle<C>(new C(std::forward<Arguments>(arguments)...));
 }
 
+/// @cond internal
 /// Getter, setter and descriptor of member `kMember` of C.
 template <class C, class Owner, class T, T Owner::*kMember>
 struct velMemberFunctions {
@@ -133,6 +140,7 @@ struct velGetterOf {
     return {name, nullptr, Type::type(), Type::kOptional, &get, kHasSetter ? &set : nullptr};
   }
 };
+/// @endcond
 
 /// For the name of a class C itself, not that of a class it derives from.
 template <class C>
@@ -149,7 +157,9 @@ xobject* velMake(velS11nContext*) {
 
 /// An attribute whose type is asked for when the class has its name.
 struct velNamedInfo {
+  /// The name of the attribute, a literal.
   const char* name;
+  /// Tells the rest.
   velAttributeInfo (*info)(const char* name);
 };
 
@@ -176,8 +186,10 @@ VELSTD_API void velInstallStruct(xrttistruct* rtti, const char* name, velS11nCre
 template <class C>
 class velDescription {
  public:
+  /// Of a type of that registered name, without attributes so far.
   explicit velDescription(const char* typeName) : name(typeName) {}
 
+  /// Adds a parent, the class Base.
   template <class Base>
   velDescription& base() {
     parents.push_back(&Base::getClassRtti);
@@ -219,6 +231,7 @@ class velDescription {
   std::vector<velNamedInfo> attributes;
 };
 
+/// @cond internal
 /// How an empty Self is made by name; null for a class without a default constructor.
 /// In the class, so that the constructor may be private.
 #define VEL_CREATOR_HERE                                                  \
@@ -234,6 +247,7 @@ class velDescription {
   static velS11nCreator velCreator(...) {                                 \
     return nullptr;                                                       \
   }
+/// @endcond
 
 /// Gives class C its descriptor. The first argument after C is the name of the type, the
 /// others are its members: none to a thousand (more do not compile; a velDescription has
@@ -282,11 +296,13 @@ class velDescription {
  public:                                                                  \
   static const char* velTypeName(::velNameTag<C>) { return VEL_FIRST(__VA_ARGS__); }
 
+/// @cond internal
 #define VEL_CHECK_BASE(C, base)                                                         \
   static_assert(std::is_base_of<velSelfOf<velSelf>, velSelf>::value,                    \
                 "'" #C "' must derive from " base "<" #C ", bases...>, not from a base itself");
 #define VEL_MEMBER_INFO_OF(name) \
   velMemberOf<velSelf, &velSelf::name>::info(#name, "_s11n_set" #name)
 #define VEL_MEMBER_INFO(name) VEL_MEMBER_INFO_OF(name),
+/// @endcond
 
 #endif  // VELSTD_VELEXT_VELSTRUCT_H

@@ -23,6 +23,7 @@
 
 /// The label of the branch for all labels that have none.
 struct velOtherwiseLabel {};
+/// The label of the branch for all labels that have none.
 inline constexpr velOtherwiseLabel velOtherwise{};
 
 /// Whether a discriminator may have that type.
@@ -39,14 +40,19 @@ struct velIsLabelOf
 
 /// One branch for velInitializeUnion.
 struct velBranchInfo {
+  /// The label; not looked at for velOtherwise.
   int label;
+  /// Whether it is the branch for all other labels.
   bool isOtherwise;
+  /// The part.
   velAttributeInfo attribute;
 };
+/// A branch with a label, of the type of the discriminator.
 template <class Label>
 velBranchInfo velBranch(std::common_type_t<Label> label, const velAttributeInfo& attribute) {
   return {static_cast<int>(label), false, attribute};
 }
+/// The branch for all other labels.
 template <class Label>
 velBranchInfo velBranch(velOtherwiseLabel, const velAttributeInfo& attribute) {
   return {0, true, attribute};
@@ -62,15 +68,19 @@ VELSTD_API void velInitializeUnion(xrttiunion* rtti, const char* name, velS11nCr
 template <class T, class... Bases>
 class velUnion : public velObjectOf<T, xrttiunion, velVirtually<Bases>...> {
  protected:
+  /// Fills in the descriptor, as VEL_UNION does, with the Bases as parents. Throws as
+  /// velInitializeUnion.
   static void velInitialize(xrttiunion* rtti, const char* name, velS11nCreator creator,
                             const velAttributeInfo& discriminator,
                             std::initializer_list<velBranchInfo> branches) {
     velInitializeUnion(rtti, name, creator, {Bases::getClassRtti()...}, discriminator, branches);
   }
 };
+/// The base of a class T with VEL_UNION that has no other.
 template <class T>
 class velUnion<T> : public velObjectOf<T, xrttiunion, velVirtually<xobject>> {
  protected:
+  /// Fills in the descriptor, as VEL_UNION does. Throws as velInitializeUnion.
   static void velInitialize(xrttiunion* rtti, const char* name, velS11nCreator creator,
                             const velAttributeInfo& discriminator,
                             std::initializer_list<velBranchInfo> branches) {
@@ -115,11 +125,13 @@ class velUnion<T> : public velObjectOf<T, xrttiunion, velVirtually<xobject>> {
  public:                                                                           \
   static const char* velTypeName(::velNameTag<C>) { return TypeName; }
 
+/// @cond internal
 #define VEL_CHECK_BRANCH(branch) VEL_CHECK_BRANCH1 branch
 #define VEL_CHECK_BRANCH1(label, name)                                              \
   static_assert(::velIsLabelOf<velLabel, std::decay_t<decltype(label)>>::value,     \
                 "the label '" #label "' is not of the type of the discriminator");
 #define VEL_BRANCH_INFO(branch) VEL_BRANCH_INFO1 branch
 #define VEL_BRANCH_INFO1(label, name) velBranch<velLabel>(label, VEL_MEMBER_INFO_OF(name)),
+/// @endcond
 
 #endif  // VELSTD_VELEXT_VELUNION_H

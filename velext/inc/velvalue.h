@@ -53,6 +53,7 @@ template <class T>
 xany velAny(const T& value) {
   return velValue<T>::in(value);
 }
+/// Text in UTF-8 as a value; nil for null. Throws as velText.
 inline xany velAny(const char* utf8) { return utf8 ? xany(velText(utf8)) : xany(xanyNil); }
 
 /// The value as a T, if it is one: bool, an integer type (from an int that it can
@@ -72,6 +73,7 @@ T velGetOr(const xany& value, T fallback) {
   std::optional<T> got = velGet<T>(value);
   return got ? *std::move(got) : std::move(fallback);
 }
+/// The value as text in UTF-8, or `fallback` (not null).
 inline std::string velGetOr(const xany& value, const char* fallback) {
   return velGetOr<std::string>(value, fallback);
 }
@@ -94,9 +96,10 @@ const char* velKindName() {
   }
 }
 
-/// As velPrint writes it with step 2. A template, so that nothing else becomes a value
-/// on the way.
+/// Writes a value as velPrint does with step 2.
 VELSTD_API void velWriteValue(std::ostream& out, const xany& value);
+/// Writes a value as velPrint does with step 2. A template, so that nothing else
+/// becomes a value on the way.
 template <class T>
 std::enable_if_t<std::is_same<T, xany>::value, std::ostream&> operator<<(std::ostream& out,
                                                                          const T& value) {
@@ -111,6 +114,7 @@ VELSTD_API std::string velToString(const xany& value, int step = 2);
 /// As xany compares: equal values have the same hash.
 template <>
 struct VELSTD_API std::hash<xany> {
+  /// The hash of a value.
   std::size_t operator()(const xany& value) const;
 };
 
@@ -122,9 +126,14 @@ struct VELSTD_API std::hash<xany> {
 /// say, which xany takes for `?`.
 VELSTD_API int velOrder(const xany& a, const xany& b);
 
+/// @cond internal
 template <class A, class B>
 using velIfValues =
     std::enable_if_t<std::is_same<A, xany>::value && std::is_same<B, xany>::value, bool>;
+/// @endcond
+
+/// These compare two values by velOrder; templates, so that nothing else becomes a
+/// value on the way.
 template <class A, class B>
 velIfValues<A, B> operator<(const A& a, const B& b) {
   return velOrder(a, b) < 0;
@@ -146,8 +155,13 @@ velIfValues<A, B> operator>=(const A& a, const B& b) {
 /// no std::string.
 VELSTD_API bool velIsText(const xany& value, std::string_view utf8);
 
+/// @cond internal
 template <class A, class B>
 using velIfValueAndStd = std::enable_if_t<std::is_same<A, xany>::value && velIsStdText<B>, bool>;
+/// @endcond
+
+/// These compare a value with a string of the standard library, in either order:
+/// velIsText().
 template <class A, class B>
 velIfValueAndStd<A, B> operator==(const A& a, const B& b) {
   return velIsText(a, b);
@@ -165,15 +179,18 @@ velIfValueAndStd<B, A> operator!=(const A& a, const B& b) {
   return !velIsText(b, a);
 }
 
-/// Handles by the object that they hold, as they compare.
+/// A handle hashes by the object that it holds, as handles compare.
 template <class C>
 struct std::hash<xrchandle<C>> {
+  /// The hash of the object's address.
   std::size_t operator()(const xrchandle<C>& handle) const {
     return std::hash<const void*>()(handle.operator->());
   }
 };
+/// A handle hashes by the object that it holds, as handles compare.
 template <class C>
 struct std::hash<xrcunihandle<C>> {
+  /// The hash of the object's address.
   std::size_t operator()(const xrcunihandle<C>& handle) const {
     return std::hash<const void*>()(handle.operator->());
   }
@@ -181,6 +198,7 @@ struct std::hash<xrcunihandle<C>> {
 
 // ---- the types -------------------------------------------------------------------
 
+/// @cond internal
 template <>
 struct velValue<bool> {
   static xany in(bool value) { return xany(value); }
@@ -285,6 +303,7 @@ template <class C>
 struct velValue<C*, std::enable_if_t<std::is_convertible<C*, xobject*>::value>> {
   static xany in(C* value) { return xany(velAsObject(value)); }
 };
+/// @endcond
 
 /// The object of a value as C, borrowed; null for any other value.
 template <class C>
@@ -294,6 +313,7 @@ C* velObject(const xany& value) {
   return object && !velIsUninit(object) ? dynamic_cast<C*>(object) : nullptr;
 }
 
+/// @cond internal
 template <class C>
 struct velValue<xrchandle<C>> {
   static xany in(const xrchandle<C>& value) { return xany(value); }
@@ -324,5 +344,6 @@ struct velValue<std::optional<T>> {
     return Outer(std::in_place, std::move(got));
   }
 };
+/// @endcond
 
 #endif  // VELSTD_VELEXT_VELVALUE_H

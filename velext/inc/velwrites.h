@@ -13,11 +13,15 @@
 /// What can be done with a collection of a class, by value; null where it cannot.
 /// All borrow the collection and throw velXTypeMismatch for a value of the wrong kind.
 struct velWrites {
+  /// Makes an empty collection.
   velS11nCreator create;
   /// Stores an element: an index of at least the size is the size, and appends.
   void (*setElement)(xobject* sequence, int index, const xany& value);
+  /// Removes element `index`.
   void (*removeElement)(xobject* sequence, int index);
+  /// Stores a value under `key`, replacing one that is there.
   void (*setEntry)(xobject* dictionary, const char* key, const xany& value);
+  /// Removes the entry of `key`; whether there was one.
   bool (*removeEntry)(xobject* dictionary, const char* key);
   /// One index per dimension. Throws velXInvalidArrayIndex.
   void (*setCell)(xobject* array, const int* indices, const xany& value);
