@@ -7,8 +7,8 @@ Doxygen runs this for each header (INPUT_FILTER). Lines keep their numbers, so t
 point at the header itself. What it changes:
 
 - The comment that opens a header becomes the documentation of the file.
-- A line that begins with "Throws", "Aborts", "Threads:", "Ownership:", "Limits:" or "Cost:" starts
-  a paragraph of that title. Indented blocks are shown as they stand.
+- A sentence that begins with "Throws", "Aborts", "Errors:", "Threads:", "Ownership:", "Limits:" or
+  "Cost:" starts a paragraph of that title. Indented blocks are shown as they stand.
 - A comment holds for what follows it without a blank line as long as these are overloads with
   parameters of the same names, or the wide twin of a narrow function; one that begins with
   "These" holds for everything up to the next blank line or comment.
@@ -47,7 +47,8 @@ ATTRIBUTE = (
 COLLECTION = (
     "/** {doc}See {base} for what it does. */ class {0} : public {1} {{ " + OBJECT + " public: "
     "/** Empty, with room for `entries`, and with count 0: a handle has to take it, as those of "
-    "create() and createCapacity() do. @errors Throws as createCapacity(). */ explicit {0}({2} entries = 0); "
+    "create() and createCapacity() do. @errors Throws as createCapacity(). */ "
+    "explicit {0}({2} entries = 0); "
     "/** A new, empty instance with nothing reserved, held by the handle alone. "
     "@errors Throws std::bad_alloc. */ static xrchandle<{0}> create(); "
     "/** The same with room for `n` {what}; `n` is taken as signed, below 1 reserves nothing. "
@@ -58,7 +59,7 @@ COLLECTION = (
 # What is between these is not shown.
 CONDITION = re.compile(r"\s*/// @(cond|endcond)\b")
 
-TITLES = ("Threads", "Ownership", "Limits", "Cost")
+TITLES = ("Threads", "Ownership", "Limits", "Cost", "Errors")
 
 
 def arguments(text):
@@ -119,17 +120,27 @@ class Prose:
             place = r"([.;] )" if first else r"(^|[.;] )"
             line = re.sub(place + r"(Throws\b|Aborts?\b|Throw (?=std|vel|as |what ))",
                           r"\1@errors \2", line, count=1)
-        for word in TITLES:
-            if line.startswith(word + ": "):
-                text = line[len(word) + 2:]
-                line = f"@{word.lower()} {text[:1].upper()}{text[1:]}"
-        return line
+        return re.sub(rf"(^|[.] )({'|'.join(TITLES)}): (.)",
+                      lambda m: f"{m.group(1)}@{m.group(2).lower()} {m.group(3).upper()}", line)
+
+    def dedented(self, blocks):
+        """The lines, with each block moved to the left."""
+        lines, at = list(self.lines), 0
+        while at < len(lines):
+            end = at
+            while end < len(lines) and blocks[end]:
+                end += 1
+            margin = min((len(line) - len(line.lstrip()) for line in lines[at:end] if line),
+                         default=0)
+            lines[at:end] = [line[margin:] for line in lines[at:end]]
+            at = end + 1
+        return lines
 
     def markup(self):
         blocks = self.blocks()
         errors = False
         result = []
-        for at, line in enumerate(self.lines):
+        for at, line in enumerate(self.dedented(blocks)):
             if not blocks[at]:
                 if not line or line.startswith("@"):
                     errors = False
@@ -276,9 +287,14 @@ def drop_foreign(lines):
                 lines[at] = ""
         elif code.endswith("= delete;") and "[]" not in code:
             lines[at] = ""
-        elif re.match(r"(class|struct) \w+;$", code) and not comment_before(lines, at):
-            # What is only named has its comment where it is defined.
-            drop(lines, at - lines[at - 1].strip().startswith("template <"), at)
+        elif re.match(r"(class|struct) \w+;$", code):
+            first = at - lines[at - 1].strip().startswith("template <")
+            if comment_before(lines, first):
+                # A template of which there are only specialisations.
+                lines[at] = line.replace(";", " {};")
+            else:
+                # What is only named has its comment where it is defined.
+                drop(lines, first, at)
 
 
 def is_shared_friend(lines, at):
@@ -300,7 +316,8 @@ def signature(lines, first, last):
         end += 1
     names = [re.sub(r"\s*=.*", "", given) for given in arguments(code[match.end():end - 1])]
     # The wide twin of korStringFind is korWStringFind.
-    return match.group(1).replace("WString", "String"), [re.sub(r"^.*\W", "", name) for name in names]
+    return (match.group(1).replace("WString", "String"),
+            [re.sub(r"^.*\W", "", name) for name in names])
 
 
 def share(lines, at):
@@ -375,7 +392,9 @@ def sections(lines):
         match = re.match(r"/\* -{4,} (.*?) -{4,}( \*/)?$", lines[at])
         if match:
             title = match.group(1)
-            lines[at] = ("/** @} */ " if opened else "") + f"/** @name {title[0].upper()}{title[1:]}"
+            lines[at] = f"/** @name {title[0].upper()}{title[1:]}"
+            if opened:
+                lines[at] = "/** @} */ " + lines[at]
             if match.group(2):
                 lines[at] += " */"
             while not lines[at].endswith("*/"):
