@@ -20,15 +20,27 @@
 struct velPart {
   std::string name;  ///< of an attribute, or the key of an entry, as narrow bytes
   int index = -1;    ///< of an element, row by row in an array; -1 for named parts
+  /// The value, with a reference of its own.
   xany value;
 };
 
 /// What an object is made of.
-enum class velShape { kStruct, kUnion, kSequence, kDictionary, kArray, kOpaque };
+enum class velShape {
+  kStruct,      ///< attributes
+  kUnion,       ///< a discriminator and a branch
+  kSequence,    ///< elements
+  kDictionary,  ///< entries
+  kArray,       ///< elements, of dimensions
+  kOpaque       ///< nothing that a descriptor tells
+};
 
+/// The parts of an object.
 struct velParts {
+  /// What the object is made of.
   velShape shape = velShape::kOpaque;
+  /// The descriptor of its class (borrowed for ever).
   xrttiobject* type = nullptr;
+  /// The parts, in order.
   std::vector<velPart> list;
 };
 

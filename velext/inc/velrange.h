@@ -37,11 +37,12 @@
 #include "velvalue.h"
 #include "xcollections.h"
 
-/// Number of elements, or of entries (not of slots).
+/// Number of elements.
 template <class T>
 int velCount(xtbsequence<T>& sequence) {
   return sequence.getarraysize();
 }
+/// Number of entries, not of slots.
 template <class T>
 int velCount(xtbdictionary<T>& dictionary) {
   return dictionary.getcount();
@@ -80,24 +81,29 @@ auto velFind(const xrchandle<C>& dictionary, const Key& key) -> decltype(velFind
 template <class T>
 class velElements {
  public:
+  /// These are what std::iterator_traits asks for.
   using iterator_category = std::random_access_iterator_tag;
   using value_type = T;
   using difference_type = std::ptrdiff_t;
   using pointer = T*;
   using reference = T&;
 
+  /// In no sequence; good for assignment only.
   velElements() = default;
+  /// At element `at` of `over` (borrowed), from 0.
   explicit velElements(xtbsequence<T>& over, difference_type at = 0) : sequence(&over), index(at) {}
 
   /// The end, wherever it is by the time that somebody asks.
   static constexpr difference_type kEnd = INT_MAX;
 
-  /// The element in its place; until the sequence changes.
-  /// Throws velXInvalidSeqIndex past the end.
+  /// These give the element in its place; until the sequence changes. Throw
+  /// velXInvalidSeqIndex past the end.
   T& operator*() const { return (*sequence)[static_cast<int>(index)]; }
   T* operator->() const { return &**this; }
   T& operator[](difference_type n) const { return *(*this + n); }
 
+  /// These move the place by a number of elements; behind the end is the end. What moves
+  /// by one and stands on the left gives the new place, on the right the old one.
   velElements& operator+=(difference_type n) {
     index = place() + n;
     return *this;
@@ -118,17 +124,20 @@ class velElements {
     --*this;
     return before;
   }
+  /// These give a place so many elements further on, or back.
   friend velElements operator+(velElements at, difference_type n) { return at += n; }
   friend velElements operator+(difference_type n, velElements at) { return at += n; }
   friend velElements operator-(velElements at, difference_type n) { return at -= n; }
+  /// The number of elements between two places of one sequence.
   friend difference_type operator-(const velElements& a, const velElements& b) {
     return a.place() - b.place();
   }
-  // The same place, or both behind the end.
+  /// These tell whether two places of one sequence are the same, or both behind the end.
   friend bool operator==(const velElements& a, const velElements& b) {
     return a.index == b.index || std::min(a.index, b.index) >= a.size();
   }
   friend bool operator!=(const velElements& a, const velElements& b) { return !(a == b); }
+  /// These compare two places of one sequence by their order.
   friend bool operator<(const velElements& a, const velElements& b) { return a - b < 0; }
   friend bool operator>(const velElements& a, const velElements& b) { return a - b > 0; }
   friend bool operator<=(const velElements& a, const velElements& b) { return a - b <= 0; }
@@ -143,16 +152,19 @@ class velElements {
   difference_type index = 0;
 };
 
+/// The first element.
 template <class T>
 velElements<T> begin(xtbsequence<T>& sequence) {
   return velElements<T>(sequence);
 }
+/// The end, wherever it is by the time that the loop asks.
 template <class T>
 velElements<T> end(xtbsequence<T>& sequence) {
   return velElements<T>(sequence, velElements<T>::kEnd);
 }
 
-/// A loop over what a handle holds keeps it alive: for (int n : makeNumbers()).
+/// These are for loops over what a handle holds, which keep it alive: for (int n :
+/// makeNumbers()).
 template <class C>
 auto begin(const xrchandle<C>& collection) -> decltype(begin(*collection)) {
   return begin(*collection);
@@ -164,9 +176,12 @@ auto end(const xrchandle<C>& collection) -> decltype(end(*collection)) {
 
 // ---- loops over dictionaries ----------------------------------------------------------
 
+/// A copy of an entry.
 template <class T>
 struct velEntry {
+  /// The key.
   xstring key;
+  /// The value.
   T value;
 };
 
@@ -174,17 +189,22 @@ struct velEntry {
 template <class T>
 class velEntries {
  public:
+  /// These are what std::iterator_traits asks for.
   using iterator_category = std::input_iterator_tag;
   using value_type = velEntry<T>;
   using difference_type = std::ptrdiff_t;
   using pointer = const velEntry<T>*;
   using reference = const velEntry<T>&;
 
+  /// The end of every dictionary.
   velEntries() = default;  // the end
+  /// At the first entry of `over` (borrowed).
   explicit velEntries(xtbdictionary<T>& over) : dictionary(&over) { find(); }
-  /// A copy of the entry; until the next step.
+  /// These give a copy of the entry; until the next step.
   const velEntry<T>& operator*() const { return entry; }
   const velEntry<T>* operator->() const { return &entry; }
+  /// These go to the next entry. On the left they give the new place, on the right the
+  /// old one.
   velEntries& operator++() {
     ++slot;
     find();
@@ -195,6 +215,7 @@ class velEntries {
     ++*this;
     return before;
   }
+  /// These tell whether two places of one dictionary are the same.
   friend bool operator==(const velEntries& a, const velEntries& b) {
     return a.isAtEnd() ? b.isAtEnd() : !b.isAtEnd() && a.slot == b.slot;
   }
@@ -218,10 +239,12 @@ class velEntries {
   int slots = 0;
 };
 
+/// The first entry in the order of the slots.
 template <class T>
 velEntries<T> begin(xtbdictionary<T>& dictionary) {
   return velEntries<T>(dictionary);
 }
+/// The end.
 template <class T>
 velEntries<T> end(xtbdictionary<T>&) {
   return {};
@@ -296,7 +319,7 @@ std::map<std::string, T> velToMap(xtbdictionary<T>& dictionary) {
   return velToMap<T, T>(dictionary);
 }
 
-/// The same for what a handle holds, which must not be null.
+/// These are the same for what a handle holds, which must not be null.
 template <class C>
 auto velCount(const xrchandle<C>& collection) -> decltype(velCount(*collection)) {
   return velCount(*collection);
@@ -325,6 +348,8 @@ std::map<std::string, U> velToMap(const xrchandle<C>& collection) {
 /// Which collections keep values of type T.
 template <class T>
 struct velCollections;
+
+/// @cond internal
 template <>
 struct velCollections<bool> {
   using Sequence = xboolsequence;
@@ -361,6 +386,7 @@ struct velCollections<xany> {
   using Dictionary = xanydictionary;
   using Element = xany;
 };
+/// @endcond
 
 /// A new sequence of the values: velSequence(vector), velSequence<int>({1, 2, 3}).
 /// Throws as velText.
@@ -387,6 +413,7 @@ auto velDictionaryFrom(const Map& entries) {
   }
   return made;
 }
+/// These make a new dictionary of the entries of a map. Throw as velDictionaryFrom().
 template <class T>
 auto velDictionary(const std::map<std::string, T>& entries) {
   return velDictionaryFrom(entries);

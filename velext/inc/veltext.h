@@ -76,6 +76,7 @@ inline std::string velKeyUtf8(const xstring& key) {
 /// Allocates for what is not ASCII.
 VELSTD_API int velOrder(const xstring& a, const xstring& b);
 
+/// @cond internal
 /// Whether one of both is an xstring and the other one, too, or narrow text.
 template <class A>
 inline constexpr bool velIsXstring = std::is_base_of<xstring, A>::value;
@@ -86,6 +87,10 @@ template <class A, class B>
 using velIfOrdered = std::enable_if_t<(velIsXstring<A> && (velIsXstring<B> || velIsNarrowText<B>)) ||
                                           (velIsNarrowText<A> && velIsXstring<B>),
                                       bool>;
+/// @endcond
+
+/// These compare by velOrder() an xstring with another or with narrow text, in either
+/// order. Throw std::bad_alloc.
 template <class A, class B>
 velIfOrdered<A, B> operator<(const A& a, const B& b) {
   return velOrder(a, b) < 0;
@@ -106,13 +111,18 @@ velIfOrdered<A, B> operator>=(const A& a, const B& b) {
 /// Whether the string, not null, is this UTF-8 text.
 VELSTD_API bool velIsText(const xstring& text, std::string_view utf8);
 
-/// Comparison with the standard library's strings, as UTF-8. Templates on both sides:
-/// nothing is converted on the way, and literals keep the comparison that they have.
+/// @cond internal
+/// Whether A is a string of the standard library.
 template <class A>
 inline constexpr bool velIsStdText =
     std::is_same<A, std::string>::value || std::is_same<A, std::string_view>::value;
 template <class A, class B>
 using velIfTextAndStd = std::enable_if_t<velIsXstring<A> && velIsStdText<B>, bool>;
+/// @endcond
+
+/// These compare a string with one of the standard library, as UTF-8, in either order.
+/// Templates on both sides: nothing is converted on the way, and literals keep the
+/// comparison that they have.
 template <class A, class B>
 velIfTextAndStd<A, B> operator==(const A& a, const B& b) {
   return velIsText(a, b);
@@ -141,8 +151,8 @@ std::enable_if_t<std::is_same<A, xstring>::value && velIsStdText<B>, xstring&> o
   return velAppend(text, velText(part));
 }
 
-/// A new string of an xstring and another, narrow or wide text, or a string of the
-/// standard library (as UTF-8), in either order.
+/// @cond internal
+/// What can be joined with an xstring.
 template <class A>
 inline constexpr bool velIsWideText = std::is_same<std::decay_t<A>, const wchar_t*>::value ||
                                       std::is_same<std::decay_t<A>, wchar_t*>::value;
@@ -157,6 +167,10 @@ xstring velAsText(const A& text) {
     return text;
   }
 }
+/// @endcond
+
+/// A new string of an xstring and another, narrow or wide text, or a string of the
+/// standard library (as UTF-8), in either order. Throws as velText.
 template <class A, class B>
 std::enable_if_t<(velIsXstring<A> && velIsAnyText<B>) || (velIsAnyText<A> && velIsXstring<B>),
                  xstring>
@@ -170,8 +184,10 @@ operator+(const A& a, const B& b) {
 /// stays the same.
 VELSTD_API std::size_t velHashOfText(const xstring& text);
 
+/// For containers with hashed strings.
 template <>
 struct std::hash<xstring> {
+  /// velHashOfText().
   std::size_t operator()(const xstring& text) const { return velHashOfText(text); }
 };
 

@@ -56,6 +56,7 @@
 #include "velobject.h"
 #include "xany.h"
 
+/// How text is written and read.
 struct velJsonOptions {
   /// Blanks by which each level is indented, with a line for each value; below 0,
   /// everything stands on one line without blanks.
