@@ -64,6 +64,8 @@ std::optional<T> velFind(xtbdictionary<T>& dictionary, std::string_view utf8) {
   const std::optional<std::string> narrow = velNarrowIfText(utf8);
   return narrow ? velFind(dictionary, narrow->c_str()) : std::nullopt;
 }
+/// The same of a string; one with something in it that is no character is sought by the
+/// bytes of its narrow form. Throws velXNull for the null string.
 template <class T>
 std::optional<T> velFind(xtbdictionary<T>& dictionary, const xstring& key) {
   const std::optional<std::string> utf8 = velUtf8IfText(key);

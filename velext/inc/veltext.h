@@ -39,6 +39,7 @@ inline xstring velText(std::u8string_view utf8) {
 /// Throws velXNativeException "Zero byte in text at byte 7" if there is one.
 VELSTD_API void velRefuseZeroByte(std::string_view text);
 
+/// Whether all of these bytes are ASCII.
 VELSTD_API bool velIsAscii(std::string_view bytes);
 
 /// Whether these bytes are UTF-8 as Unicode has it.
