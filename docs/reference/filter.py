@@ -13,10 +13,12 @@ point at the header itself. What it changes:
   parameters of the same names, or the wide twin of a narrow function; one that begins with
   "These" holds for everything up to the next blank line or comment.
 - The macros that stamp members into classes are replaced by what they declare.
+- Pages are shown with links to headings by the names that these have elsewhere.
 - What is no part of the interface goes: macros that the header itself undefines, friends, exported
   instantiations, classes that are only named, deleted functions.
 """
 
+import pathlib
 import re
 import sys
 
@@ -408,13 +410,40 @@ def sections(lines):
         at += 1
 
 
+def page(text, stem):
+    """A page of Markdown, with what Doxygen reads otherwise than others do."""
+    # It loses a link whose text goes over the end of a line.
+    text = re.sub(r"\[[^\]\n]*\n[^\]\n]*\]\(", lambda link: link.group(0).replace("\n", " "), text)
+    lines, is_code = text.split("\n"), False
+    for at, line in enumerate(lines):
+        if re.match(r" *```", line):
+            is_code = not is_code
+        if is_code:
+            continue
+        # Headings have the names that links to them say, each page its own.
+        heading = re.match(r"##+ (.*)", line)
+        if heading:
+            words = re.sub(r"[^\w\- ]", "", heading.group(1).lower()).replace(" ", "-")
+            line += f" {{#{stem}-{words}}}"
+        pieces = re.split(r"(`[^`]*`)", line)
+        for place in range(0, len(pieces), 2):
+            # A backslash before a letter is one, no command.
+            piece = re.sub(r"\\(?=[a-zA-Z])", r"\\\\", pieces[place])
+            piece = re.sub(r"\]\(#", f"](#{stem}-", piece)
+            pieces[place] = re.sub(r"\]\((?:[\w/.]*/)?(\w+)\.md#", r"](#\1-", piece)
+        for place in range(1, len(pieces), 2):
+            # An apostrophe would end the code, and what comes then would be no code.
+            if re.search(r"['\\]", pieces[place]):
+                pieces[place] = f"`{pieces[place]}`"
+        lines[at] = "".join(pieces)
+    return "\n".join(lines)
+
+
 def main():
     with open(sys.argv[1], encoding="utf-8") as file:
         text = file.read()
     if sys.argv[1].endswith(".md"):
-        # Doxygen loses a link whose text goes over the end of a line.
-        sys.stdout.write(re.sub(r"\[[^\]\n]*\n[^\]\n]*\]\(",
-                                lambda link: link.group(0).replace("\n", " "), text))
+        sys.stdout.write(page(text, pathlib.Path(sys.argv[1]).stem))
         return
     lines = text.split("\n")
     end = opening(lines)
