@@ -201,6 +201,7 @@ TEST(ComingFrom, Q22_Ownership) {
 TEST(ComingFrom, Q24_Printing) {
   const xany a = velAny(Color::green);
   std::ostringstream out;
+  out.imbue(std::locale::classic());
   out << a;
   EXPECT_EQ(out.str(), "green");
   velPrint(a, out, 2);
@@ -533,6 +534,7 @@ TEST(ComingFrom, N24_Schema) {
 TEST(ComingFrom, N25_Streams) {
   const xany j = velFromJson("[1]");
   std::ostringstream out;
+  out.imbue(std::locale::classic());
   out << velToJson(j);
   EXPECT_EQ(out.str(), "[1]");
 }

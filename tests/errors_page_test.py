@@ -34,7 +34,7 @@ PASSING = {"Refuse", "refuse", "fail", "velThrowJson", "ParkNative", "takeOperan
 TEXTLESS = {"UsageError", "Failure", "BadDocument", "velError", "velTraverseXStop", "bad_alloc",
             "Missing", "Held"}
 # Texts that are not made here: of other exceptions and of the system.
-FOREIGN = {"text", "path", "dlerror()", "std::strerror(errno)", "message(error.what())",
+FOREIGN = {"Hint(argc>1?argv[1]:nullptr)", "text", "path", "dlerror()", "std::strerror(errno)", "message(error.what())",
            "velSummary(caught)", "velUtf8(exception->getDescription())",
            "place(error.id==kNumberOverflow?token:wrong)", "HelpText()"}
 # Printed, but no error.

@@ -18,14 +18,23 @@
 
 namespace {
 
-// What the two functions below refuse.
+// What the functions below refuse, and what they have given and not got back.
 bool hasNoMemory = false;
+int blocks = 0;
 bool hasNoRandomNumbers = false;
 
 }  // namespace
 
 // In place of those that the index would call.
-void* korAlloc(std::size_t size) { return hasNoMemory ? nullptr : std::malloc(size); }
+void* korAlloc(std::size_t size) {
+  void* const block = hasNoMemory ? nullptr : std::malloc(size);
+  blocks += block != nullptr;
+  return block;
+}
+void korFree(void* block) {
+  blocks -= block != nullptr;
+  std::free(block);
+}
 ssize_t getrandom(void* buffer, size_t length, unsigned flags) {
   if (hasNoRandomNumbers) {
     errno = EAGAIN;
@@ -128,7 +137,9 @@ INSTANTIATE_TEST_SUITE_P(, VelDictIndexFilling,
                                          Filling{1024, 60, 39}, Filling{1024, 98, 1},
                                          Filling{1024, 97, 0}, Filling{4096, 99, 1},
                                          Filling{4096, 100, 0}, Filling{8192, 50, 50},
-                                         Filling{8192, 0, 0}, Filling{8192, 99, 0}),
+                                         Filling{8192, 0, 0}, Filling{8192, 99, 0},
+                                         // Sets of three levels.
+                                         Filling{131072, 60, 39}),
                          [](const auto& each) {
                            const Filling f = each.param;
                            return std::to_string(f.size) + "_" + std::to_string(f.live) + "_" +
@@ -184,6 +195,18 @@ TEST(VelDictIndex, ProbesWithoutMemoryForItsSets) {
     hasNoMemory = false;
     EXPECT_TRUE(table.FindsAll());
   }
+}
+
+TEST(VelDictIndex, GivesBackAllThatItTook) {
+  const int before = blocks;
+  {
+    Table table(1024, 97, 2, 1);
+    for (std::uint32_t start = 0; start < 1024; ++start) {
+      for (const std::uint32_t step : {1U, 3U, 0xFFFFFFFFU}) table.index->slotToFill(start, step);
+    }
+    EXPECT_GT(blocks, before + 4) << "sets have been made";
+  }
+  EXPECT_EQ(blocks, before);
 }
 
 TEST(VelDictIndex, FindsAllWithoutTheRandomNumbersOfTheSystem) {

@@ -27,6 +27,7 @@ using Object = xrcunihandle<xobject>;
 
 std::string Told(const xany& before, const xany& after) {
   std::ostringstream out;
+  out.imbue(std::locale::classic());
   for (const velDifference& one : velDiff(before, after)) out << one << '\n';
   return out.str();
 }

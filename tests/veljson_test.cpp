@@ -42,6 +42,7 @@ using PointSeq = velSequenceOf<Point>;
 
 TEST(Manual, TheFirstLinesDoWhatTheySay) {
   std::ostringstream out;
+  out.imbue(std::locale::classic());
   const auto use = [&](int n) { out << n << '\n'; };
   const auto prices = xrealdictionary::create();
   prices->set("tea", 2.5);

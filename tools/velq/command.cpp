@@ -99,6 +99,7 @@ void loadLibraries(Arguments& arguments) {
     constexpr int kMode = RTLD_NOW | RTLD_GLOBAL | RTLD_NODELETE;
     const bool isHere = library.find('/') == std::string::npos && access(library.c_str(), F_OK) == 0;
     const std::string path = isHere ? "./" + library : library;
+    // cppcheck-suppress leakReturnValNotUsed
     if (!dlopen(path.c_str(), kMode)) throw Failure(dlerror());
   }
 }
