@@ -5,10 +5,12 @@ folder what its files may include.
 The table is the one under the heading "The folders"; its first column names folders, its second
 those that their files may include besides their own. "for FILE" behind a folder allows it to that
 file alone. Headers in "private" are not installed: files outside the core must not include them.
-Usage: layers_test.py ROOT
+Given the JSON library, too, none of the symbols that it exports may name the parser.
+Usage: layers_test.py ROOT [NM LIBRARY]
 """
 import pathlib
 import re
+import subprocess
 import sys
 
 HEADING = "## The folders"
@@ -68,6 +70,14 @@ def check(files, rules, private):
     return wrong, seen
 
 
+def exported_of_the_parser(nm, library):
+    shown = subprocess.run([nm, "-D", "-C", "--defined-only", library], check=True, text=True,
+                           capture_output=True).stdout.splitlines()
+    if not any("velToJson" in line for line in shown):
+        return [f"{library}: no velToJson"]
+    return [f"{library}: {line}" for line in shown if PARSER.rstrip("/") in line]
+
+
 def check_self():
     rules = rules_of("## The folders\n| `a`, `b` | x | `c`, `d` for `one.cpp` |\n| `c` | y | |\n"
                      "| `d` | z | |\n## Next\n| `e` | x | |\n")
@@ -82,7 +92,7 @@ def check_self():
     assert check(paths, rules, ["c.h"])[0]
 
 
-def main(root):
+def main(root, *json_library):
     check_self()
     root = pathlib.Path(root)
     rules = rules_of((root / "docs/design.md").read_text(encoding="utf-8"))
@@ -92,9 +102,11 @@ def main(root):
              for folder in (*CORE, "velext", "veljson", "tools")
              for path in sorted((root / folder).rglob("*")) if path.suffix in (".h", ".cpp", ".c")}
     wrong, seen = check(files, rules, private)
+    if json_library:
+        wrong += exported_of_the_parser(*json_library)
     print("\n".join(wrong) or f"{seen} includes keep to the table")
     return 1 if wrong else 0
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1]))
+    sys.exit(main(*sys.argv[1:]))

@@ -1,1 +1,0 @@
-// The middle layer.

@@ -1,1 +1,0 @@
-#include <nlohmann/json.hpp>
