@@ -114,7 +114,7 @@ def sample_options():
 
 
 def refuses(text):
-    """Whether velq and Python both refuse a text."""
+    """Whether velq refuses a text."""
     source = SCRATCH / "json_tools.json"
     source.write_bytes(text.encode("utf-8"))
     told = run(VELQ, "print", source)

@@ -28,20 +28,27 @@ def run(command, **options):
     return done.stdout
 
 
-def check(program, library_dir):
+def check(program, library_dir, expected=None):
     """Runs it and compares what it prints with the file of the same name."""
-    stem = program.name.rstrip("0123456789")
+    expected = expected or EXAMPLES / (program.name.rstrip("0123456789") + ".expected")
     environment = dict(os.environ)
     if library_dir:
         environment["LD_LIBRARY_PATH"] = str(library_dir)
     printed = subprocess.run([program], env=environment, check=True, stdout=subprocess.PIPE).stdout
-    if printed != (EXAMPLES / f"{stem}.expected").read_bytes():
+    if printed != expected.read_bytes():
         sys.exit(f"{program} prints:\n{printed.decode(errors='replace')}")
 
 
 def by_cmake(scratch, compilers, way, arguments, library_dir):
     c, cxx = compilers
     build = scratch / f"{way}-{cxx}"
+    if way == "find_package":
+        tutorial = scratch / f"tutorial-{cxx}"
+        run(["cmake", "-S", EXAMPLES / "orders", "-B", tutorial, "-G", "Ninja",
+             f"-DCMAKE_C_COMPILER={c}", f"-DCMAKE_CXX_COMPILER={cxx}", *arguments])
+        run(["cmake", "--build", tutorial])
+        for name in ("main", "client"):
+            check(tutorial / f"orders_{name}", library_dir, EXAMPLES / "orders" / f"{name}.expected")
     run(["cmake", "-S", ROOT / "tests/quickstart", "-B", build, "-G", "Ninja",
          f"-DCMAKE_C_COMPILER={c}", f"-DCMAKE_CXX_COMPILER={cxx}", f"-DWAY={way}",
          f"-DVELSTD={ROOT}", *arguments])

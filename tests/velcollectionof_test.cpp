@@ -167,6 +167,17 @@ TEST(VelCollectionOf, IsMadeAndWrittenByName) {
   EXPECT_EQ(velGet<Color>(velGetPath(velAny(colors), "/sky")), Color::green);
 }
 
+// As the manual says: known when the program is loaded.
+class Early2 : public velStruct<Early2> {
+ public:
+  VEL_STRUCT(Early2, "collections::Early2")
+};
+const velRegistrar known{&velSequenceOf<Early2>::getClassRtti};
+
+TEST(VelCollectionOf, IsKnownFromTheStartIfItIsTold) {
+  EXPECT_NE(velRttiGetFromMap("collections::Early2seq"), nullptr);
+}
+
 TEST(VelCollectionOf, IsMadeByDeserializers) {
   for (const char* name : {"collections::Pointseq", "collections::Pointdict"}) {
     EXPECT_NE(velCreate(name), nullptr);  // registers it, if nothing else has

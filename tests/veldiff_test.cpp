@@ -69,6 +69,21 @@ TEST(VelDiff, TellsAttributesByPath) {
   EXPECT_EQ(all[1].path, "/extra");
 }
 
+TEST(VelDiff, ShowsWhatIsDifferentInOneLine) {
+  EXPECT_EQ(Told(velAny(0.1 + 0.2), velAny(0.3)),
+            " : 0.30000000000000004 -> 0.29999999999999999\n");
+  EXPECT_EQ(Told(velAny("a\nb"), velAny("a\rb")), " : \"a\\nb\" -> \"a\\rb\"\n");
+}
+
+// In the locale of every program's start, what it lacks reads as "?" in the narrow form.
+TEST(VelDiff, TellsLettersThatTheLocaleLacks) {
+  const auto of = [](const char* utf8) {
+    return velAny(velDictionary(std::map<std::string, std::string>{{"k", utf8}}));
+  };
+  EXPECT_EQ(velDiff(of("a?"), of("a\xC3\xA9")).size(), 1U);
+  EXPECT_EQ(velDiff(of("a\xC3\xA9"), of("a?")).size(), 1U);
+}
+
 TEST(VelDiff, TellsEntriesInTheOrderOfTheirKeys) {
   EXPECT_EQ(Told(Entries({{"a", 1}, {"b", 2}, {"d", 4}}), Entries({{"a", 1}, {"b", 3}, {"c", 5}})),
             "/b : 2 -> 3\n/c : (nothing) -> 5\n/d : 4 -> (nothing)\n");

@@ -269,8 +269,8 @@ VEL_OBJECT_RTTI(Everyday, xrttistruct, [](xrttistruct* rtti) {
                     [](xobject* o) { return xany(double{velView<Everyday>(o)->share}); }),
       new xrttiattr("rank", velGetRtti_int(), 1,
                     [](xobject* o) {
-                      const auto& rank = velView<Everyday>(o)->rank;
-                      return rank ? xany(*rank) : xany(xanyNil);
+                      const auto& held = velView<Everyday>(o)->rank;
+                      return held ? xany(*held) : xany(xanyNil);
                     }),
   };
   const auto setter = [rtti](const char* key, velS11nSetter set) {
@@ -297,11 +297,11 @@ VEL_OBJECT_RTTI(Everyday, xrttistruct, [](xrttistruct* rtti) {
     if (!IsNothing(value) && value.getkind() != xanyInt) {
       velThrowValueMismatch(velGetRtti_int(), value);
     }
-    auto& rank = velView<Everyday>(o)->rank;
+    auto& held = velView<Everyday>(o)->rank;
     if (IsNothing(value)) {
-      rank.reset();
+      held.reset();
     } else {
-      rank = value.operator int();
+      held = value.operator int();
     }
   });
   rtti->initializeRttiStruct("hand::Everyday", 1, 0, nullptr, 5, attrs);

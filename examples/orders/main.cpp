@@ -1,6 +1,7 @@
 // The tutorial in C++: one step after the other, each with what it prints.
 #include <veljson.h>
 
+#include <clocale>
 #include <iostream>
 
 #include "orders.h"

@@ -25,9 +25,9 @@ def test_the_variable_names_the_file():
 
 
 def test_without_the_variable_the_loader_looks(tmp_path):
-    shutil.copy(library(), tmp_path / "libvelstd.so.0")
+    shutil.copy(library(), tmp_path / "libvelstd.so.0.1")
     done = run("import velstd; print(velstd.library_path())", LD_LIBRARY_PATH=str(tmp_path))
-    assert done.stdout == "libvelstd.so.0\n"
+    assert done.stdout == "libvelstd.so.0.1\n"
 
 
 def test_a_file_that_is_not_there_is_told():
@@ -52,7 +52,7 @@ def test_no_library_at_all_is_told(tmp_path):
             "ctypes.CDLL = none\n"
             "import velstd")
     done = run(code)
-    assert "ImportError: velstd: no libvelstd.so.0 is found" in done.stderr
+    assert "ImportError: velstd: no libvelstd.so.0.1 is found" in done.stderr
     assert "VELSTD_LIBRARY" in done.stderr
 
 

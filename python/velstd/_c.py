@@ -187,7 +187,7 @@ _collection_signatures()
 
 #: Name of the environment variable with the file of the library.
 VARIABLE = "VELSTD_LIBRARY"
-SONAME = "libvelstd.so.0"
+SONAME = "libvelstd.so.0.1"
 
 
 def _open() -> ctypes.CDLL:

@@ -35,6 +35,10 @@
 /// A new, empty object of the type registered under that name: a structure or union
 /// with a default constructor, a collection (see velwrites.h), an exception.
 VELSTD_API xrcunihandle<xobject> velCreate(const char* typeName);
+/// The same.
+inline xrcunihandle<xobject> velCreate(const std::string& typeName) {
+  return velCreate(typeName.c_str());
+}
 
 /// Sets an attribute of `object`. False, and nothing set, for an unknown one that the
 /// object's own deprecation list names.

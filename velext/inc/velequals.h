@@ -32,7 +32,9 @@ VELSTD_API bool velEquals(const xany& a, const xany& b);
 VELSTD_API std::size_t velHash(const xany& value);
 
 /// A copy that shares no object with the original, whose shape it keeps: what is there
-/// twice is there twice, a cycle is a cycle. Objects are made and filled by name (see
+/// twice is there twice, a cycle is a cycle. Objects are made and filled by name, from
+/// the outside in: a setter gets an object that is still empty, and is to keep it, not
+/// to look into it (see
 /// velbyname.h); what cannot be made throws velXNativeException "Type cannot be
 /// created: N" and "Type cannot be written: N". Attributes that cannot be set are left
 /// as the new object has them; when that is another value, it throws "Attribute cannot

@@ -22,6 +22,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstddef>
+#include <functional>
 #include <iterator>
 #include <map>
 #include <optional>
@@ -416,8 +417,8 @@ auto velDictionaryFrom(const Map& entries) {
   return made;
 }
 /// These make a new dictionary of the entries of a map. Throw as velDictionaryFrom().
-template <class T>
-auto velDictionary(const std::map<std::string, T>& entries) {
+template <class T, class Compare = std::less<std::string>>
+auto velDictionary(const std::map<std::string, T, Compare>& entries) {
   return velDictionaryFrom(entries);
 }
 template <class T, class Hash, class Same>

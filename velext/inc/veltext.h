@@ -184,6 +184,8 @@ operator+(const A& a, const B& b) {
 /// Equal strings have the same hash, whichever forms they have, as long as the locale
 /// stays the same.
 VELSTD_API std::size_t velHashOfText(const xstring& text);
+/// Strings that velOrder finds equal have the same hash.
+VELSTD_API std::size_t velHashOfContent(const xstring& text);
 
 /// For containers with hashed strings.
 template <>

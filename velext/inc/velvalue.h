@@ -53,6 +53,10 @@ template <class T>
 xany velAny(const T& value) {
   return velValue<T>::in(value);
 }
+#ifdef __cpp_char8_t
+/// The same, as C++20 types UTF-8: velAny(u8"...").
+inline xany velAny(std::u8string_view utf8) { return xany(velText(utf8)); }
+#endif
 /// Text in UTF-8 as a value; nil for null. Throws as velText.
 inline xany velAny(const char* utf8) { return utf8 ? xany(velText(utf8)) : xany(xanyNil); }
 
@@ -212,6 +216,7 @@ template <class T>
 struct velValue<T, std::enable_if_t<std::is_integral<T>::value && !std::is_same<T, bool>::value>> {
   static xany in(T value) {
     using Wide = std::conditional_t<std::is_signed<T>::value, long long, unsigned long long>;
+    static_assert(sizeof(T) <= sizeof(Wide), "no value holds an integer of that type");
     const auto wide = static_cast<Wide>(value);
     if constexpr (std::is_signed<T>::value) {
       // The two lowest stand for nil and uninit.

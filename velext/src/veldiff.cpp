@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <limits>
 #include <map>
 #include <ostream>
 #include <sstream>
+#include <string>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -413,14 +415,25 @@ class Differ {
   std::vector<velDifference> found;
 };
 
-void Write(std::ostream& out, const std::optional<xany>& value) {
-  if (!value) {
-    out << "(nothing)";
-  } else if (value->isuninit()) {
-    out << "uninit";  // for which velPrint writes nothing
-  } else {
-    velPrint(*value, out, -1);
+// In one line, as the stream writes numbers, or with all digits.
+std::string Written(std::ostream& like, const std::optional<xany>& value, bool allDigits) {
+  if (!value) return "(nothing)";
+  if (value->isuninit()) return "uninit";  // for which velPrint writes nothing
+  std::ostringstream out;
+  out.copyfmt(like);
+  if (allDigits) out.precision(std::numeric_limits<double>::max_digits10);
+  velPrint(*value, out, -1);
+  std::string line;
+  for (const char c : out.str()) {
+    if (c == '\n') {
+      line += "\\n";
+    } else if (c == '\r') {
+      line += "\\r";
+    } else {
+      line += c;
+    }
   }
+  return line;
 }
 
 // 1 and 1.0 read the same and are not.
@@ -440,11 +453,15 @@ std::ostream& operator<<(std::ostream& out, const velDifference& difference) {
   const std::optional<xany>& before = difference.before;
   const std::optional<xany>& after = difference.after;
   const bool isOtherKind = IsSameNumber(before, after);
-  out << difference.path << " : ";
-  Write(out, before);
+  std::string was = Written(out, before, false);
+  std::string is = Written(out, after, false);
+  if (was == is && !isOtherKind) {
+    was = Written(out, before, true);
+    is = Written(out, after, true);
+  }
+  out << difference.path << " : " << was;
   if (isOtherKind) out << " (" << before->getVelTypeName() << ')';
-  out << " -> ";
-  Write(out, after);
+  out << " -> " << is;
   if (isOtherKind) out << " (" << after->getVelTypeName() << ')';
   return out;
 }

@@ -171,7 +171,8 @@ bool velSameLeaf(const xany& a, const xany& b) {
     const double y = b.operator double();
     return x == y || (std::isnan(x) && std::isnan(y));
   }
-  if (a.getkind() == xanyString) return a.operator xstring() == b.operator xstring();
+  // In the left one's form, as strings compare, what the locale lacks would be equal to "?".
+  if (a.getkind() == xanyString) return velOrder(a.operator xstring(), b.operator xstring()) == 0;
   if (a.getkind() == xanyEnum) {
     xrtti* const type = a.getRtti();
     xrtti* const other = b.getRtti();
@@ -190,6 +191,8 @@ std::size_t velHashOfLeaf(const xany& value) {
       const double number = value.operator double();
       return Mixed(kind, std::isnan(number) ? 3 : std::hash<double>()(number));
     }
+    case xanyString:
+      return Mixed(kind, velHashOfContent(value.operator xstring()));
     case xanyEnum:
       return Mixed(kind, std::hash<int>()(value.operator int()));
     default:

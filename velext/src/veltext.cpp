@@ -187,6 +187,13 @@ int velOrder(const xstring& a, const xstring& b) {
   return BytesOf(a, true).compare(BytesOf(b, true));
 }
 
+std::size_t velHashOfContent(const xstring& text) {
+  if (text.IsNull()) return 0;
+  const __xstring_c view = text.getxstring_c_unattached();
+  const std::hash<std::string_view> hash;
+  return IsPlain(view) ? hash(view.narrow) : hash(BytesOf(text, true));
+}
+
 bool velIsText(const xstring& text, std::string_view utf8) {
   if (text.IsNull()) return false;
   const __xstring_c view = text.getxstring_c_unattached();
