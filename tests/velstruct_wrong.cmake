@@ -32,6 +32,16 @@ set(cases
   "cell|one index per dimension|void use() { velArrayOf<int, 2, 2>::create()->at(1) = 5[] }"
 )
 
+# As many members as the macro takes, and one more.
+set(members m0)
+foreach(number RANGE 1 1091)
+  string(APPEND members ", m${number}")
+endforeach()
+set(many "class Many : public velStruct<Many> { int ${members}[] public: VEL_STRUCT(Many, \"w::Many\", ${members}) }[]")
+list(APPEND cases "many||${many}")
+string(REPLACE "m1091" "m1091, m1092" many "${many}")
+list(APPEND cases "too_many|VEL_MEMBER_INFO|${many}")
+
 include("${CMAKE_CURRENT_LIST_DIR}/compilers.cmake")
 set(includes "")
 foreach(folder velext/inc velbase/inc velstd/services velstd/strlibsrc korkit/korbase/inc capi)

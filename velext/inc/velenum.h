@@ -101,7 +101,7 @@ struct velRegistrar {
   }
 };
 
-/// Makes enumeration E of one to a thousand enumerators.
+/// Makes enumeration E of one to 1,092 enumerators.
 /// VEL_ENUM(E, "name", a, b) expands to
 ///
 ///   enum class E { a, b };

@@ -1,6 +1,6 @@
 // velforeach.h - a macro for each of any number of arguments.
 //
-// VEL_FOR_EACH(M, a, b, c) expands to M(a) M(b) M(c), for one to a thousand arguments;
+// VEL_FOR_EACH(M, a, b, c) expands to M(a) M(b) M(c), for one to 1,092 arguments;
 // VEL_FOR_EACH_BUT_FIRST(M, a, b, c) to M(b) M(c), or to nothing. More arguments do not
 // compile. A preprocessor does not call itself: the expansion stops after each
 // argument and is taken up again by VEL_AGAIN, and the list ends with marks which,

@@ -250,7 +250,7 @@ class velDescription {
 /// @endcond
 
 /// Gives class C its descriptor. The first argument after C is the name of the type, the
-/// others are its members: none to a thousand (more do not compile; a velDescription has
+/// others are its members: none to 1,092 (more do not compile; a velDescription has
 /// no limit). The access after it is public.
 /// VEL_STRUCT(C, "name", x) expands to
 ///

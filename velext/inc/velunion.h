@@ -89,7 +89,7 @@ class velUnion<T> : public velObjectOf<T, xrttiunion, velVirtually<xobject>> {
 };
 
 /// Gives class C, which derives from velUnion<C, bases...>, its descriptor: the name of
-/// the type, the discriminator and one to a thousand branches. The access after it is
+/// the type, the discriminator and one to 1,092 branches. The access after it is
 /// public. VEL_UNION(C, "name", kind, (1, x), (velOtherwise, y)) expands as VEL_STRUCT
 /// does but for
 ///
