@@ -7,7 +7,7 @@ A comment in the line above a fence names the source:
     <!-- from: examples/strings.cpp -->        some of its lines, in one piece, perhaps
                                                less deeply indented
 
-Every C++ fence must name one, and every link to a file of the tree must lead to one. Usage: check_snippets.py ROOT PAGE...
+Every fence in C++, C and Python must name one, and every link to a file of the tree must lead to one. Usage: check_snippets.py ROOT PAGE...
 Exit status: 0 all agree, 1 some do not (each is told on standard error).
 """
 import re
@@ -53,7 +53,9 @@ def fault(root, language, source, text):
     if text is None:
         return "the fence has no end"
     if source is None:
-        return "C++ without a source file" if language == "cpp" else None
+        is_session = language == "python" and text.startswith(">>>")  # for doctest
+        must = language in ("cpp", "c", "python") and not is_session
+        return f"{language} without a source file" if must else None
     how, name = source.groups()
     path = root / name
     if not path.is_file():
