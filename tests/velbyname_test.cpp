@@ -315,6 +315,10 @@ TEST(VelCreate, MakesStructuresCollectionsAndExceptions) {
   }
 }
 
+TEST(VelCreate, TakesANameOfTheStandardLibrary) {
+  EXPECT_EQ(velCreate(std::string("intseq"))->getVelTypeName(), "intseq");
+}
+
 TEST(VelCreate, RefusesWhatItCannotMake) {
   EXPECT_VEL_NATIVE(velCreate("byname::None"), "Unknown type: byname::None");
   EXPECT_VEL_NATIVE(velCreate(""), "Unknown type: ");

@@ -256,6 +256,7 @@ TEST(Everyday, L22_ValueFromStdString) {
   const std::string s("text");
   const xany a = velAny(s);
   EXPECT_TRUE(a == "text");
+  EXPECT_EQ(velGet<std::string>(velAny(u8"é")), "\xC3\xA9");  // char8_t from C++20 on
 }
 
 // 23: xany a = 5000000000;  throws rather than being another number

@@ -435,6 +435,8 @@ TEST(VelDictionary, ManyEntriesComeBack) {
 
 TEST(VelRange, FunctionsOnCollectionsTakeHandles) {
   const auto numbers = velSequence<int>({1, 2});
+  const std::map<std::string, int, std::less<>> ordered{{"a", 1}};
+  EXPECT_EQ(velFind(velDictionary(ordered), "a"), 1);
   const auto words = velDictionary(std::map<std::string, std::string>{{"b", "2"}, {"a", "1"}});
   EXPECT_EQ(velCount(numbers), 2);
   EXPECT_EQ(velToVector(numbers), (std::vector<int>{1, 2}));

@@ -54,8 +54,11 @@ xany velAny(const T& value) {
   return velValue<T>::in(value);
 }
 #ifdef __cpp_char8_t
-/// The same, as C++20 types UTF-8: velAny(u8"...").
+/// Text as C++20 types UTF-8, velAny(u8"..."); nil for null. Throws as velText.
 inline xany velAny(std::u8string_view utf8) { return xany(velText(utf8)); }
+inline xany velAny(const char8_t* utf8) {
+  return utf8 ? velAny(std::u8string_view(utf8)) : xany(xanyNil);
+}
 #endif
 /// Text in UTF-8 as a value; nil for null. Throws as velText.
 inline xany velAny(const char* utf8) { return utf8 ? xany(velText(utf8)) : xany(xanyNil); }
