@@ -66,8 +66,8 @@ struct velDifference {
 /// `after`. Objects that come again are told once.
 VELSTD_API std::vector<velDifference> velDiff(const xany& before, const xany& after);
 
-/// As "/lines/3/price : 12.5 -> 13", each value in one line (ends of lines in texts as \n
-/// and \r); "(nothing)" for what is not there. Numbers as the stream writes them, or with
+/// As "/lines/3/price : 12.5 -> 13", each value in one line (ends of lines in texts are
+/// escaped as in C); "(nothing)" for what is not there. Numbers as the stream writes them, or with
 /// all their digits where both would read the same.
 VELSTD_API std::ostream& operator<<(std::ostream& out, const velDifference& difference);
 
