@@ -34,11 +34,10 @@ template <class Raise>
 
 // ---- raise and catch -----------------------------------------------------------
 
-bool ourCatch(int i) {
+template <class Raise>
+bool ourCatch(int i, Raise raise) {
   try {
-    outer(i, [] {
-      xthrow(xrcunihandle<xthrowable>(xrchandle<velXException>(new velXException(kText))));
-    });
+    outer(i, raise);
   } catch (xthrowable* caught) {
     const xrchandle<xthrowable> held(caught);
     xrcrelease(caught);
@@ -46,6 +45,14 @@ bool ourCatch(int i) {
     return error && std::strcmp(error->getDescription(), kText) == 0;
   }
   return false;
+}
+bool ourCatch(int i) {
+  return ourCatch(i, [] { velThrow<velXException>(kText); });
+}
+bool ourCatchThroughHandle(int i) {
+  return ourCatch(i, [] {
+    xthrow(xrcunihandle<xthrowable>(xrchandle<velXException>(new velXException(kText))));
+  });
 }
 
 bool stdCatch(int i) {
@@ -131,8 +138,15 @@ xrchandle<xintsequence> numbers() {
 
 void velbench::registerCases() {
   const char* const raise = "raise and catch with a text";
-  velbench::addCounting(raise, "velstd", [](State& state) { failAgain(state, ourCatch); });
+  velbench::addCounting(raise, "velstd",
+                        [](State& state) { failAgain(state, [](int i) { return ourCatch(i); }); });
   velbench::addCounting(raise, "std::runtime_error",
+                        [](State& state) { failAgain(state, stdCatch); });
+
+  const char* const held = "raise from a handle and catch with a text";
+  velbench::addCounting(held, "velstd",
+                        [](State& state) { failAgain(state, ourCatchThroughHandle); });
+  velbench::addCounting(held, "std::runtime_error",
                         [](State& state) { failAgain(state, stdCatch); });
 
   const char* const index = "index out of range, thrown";

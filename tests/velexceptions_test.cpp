@@ -2,7 +2,9 @@
 #include "velexceptions.h"
 
 #include <functional>
+#include <memory>
 #include <new>
+#include <stdexcept>
 #include <vector>
 
 #include "veltest.h"
@@ -366,6 +368,50 @@ TEST(XThrow, OfNothingRaisesNull) {
   EXPECT_VEL_THROW(xthrow(xrcunihandle<xthrowable>()), velXNull);
   EXPECT_VEL_THROW(xthrow(xrcunihandle<xthrowable>(0)), velXNull);
   EXPECT_VEL_THROW(xthrow(reinterpret_cast<xthrowable*>(std::uintptr_t{22})), velXNull);
+}
+
+namespace {
+
+// Tells how it was made and that it ended.
+class Watched : public velXException {
+ public:
+  Watched(std::unique_ptr<int> taken, const char* description)
+      : velXException(description), given(*taken) {}
+  explicit Watched(int) : velXException("") { throw std::runtime_error("not made"); }
+  ~Watched() override { ++ended; }
+  const int given = 0;
+  static inline int ended = 0;
+};
+
+}  // namespace
+
+TEST(VelThrow, MakesWhatItThrowsWithTheCatchersReferenceOnly) {
+  Watched::ended = 0;
+  try {
+    velThrow<Watched>(std::make_unique<int>(7), "description");
+  } catch (xthrowable* caught) {
+    EXPECT_EQ(xrcgetcount(caught), 1);
+    auto& watched = dynamic_cast<Watched&>(*caught);
+    EXPECT_EQ(watched.given, 7);
+    EXPECT_EQ(text(watched.getDescription()), "description");
+    xrcrelease(caught);
+  }
+  EXPECT_EQ(Watched::ended, 1);
+}
+
+TEST(VelThrow, PassesOnWhatTheConstructorThrows) {
+  EXPECT_THROW(velThrow<Watched>(1), std::runtime_error);
+}
+
+TEST(VelThrow, CanBeCaughtAsXthrowThrows) {
+  EXPECT_VEL_THROW(velThrow<velXException>("text"), velXException);
+  EXPECT_VEL_THROW(velThrow<xthrowable>(), xthrowable);
+  try {
+    velThrow<velXException>("text");
+  } catch (void* caught) {
+    EXPECT_NE(caught, nullptr);
+    xrcrelease(static_cast<xthrowable*>(caught));
+  }
 }
 
 TEST(VelhHelpers, ThrowTheirClasses) {

@@ -12,7 +12,7 @@ double Order::total() const {
 }
 
 void Order::pay(const xrchandle<Payment>& with) {
-  if (status != Status::open) xthrow(xrchandle<XPaid>(new XPaid(number)));
+  if (status != Status::open) velThrow<XPaid>(number);
   payment = with;
   status = Status::paid;
 }
