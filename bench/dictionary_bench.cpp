@@ -1,14 +1,16 @@
 // Dictionaries from words to numbers: filling, finding, removing, and what they weigh.
 //
 // Keys are given as each side's users have them: texts with a known length, but
-// null-terminated ones for GLib and for us. A word that is looked for in vain
-// ends in a character that no word has.
+// null-terminated ones for GLib and for us; in rows of their own, null-terminated
+// ones for all. A word that is looked for in vain ends in a character that no word
+// has.
 #include <absl/container/flat_hash_map.h>
 #include <glib.h>
 #include <malloc.h>
 
 #include <QHash>
 #include <QString>
+#include <deque>
 #include <map>
 #include <memory>
 #include <unordered_map>
@@ -22,16 +24,20 @@ using velbench::keep;
 
 namespace {
 
-struct Ours {
+const char* terminated(const std::string& key) { return key.c_str(); }
+const char* terminated(const char* key) { return key; }
+
+template <class Text>
+struct OursOf {
   static constexpr const char* kName = "velstd";
-  using Key = std::string;
+  using Key = Text;
   using Table = xrchandle<xintdictionary>;
   static Table make() { return xintdictionary::create(); }
-  static void set(Table& table, const Key& key, int value) { table->set(key.c_str(), value); }
+  static void set(Table& table, const Key& key, int value) { table->set(terminated(key), value); }
   static bool find(const Table& table, const Key& key, int* value) {
-    return table->find(key.c_str(), value);
+    return table->find(terminated(key), value);
   }
-  static bool erase(Table& table, const Key& key) { return table->remove(key.c_str()); }
+  static bool erase(Table& table, const Key& key) { return table->remove(terminated(key)); }
   static std::size_t size(const Table& table) {
     return static_cast<std::size_t>(table->getcount());
   }
@@ -44,6 +50,8 @@ struct Ours {
     return total;
   }
 };
+
+using Ours = OursOf<std::string>;
 
 // Tables with the interface of the standard's.
 template <class Map>
@@ -67,12 +75,24 @@ struct StdLike {
   }
 };
 
-struct Std : StdLike<std::unordered_map<std::string, int>> {
-  static constexpr const char* kName = "std::unordered_map";
-};
-
 struct Absl : StdLike<absl::flat_hash_map<std::string, int>> {
   static constexpr const char* kName = "absl::flat_hash_map";
+};
+
+// The same table for those who have null-terminated keys.
+struct AbslTerminated : Absl {
+  using Key = const char*;
+  static void set(Table& table, const Key& key, int value) { table[key] = value; }
+  static bool find(const Table& table, const Key& key, int* value) {
+    const auto at = table.find(key);
+    if (at == table.end()) return false;
+    *value = at->second;
+    return true;
+  }
+};
+
+struct Std : StdLike<std::unordered_map<std::string, int>> {
+  static constexpr const char* kName = "std::unordered_map";
 };
 
 struct QtCore {
@@ -96,9 +116,10 @@ struct QtCore {
   }
 };
 
-struct Glib {
+template <class Text>
+struct GlibOf {
   static constexpr const char* kName = "GHashTable";
-  using Key = std::string;
+  using Key = Text;
   struct Drop {
     void operator()(GHashTable* table) const { g_hash_table_destroy(table); }
   };
@@ -107,16 +128,16 @@ struct Glib {
     return Table(g_hash_table_new_full(g_str_hash, g_str_equal, g_free, nullptr));
   }
   static void set(Table& table, const Key& key, int value) {
-    g_hash_table_insert(table.get(), g_strdup(key.c_str()), GINT_TO_POINTER(value));
+    g_hash_table_insert(table.get(), g_strdup(terminated(key)), GINT_TO_POINTER(value));
   }
   static bool find(const Table& table, const Key& key, int* value) {
     gpointer found = nullptr;
-    if (!g_hash_table_lookup_extended(table.get(), key.c_str(), nullptr, &found)) return false;
+    if (!g_hash_table_lookup_extended(table.get(), terminated(key), nullptr, &found)) return false;
     *value = GPOINTER_TO_INT(found);
     return true;
   }
   static bool erase(Table& table, const Key& key) {
-    return g_hash_table_remove(table.get(), key.c_str());
+    return g_hash_table_remove(table.get(), terminated(key));
   }
   static std::size_t size(const Table& table) { return g_hash_table_size(table.get()); }
   static std::int64_t sum(const Table& table) {
@@ -129,6 +150,12 @@ struct Glib {
   }
 };
 
+using Glib = GlibOf<std::string>;
+
+void assign(const char*& to, const std::string& word) {
+  static std::deque<std::string> texts;  // which stay where they are
+  to = texts.emplace_back(word).c_str();
+}
 void assign(std::string& to, const std::string& word) { to = word; }
 void assign(QString& to, const std::string& word) { to = QString::fromStdString(word); }
 
@@ -281,23 +308,32 @@ void memory(State& state, std::size_t n) {
 // The fullest that our table gets before it doubles: 89.9 percent of 2^17 slots.
 constexpr std::size_t kFull = 117833;
 
+// Filling and finding, the keys given as the side takes them; `keys` says how.
 template <class Side>
-void addSide() {
-  const auto in = [](const char* what, const char* size) {
-    return "dictionary of " + std::string(size) + " words: " + what;
-  };
+void addFilling(const std::string& keys = "") {
   const struct {
     const char* name;
     std::size_t n;
   } sizes[] = {{"1k", 1000}, {"100k", 100000}, {"663k", velbench::words().size()}};
   for (const auto& [name, n] : sizes) {
-    velbench::addTimed(in("insert", name).c_str(), Side::kName, false,
+    const auto in = [&, size = name](const char* what) {
+      return "dictionary of " + std::string(size) + " words" + keys + ": " + what;
+    };
+    velbench::addTimed(in("insert").c_str(), Side::kName, false,
                        [count = n](State& state) { insert<Side>(state, count); });
-    velbench::add(in("hit", name).c_str(), Side::kName,
+    velbench::add(in("hit").c_str(), Side::kName,
                   [count = n](State& state) { hit<Side>(state, count); });
-    velbench::add(in("miss", name).c_str(), Side::kName,
+    velbench::add(in("miss").c_str(), Side::kName,
                   [count = n](State& state) { miss<Side>(state, count); });
   }
+}
+
+template <class Side>
+void addSide() {
+  const auto in = [](const char* what, const char* size) {
+    return "dictionary of " + std::string(size) + " words: " + what;
+  };
+  addFilling<Side>();
   const char* const full = "118k";
   velbench::add(in("hit at 89.9 percent load", full).c_str(), Side::kName,
                 [](State& state) { hit<Side>(state, kFull); });
@@ -325,4 +361,8 @@ void velbench::registerCases() {
   addSide<Std>();
   addSide<QtCore>();
   addSide<Glib>();
+  const char* const asTexts = ", null-terminated";
+  addFilling<OursOf<const char*>>(asTexts);
+  addFilling<AbslTerminated>(asTexts);
+  addFilling<GlibOf<const char*>>(asTexts);
 }
