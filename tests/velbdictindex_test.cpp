@@ -2,11 +2,6 @@
 // filling. The class is not exported: its source is part of this program.
 #include "velbdictindex.h"
 
-#include <sys/random.h>
-#include <sys/syscall.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstdlib>
 #include <random>
 #include <string>
@@ -21,7 +16,6 @@ namespace {
 // What the functions below refuse, and what they have given and not got back.
 bool hasNoMemory = false;
 int blocks = 0;
-bool hasNoRandomNumbers = false;
 
 }  // namespace
 
@@ -34,13 +28,6 @@ void* korAlloc(std::size_t size) {
 void korFree(void* block) {
   blocks -= block != nullptr;
   std::free(block);
-}
-ssize_t getrandom(void* buffer, size_t length, unsigned flags) {
-  if (hasNoRandomNumbers) {
-    errno = EAGAIN;
-    return -1;
-  }
-  return syscall(SYS_getrandom, buffer, length, flags);
 }
 
 namespace {
@@ -207,13 +194,6 @@ TEST(VelDictIndex, GivesBackAllThatItTook) {
     EXPECT_GT(blocks, before + 4) << "sets have been made";
   }
   EXPECT_EQ(blocks, before);
-}
-
-TEST(VelDictIndex, FindsAllWithoutTheRandomNumbersOfTheSystem) {
-  hasNoRandomNumbers = true;
-  const Table table(1024, 90, 5, 1);
-  hasNoRandomNumbers = false;
-  EXPECT_TRUE(table.FindsAll());
 }
 
 }  // namespace

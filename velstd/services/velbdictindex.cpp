@@ -1,9 +1,6 @@
 #include "velbdictindex.h"
 
-#include <sys/random.h>
-
 #include <cstring>
-#include <ctime>
 #include <new>
 
 #include "koralloc.h"
@@ -15,55 +12,24 @@ const char* const kTombstone = reinterpret_cast<const char*>(std::uintptr_t{1});
 
 // The number with step x inverse = 1 modulo 2^32, by Newton's iteration: each
 // turn doubles the number of right bits, of which `step` itself has three.
-VEL_WRAPS std::uint32_t Inverse(std::uint32_t step) {
+VEL_WRAPS constexpr std::uint32_t Inverse(std::uint32_t step) {
   std::uint32_t inverse = step;
   for (int i = 0; i < 4; ++i) inverse *= 2 - step * inverse;
   return inverse;
 }
 
 // Modulo 2^32.
-std::uint32_t Product(std::uint32_t a, std::uint32_t b) {
+constexpr std::uint32_t Product(std::uint32_t a, std::uint32_t b) {
   return static_cast<std::uint32_t>(std::uint64_t{a} * b);
 }
+
+// The steps whose inverses have the most bits to find.
+static_assert(Product(Inverse(3), 3) == 1 && Product(Inverse(5), 5) == 1, "all 32 bits are right");
 
 // How far `to` lies behind `from` on a circle of mask + 1 places, at most 2^31.
 unsigned Distance(unsigned from, unsigned to, unsigned mask) {
   return ((to & mask) + (mask - (from & mask)) + 1) & mask;
 }
-
-std::uint64_t Rotated(std::uint64_t n, int by) { return n << by | n >> (64 - by); }
-
-// SipHash with one round a word and three at the end (Aumasson, Bernstein:
-// "SipHash: a fast short-input PRF", 2012): who does not know the seed cannot
-// choose keys that collide.
-struct SipState {
-  std::uint64_t a, b, c, d;
-
-  explicit SipState(const std::uint64_t (&seed)[2])
-      : a(seed[0] ^ 0x736f6d6570736575U),
-        b(seed[1] ^ 0x646f72616e646f6dU),
-        c(seed[0] ^ 0x6c7967656e657261U),
-        d(seed[1] ^ 0x7465646279746573U) {}
-
-  // Sums are modulo 2^64, as the function is defined.
-  VEL_WRAPS void round() {
-    a += b;
-    c += d;
-    b = Rotated(b, 13) ^ a;
-    d = Rotated(d, 16) ^ c;
-    a = Rotated(a, 32);
-    c += b;
-    a += d;
-    b = Rotated(b, 17) ^ c;
-    d = Rotated(d, 21) ^ a;
-    c = Rotated(c, 32);
-  }
-  void word(std::uint64_t w) {
-    d ^= w;
-    round();
-    a ^= w;
-  }
-};
 
 }  // namespace
 
@@ -165,13 +131,7 @@ velDictIndex* velDictIndex::create(const velDictSlots& slots) noexcept {
   if (!memory) return nullptr;
   auto* index = new (memory) velDictIndex;
   index->slots = slots;
-  if (getrandom(index->seed, sizeof(index->seed), GRND_NONBLOCK) != sizeof(index->seed)) {
-    // Early in the life of a machine: the clock and an address are hard to guess.
-    timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    index->seed[0] = static_cast<std::uint64_t>(now.tv_nsec);
-    index->seed[1] = reinterpret_cast<std::uintptr_t>(memory);
-  }
+  index->seed = velSipSeed::fresh(index);
   const std::size_t room = std::size_t{slots.count} * 2;
   index->entryMask = static_cast<unsigned>(room - 1);
   index->entries = static_cast<Entry*>(korAlloc(room * sizeof(Entry)));
@@ -211,20 +171,7 @@ velDictIndex::~velDictIndex() {
 }
 
 std::uint32_t velDictIndex::keyedHash(const char* key) const noexcept {
-  SipState state(seed);
-  const std::size_t length = std::strlen(key);
-  std::size_t at = 0;
-  for (; at + 8 <= length; at += 8) {
-    std::uint64_t word;
-    std::memcpy(&word, key + at, 8);
-    state.word(word);
-  }
-  std::uint64_t rest = std::uint64_t{length} << 56;
-  std::memcpy(&rest, key + at, length - at);
-  state.word(rest);
-  state.c ^= 0xFF;
-  for (int i = 0; i < 3; ++i) state.round();
-  const std::uint64_t hash = state.a ^ state.b ^ state.c ^ state.d;
+  const std::uint64_t hash = velSipHash(seed, key, std::strlen(key));
   return static_cast<std::uint32_t>(hash ^ hash >> 32);
 }
 

@@ -26,6 +26,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "velsiphash.h"
+
 /// A block of slots as velbdict lays them out: the key comes first in each.
 struct velDictSlots {
   const void* block;
@@ -83,7 +85,7 @@ class velDictIndex {
   unsigned mask() const { return slots.count - 1; }
 
   velDictSlots slots = {nullptr, 0, 0};
-  std::uint64_t seed[2] = {0, 0};
+  velSipSeed seed = {{0, 0}};
   Entry* entries = nullptr;  // open addressing, linear; at most half full
   unsigned entryMask = 0;
   unsigned empties = 0;
