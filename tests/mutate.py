@@ -54,6 +54,7 @@ FILES = {
     SERVICES + "velbdict.cpp": DICTIONARIES,
     SERVICES + "velbdictindex.cpp": DICTIONARIES,
     SERVICES + "velbdictkeys.cpp": DICTIONARIES,
+    SERVICES + "velplaceset.h": ["velplaceset"],
     SERVICES + "velsiphash.cpp": ["velsiphash"],
     SERVICES + "xtbdictionary.h": DICTIONARIES,
     SERVICES + "veltraverse.cpp": WALKS,

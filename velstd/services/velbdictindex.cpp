@@ -4,6 +4,7 @@
 #include <new>
 
 #include "koralloc.h"
+#include "velplaceset.h"
 #include "velwraps.h"
 
 namespace {
@@ -33,89 +34,12 @@ unsigned Distance(unsigned from, unsigned to, unsigned mask) {
 
 }  // namespace
 
-// ---- sets of places ----
-
-// One bit a number, and above each row of words a row that tells which of them
-// hold any bit, up to a row of one word.
-class velDictIndex::PlaceSet {
- public:
-  static PlaceSet* create(unsigned bound) noexcept {
-    std::size_t words = 0;
-    for (std::size_t row = bound; row > 1;) words += row = (row + 63) / 64;
-    void* block = korAlloc(sizeof(PlaceSet) + words * sizeof(std::uint64_t));
-    return block ? new (block) PlaceSet(bound, words) : nullptr;
-  }
-
-  void add(unsigned n) {
-    for (const Row* row = rows; row <= last; ++row, n /= 64) (*row)[n / 64] |= Bit(n);
-  }
-  void remove(unsigned n) {
-    for (const Row* row = rows; row <= last; ++row, n /= 64) {
-      if ((*row)[n / 64] &= ~Bit(n)) return;
-    }
-  }
-
-  /// The smallest member from `n` on, which is below the bound; or kNone.
-  unsigned atOrAfter(unsigned n) const {
-    const Row* row = rows;
-    std::uint64_t bits = (*row)[n / 64] & (~std::uint64_t{0} << (n % 64));
-    while (!bits) {
-      if (row == last) return kNone;
-      n /= 64;
-      ++row;
-      bits = n % 64 == 63 ? 0 : (*row)[n / 64] & (~std::uint64_t{0} << (n % 64 + 1));
-    }
-    n = n / 64 * 64 + static_cast<unsigned>(__builtin_ctzll(bits));
-    while (row != rows) {
-      --row;
-      n = n * 64 + static_cast<unsigned>(__builtin_ctzll((*row)[n]));
-    }
-    return n;
-  }
-
-  /// The largest member up to `n`, which is below the bound; or kNone.
-  unsigned atOrBefore(unsigned n) const {
-    const Row* row = rows;
-    std::uint64_t bits = (*row)[n / 64] & (~std::uint64_t{0} >> (63 - n % 64));
-    while (!bits) {
-      if (row == last) return kNone;
-      n /= 64;
-      ++row;
-      bits = (*row)[n / 64] & (Bit(n) - 1);
-    }
-    n = n / 64 * 64 + 63 - static_cast<unsigned>(__builtin_clzll(bits));
-    while (row != rows) {
-      --row;
-      n = n * 64 + 63 - static_cast<unsigned>(__builtin_clzll((*row)[n]));
-    }
-    return n;
-  }
-
- private:
-  using Row = std::uint64_t*;
-
-  PlaceSet(unsigned bound, std::size_t words) {
-    auto* at = reinterpret_cast<std::uint64_t*>(this + 1);
-    std::memset(at, 0, words * sizeof(std::uint64_t));
-    last = rows;
-    std::size_t row = (std::size_t{bound} + 63) / 64;
-    for (*last = at; row != 1; row = (row + 63) / 64) {
-      at += row;
-      *++last = at;
-    }
-  }
-  static std::uint64_t Bit(unsigned n) { return std::uint64_t{1} << (n % 64); }
-
-  Row* last;    // the row of one word
-  Row rows[6];  // 64^6 is beyond any table
-};
-
 // The paths of one step.
 struct velDictIndex::Circle {
   std::uint32_t step;
   std::uint32_t inverse;
-  PlaceSet* empty;     // null: not worth it so far
-  PlaceSet* vacated;   // null: likewise
+  velPlaceSet* empty;     // null: not worth it so far
+  velPlaceSet* vacated;   // null: likewise
   std::size_t forward;   // probes too many in search of an empty slot
   std::size_t backward;  // and of a tombstone
   Circle* next;
@@ -238,9 +162,8 @@ velDictIndex::Circle* velDictIndex::circleOf(std::uint32_t step) noexcept {
 }
 
 // The places of the slots whose key field is `key`; null without memory.
-velDictIndex::PlaceSet* velDictIndex::collect(const Circle& circle,
-                                              const char* key) const noexcept {
-  PlaceSet* set = PlaceSet::create(slots.count);
+velPlaceSet* velDictIndex::collect(const Circle& circle, const char* key) const noexcept {
+  velPlaceSet* set = velPlaceSet::create(slots.count);
   if (!set) return nullptr;
   for (unsigned slot = 0; slot < slots.count; ++slot) {
     if (slots.keyAt(slot) == key) set->add(circle.placeOf(slot, mask()));

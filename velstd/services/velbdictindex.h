@@ -40,6 +40,8 @@ struct velDictSlots {
   }
 };
 
+class velPlaceSet;
+
 class velDictIndex {
  public:
   static constexpr unsigned kNone = 0xFFFFFFFF;
@@ -64,8 +66,6 @@ class velDictIndex {
   void removing(unsigned slot) noexcept;
 
  private:
-  // Numbers below a fixed bound; finds the nearest member in a few steps.
-  class PlaceSet;
   struct Circle;
   struct Entry {
     std::uint32_t hash;
@@ -81,7 +81,7 @@ class velDictIndex {
   unsigned probe(Circle* circle, std::uint32_t start, std::uint32_t step) noexcept;
   unsigned lastTombstone(Circle* circle, std::uint32_t start, std::uint32_t step,
                          unsigned firstEmpty) noexcept;
-  PlaceSet* collect(const Circle& circle, const char* key) const noexcept;
+  velPlaceSet* collect(const Circle& circle, const char* key) const noexcept;
   unsigned mask() const { return slots.count - 1; }
 
   velDictSlots slots = {nullptr, 0, 0};
