@@ -133,6 +133,19 @@ INSTANTIATE_TEST_SUITE_P(, VelDictIndexFilling,
                                   std::to_string(f.vacated);
                          });
 
+// Each step that a key can have gets sets of its own.
+TEST(VelDictIndex, TellsAllStepsApart) {
+  Table table(1024, 98, 1, 1);
+  for (int round = 0; round < 200; ++round) {
+    for (int half = -128; half < 128; ++half) {
+      const std::uint32_t step = static_cast<std::uint32_t>(half) << 1 | 1;
+      const auto start = static_cast<std::uint32_t>(table.random());
+      ASSERT_EQ(table.index->slotToFill(start, step), table.Probe(start, step))
+          << "start " << start << ", step " << step;
+    }
+  }
+}
+
 // Of so many keys, some two dozen pairs have one hash of 32 bits.
 TEST(VelDictIndex, TellsKeysOfOneHashApart) {
   Table table(1U << 19, 90, 5, 1);
