@@ -1570,9 +1570,11 @@ TEST(XBaseDictionary, NextEntryFindsTheFirstLiveSlot) {
   LogDict dict;
   EXPECT_EQ(dict.NextEntry(0, 0), 0U);
   EXPECT_GE(dict.NextEntry(0, 100), 0U);
-  for (int i = 0; i < 40; ++i) dict.Set("key " + std::to_string(i), i);
-  for (int i = 0; i < 30; ++i) dict.Remove("key " + std::to_string(i));
+  // Enough that vacant slots have been passed by keys of every bit of their marks.
+  for (int i = 0; i < 230; ++i) dict.Set("key " + std::to_string(i), i);
+  for (int i = 0; i < 60; ++i) dict.Remove("key " + std::to_string(i));
   const unsigned slots = dict.GetTableSize();
+  ASSERT_EQ(slots, 256U);
   for (unsigned end = 0; end <= slots + 5; ++end) {
     for (unsigned from = 0; from <= end; ++from) {
       unsigned expected = from;

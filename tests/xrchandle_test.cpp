@@ -536,6 +536,10 @@ TEST(XRcUniHandle, AssignmentDecidesCountedAnew) {
   handle = held;
   EXPECT_TRUE(handle.counted);
   EXPECT_EQ(xrcgetcount(held), 2);
+  const Uni uninit(xuninitobject);
+  handle = uninit;
+  EXPECT_FALSE(handle.counted);
+  EXPECT_EQ(xrcgetcount(held), 1);
 }
 
 TEST(XRcUniHandle, AssigningItsOwnObjectKeepsIt) {

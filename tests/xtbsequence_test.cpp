@@ -553,7 +553,10 @@ TEST(XIntSequence, ASequenceInNoHandleDiesWithItsException) {
 struct Element {
   Element(int n = 0) : id(n) { ++live; }
   Element(const Element& other) : id(other.id) { ++live; }
-  ~Element() { --live; }
+  ~Element() {
+    --live;
+    if (atEnd) std::exchange(atEnd, nullptr)();
+  }
   Element& operator=(const Element& other) {
     if (fuse && --fuse == 0) throw std::bad_alloc();
     assigned += std::to_string(other.id) + ' ';
@@ -564,6 +567,7 @@ struct Element {
   static int live;
   static int fuse;  // number of the assignment that throws
   static std::string assigned;
+  static inline std::function<void()> atEnd;  // the first end from now on does this
 };
 int Element::live = 0;
 int Element::fuse = 0;
@@ -727,6 +731,20 @@ TEST_F(XTcSequenceElements, GrowthEndsOnlyTheUsedOnesOfTheOldBlock) {
 TEST_F(XTcSequenceElements, DestructionEndsOnlyTheUsedOnes) {
   filled(70);
   EXPECT_EQ(Element::live, 128 - 70);
+}
+
+// To what the end of an element appends the sequence is a new one.
+TEST_F(XTcSequenceElements, DestructionStartsAgainWithTheFirstCapacity) {
+  auto seq = filled(70);
+  Seq* const raw = seq.operator->();
+  unsigned capacity = 1;
+  Element::atEnd = [&] {
+    capacity = raw->capacity();
+    raw->append(7);
+  };
+  seq = 0;
+  EXPECT_EQ(capacity, 0U);
+  EXPECT_EQ(Element::live, (128 - 70) + (64 - 1));
 }
 
 TEST_F(XTcSequenceElements, TailsMoveUpFromTheLastAndDownFromTheFirst) {
