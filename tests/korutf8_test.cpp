@@ -2,6 +2,7 @@
 // of a text, every character, and texts as long as the blocks that go at once.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <cstring>
@@ -246,6 +247,208 @@ TEST(KorUtf8, RoomIsKept) {
     const std::size_t units = kor_mbstowcs(widened.get(), text.c_str(), room);
     ASSERT_TRUE(units == (room < size ? room : size) || (kPairs && units + 1 == room)) << room;
     ASSERT_EQ(std::memcmp(widened.get(), wide.data(), units * sizeof(wchar_t)), 0) << room;
+  }
+}
+
+// The narrow form as the C library writes it, one character at a time, with '?' for
+// each unit that is none; whether all were, and how far they were.
+struct ExpectedBytes {
+  std::string bytes;
+  std::size_t validBytes = 0;
+  bool isValid = true;
+};
+ExpectedBytes Narrowed(const wchar_t* text, std::size_t units) {
+  ExpectedBytes expected;
+  for (std::size_t at = 0; at < units; ++at) {
+    auto character = static_cast<char32_t>(text[at]);
+    if (kPairs && character >= 0xD800 && character < 0xDC00 && at + 1 < units) {
+      const auto second = static_cast<char32_t>(text[at + 1]);
+      if (second >= 0xDC00 && second < 0xE000) {
+        character = 0x10000 + ((character - 0xD800) << 10U) + (second - 0xDC00);
+        ++at;
+      }
+    }
+    char out[MB_LEN_MAX];
+    std::mbstate_t state{};
+    if (IsCharacter(character)) {
+      expected.bytes.append(out, std::c32rtomb(out, character, &state));
+      if (expected.isValid) expected.validBytes = expected.bytes.size();
+    } else {
+      expected.bytes += '?';
+      expected.isValid = false;
+    }
+  }
+  return expected;
+}
+
+// A wide text at `offset` units from the beginning of a block that ends with it.
+class Placed {
+ public:
+  Placed(const Units& text, std::size_t offset)
+      : block(new wchar_t[offset + text.size()]), start(block.get() + offset) {
+    std::copy(text.begin(), text.end(), start);
+  }
+  const wchar_t* Get() const { return start; }
+
+ private:
+  std::unique_ptr<wchar_t[]> block;
+  wchar_t* start;
+};
+
+// Both narrow forms: the lossy one in a block without a byte to spare, and the one
+// of a text with a terminator, behind whose end, or behind the last valid character
+// before a fault, every byte stays what it was.
+bool NarrowsRight(const Units& text, std::size_t offset) {
+  const ExpectedBytes expected = Narrowed(text.data(), text.size());
+  const std::size_t size = expected.bytes.size();
+  const Placed source(text, offset);
+  const std::unique_ptr<char[]> exact(new char[offset + size]);
+  char* const lossy = exact.get() + offset;
+  if (korWcToMbLossy(nullptr, source.Get(), text.size()) != size) return false;
+  if (korWcToMbLossy(lossy, source.Get(), text.size()) != size) return false;
+  if (std::memcmp(lossy, expected.bytes.data(), size) != 0) return false;
+  if (std::find(text.begin(), text.end(), L'\0') != text.end()) return true;
+  Units terminated = text;
+  terminated.push_back(L'\0');
+  const Placed whole(terminated, offset);
+  // As much room as makes one run of the text.
+  std::string dest(offset + 4 * text.size() + 4, '#');
+  const std::size_t done = kor_wcstombs(&dest[offset], whole.Get(), dest.size() - offset);
+  std::string wanted = std::string(offset, '#') + expected.bytes.substr(0, expected.validBytes);
+  if (expected.isValid) wanted += '\0';
+  wanted.resize(dest.size(), '#');
+  return done == (expected.isValid ? size : kFailure) && dest == wanted;
+}
+
+// Every length and every place in memory, with a unit of every kind at each end of
+// what a block can test wrong.
+TEST(KorUtf8, EveryLengthAtEveryAddressNarrows) {
+  Utf8Locale utf8;
+  VEL_NEED_LOCALE(utf8);
+  // One, two and three bytes, and all in turn; none repeats within a block.
+  const auto unit = [](std::size_t kind, std::size_t i) {
+    const std::size_t bytes = kind == 3 ? i % 3 : kind;
+    return static_cast<wchar_t>(bytes == 0   ? 0x21 + i % 94
+                                : bytes == 1 ? 0x80 + 37 * i % 0x780
+                                             : 0x800 + 997 * i % 0xD000);
+  };
+  for (std::size_t kind = 0; kind < 4; ++kind) {
+    for (std::size_t length = 0; length <= 100; ++length) {
+      Units text;
+      for (std::size_t i = 0; i < length; ++i) text.push_back(unit(kind, i));
+      for (std::size_t offset = 0; offset <= 16; ++offset) {
+        ASSERT_TRUE(NarrowsRight(text, offset)) << kind << ' ' << length << ' ' << offset;
+      }
+    }
+  }
+}
+
+TEST(KorUtf8, EveryLengthAtEveryAddressWidens) {
+  Utf8Locale utf8;
+  VEL_NEED_LOCALE(utf8);
+  for (std::size_t length = 0; length <= 100; ++length) {
+    std::string text;
+    Units expected;
+    for (std::size_t i = 0; i < length; ++i) {
+      text += static_cast<char>(0x21 + i % 94);
+      expected.push_back(static_cast<wchar_t>(text[i]));
+    }
+    for (std::size_t offset = 0; offset <= 16; ++offset) {
+      const std::unique_ptr<char[]> source(new char[offset + length]);
+      if (length > 0) std::memcpy(source.get() + offset, text.data(), length);
+      const std::unique_ptr<wchar_t[]> dest(new wchar_t[offset + length]);
+      const std::size_t units = korMbToWcLossy(dest.get() + offset, source.get() + offset, length);
+      ASSERT_EQ(units, length) << offset;
+      ASSERT_TRUE(std::equal(expected.begin(), expected.end(), dest.get() + offset)) << offset;
+    }
+  }
+}
+
+// One unit on each side of every border among others of each length: nothing that a
+// block tests may overlook one of its places, or let the values of two look like one.
+TEST(KorUtf8, EveryPlaceOfABlockIsTested) {
+  Utf8Locale utf8;
+  VEL_NEED_LOCALE(utf8);
+  std::vector<std::uint32_t> values = {0x00,   0x7F,   0x80,   0xFF,   0x100,  0x7FF,
+                                       0x800,  0x7FFF, 0x8000, 0x8041, 0xD7FF, 0xD800,
+                                       0xDBFF, 0xDC00, 0xDFFF, 0xE000, 0xFF80, 0xFFFF};
+  if (!kPairs) {
+    for (const std::uint32_t value :
+         {0x10000U, 0x10041U, 0x1F600U, 0x10FFFFU, 0x110000U, 0x7FFFFFFFU, 0x80000000U, 0x80000041U,
+          0xFFFF0041U, 0xFFFFFFFFU})
+      values.push_back(value);
+  }
+  for (const std::uint32_t value : values) {
+    for (const std::uint32_t filler : {0x61U, 0xE9U, 0x20ACU}) {
+      for (const std::size_t length : {1U, 7U, 15U, 16U, 17U, 31U, 32U, 33U, 48U, 70U}) {
+        Units text(length, static_cast<wchar_t>(filler));
+        for (std::size_t at = 0; at < length; ++at) {
+          text[at] = static_cast<wchar_t>(value);
+          ASSERT_TRUE(NarrowsRight(text, at % 5)) << value << ' ' << filler << ' ' << at;
+          Units twice = text;
+          twice[length - 1 - at] = static_cast<wchar_t>(0x1F600 + at);
+          ASSERT_TRUE(NarrowsRight(twice, 0)) << value << ' ' << filler << ' ' << at;
+          Units terminated = text;
+          terminated.push_back(L'\0');
+          if (value != 0) {
+            const ExpectedBytes expected = Narrowed(text.data(), length);
+            ASSERT_TRUE(xstring(terminated.data()) == expected.bytes.c_str())
+                << value << ' ' << filler << ' ' << at;
+          }
+          text[at] = static_cast<wchar_t>(filler);
+        }
+      }
+    }
+  }
+  // The same bytes among ASCII, in the other direction.
+  for (unsigned byte = 0; byte < 256; ++byte) {
+    for (const std::size_t length : {15U, 16U, 17U, 31U, 33U, 70U}) {
+      for (std::size_t at = 0; at < length; ++at) {
+        std::string text(length, 'a');
+        text[at] = static_cast<char>(byte);
+        ASSERT_TRUE(Agrees(text)) << Hex(text);
+      }
+    }
+  }
+}
+
+// Mixtures of every kind, more of one than of the others as in the texts of a script.
+TEST(KorUtf8, RandomUnitsNarrow) {
+  Utf8Locale utf8;
+  VEL_NEED_LOCALE(utf8);
+  std::mt19937 random(7);
+  const auto pick = [&random](char32_t first, char32_t count) {
+    return first + static_cast<char32_t>(random() % count);
+  };
+  for (int round = 0; round < 20000; ++round) {
+    Units text;
+    const bool mayFail = round % 4 == 0;
+    for (std::size_t left = random() % 70; left > 0; --left) {
+      switch (random() % 8) {
+        case 0:
+          Add(&text, pick(0x10000, 0x100000));
+          break;
+        case 1:
+          Add(&text, mayFail ? pick(0xD7F0, 0x820) : pick(0xE000, 0x2000));
+          break;
+        case 2:
+        case 3:
+          Add(&text, pick(0x800, 0xD000));
+          break;
+        case 4:
+        case 5:
+          Add(&text, pick(0x80, 0x780));
+          break;
+        default:
+          Add(&text, pick(1, 0x7F));
+          break;
+      }
+      // Most blocks have none of the rare ones.
+      if (round % 2 == 0 && !text.empty() && static_cast<char32_t>(text.back()) > 0xD7FF) {
+        if (random() % 8 != 0) text.back() = L'x';
+      }
+    }
+    ASSERT_TRUE(NarrowsRight(text, random() % 17)) << round;
   }
 }
 

@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "korcharset.h"
+#include "korutf8block.h"
 
 namespace {
 
@@ -39,20 +40,28 @@ std::size_t AsciiRun(const Ch* text, std::size_t length) {
 template <class To, class From>
 std::size_t ConvertAscii(To* dest, const From* text, std::size_t length) {
   if (!dest) return AsciiRun(text, length);
+  constexpr std::size_t kUnits = kKorAsciiBlock;
   std::size_t at = 0;
-  // A word or two in a text of another script are too short for a block.
-  constexpr std::size_t kShort = 16;
-  for (; at < length && at < kShort && IsAscii(text[at]); ++at)
-    dest[at] = static_cast<To>(text[at]);
-  if (at < kShort) return at;
-  for (; length - at >= kBlock && IsAsciiBlock(text + at); at += kBlock) {
-    // The sign of a unit would only cost some more.
-    for (std::size_t i = 0; i < kBlock; ++i) {
-      dest[at + i] = static_cast<To>(static_cast<UnitOf<From>>(text[at + i]));
-    }
+  while (length - at >= kUnits && korConvertAsciiBlock(dest + at, text + at)) at += kUnits;
+  // The last block may begin among units that are done; they become the same again.
+  if (at > 0 && length - at < kUnits &&
+      korConvertAsciiBlock(dest + (length - kUnits), text + (length - kUnits))) {
+    return length;
   }
   for (; at < length && IsAscii(text[at]); ++at) dest[at] = static_cast<To>(text[at]);
   return at;
+}
+
+// The same within a text of another script, where a word or two are too short for
+// a block. Not in line, like the function below: the loops that call them would
+// have fewer registers.
+template <class To, class From>
+[[gnu::noinline]] std::size_t ConvertWords(To* dest, const From* text, std::size_t length) {
+  if (!dest) return AsciiRun(text, length);
+  const std::size_t few = std::min<std::size_t>(length, 16);
+  std::size_t at = 0;
+  for (; at < few && IsAscii(text[at]); ++at) dest[at] = static_cast<To>(text[at]);
+  return at < few ? at : at + ConvertAscii(dest + at, text + at, length - at);
 }
 
 // The bytes at `text` as one number, the first one lowest.
@@ -111,7 +120,7 @@ korProgress Widen(wchar_t* const dest, const char* const text, std::size_t bytes
       put(first);
       ++at;
       if (left < 16 || !IsAscii(*at)) continue;
-      const std::size_t run = ConvertAscii(kWrite ? out : nullptr, at, left - 1);
+      const std::size_t run = ConvertWords(kWrite ? out : nullptr, at, left - 1);
       at += run;
       if (kWrite) out += run;
       counted += run;
@@ -152,12 +161,45 @@ korProgress Widen(wchar_t* const dest, const char* const text, std::size_t bytes
           kWrite ? static_cast<std::size_t>(out - dest) : counted};
 }
 
+// Converts blocks from the start of a text, as long as another one that can be
+// written follows: it overwrites what the one before leaves behind its end, so that
+// the bytes behind a text, or behind the last character before a fault, stay what
+// they were.
+[[gnu::noinline]] korProgress NarrowBlocks(char* dest, const wchar_t* text, std::size_t units) {
+  korProgress done = {0, 0};
+#ifdef __SSE2__
+  constexpr std::size_t kUnits = korUtf8Block::kUnits;
+  korUtf8Block block;
+  if (units < 2 * kUnits || !block.Load(text)) return done;
+  while (units - done.taken >= 2 * kUnits) {
+    korUtf8Block next;
+    if (!next.Load(text + done.taken + kUnits)) break;
+    done.given += block.Write(dest + done.given);
+    done.taken += kUnits;
+    block = next;
+  }
+#else
+  static_cast<void>(dest), static_cast<void>(text), static_cast<void>(units);
+#endif
+  return done;
+}
+
 template <bool kWrite>
 korProgress Narrow(char* const dest, const wchar_t* const text, std::size_t length) {
   const wchar_t* at = text;
   const wchar_t* const end = text + length;
   std::size_t bytes = 0;
+  // Where blocks are tried again: later and later where none can be written.
+  const wchar_t* nextBlocks = text;
+  std::size_t pause = 16;
   for (;;) {
+    if (kWrite && at >= nextBlocks) {
+      const korProgress done = NarrowBlocks(dest + bytes, at, static_cast<std::size_t>(end - at));
+      at += done.taken;
+      bytes += done.given;
+      pause = done.taken > 0 ? 16 : 2 * pause;
+      nextBlocks = at + std::min(static_cast<std::size_t>(end - at), pause);
+    }
     for (; at < end && korHasTwoBytes(korUnit(*at)); ++at) {
       if (kWrite) korUtf8Encode2(korUnit(*at), dest + bytes);
       bytes += 2;
@@ -167,20 +209,22 @@ korProgress Narrow(char* const dest, const wchar_t* const text, std::size_t leng
       bytes += 3;
     }
     if (at == end) break;
-    const auto left = static_cast<std::size_t>(end - at);
     if (IsAscii(*at)) {
-      const std::size_t run = ConvertAscii(kWrite ? dest + bytes : nullptr, at, left);
+      const std::size_t run =
+          ConvertWords(kWrite ? dest + bytes : nullptr, at, static_cast<std::size_t>(end - at));
       at += run;
       bytes += run;
-    } else {
+      continue;
+    }
+    do {
       char32_t character;
       char out[4];
-      const std::size_t units = korDecodeWide(at, left, &character);
+      const std::size_t units = korDecodeWide(at, static_cast<std::size_t>(end - at), &character);
       const std::size_t more = korUtf8Encode(character, kWrite ? dest + bytes : out);
-      if (more == 0) break;
+      if (more == 0) return {static_cast<std::size_t>(at - text), bytes};
       at += units;
       bytes += more;
-    }
+    } while (at < end && korUnit(*at) >= 0xD800U);
   }
   return {static_cast<std::size_t>(at - text), bytes};
 }
