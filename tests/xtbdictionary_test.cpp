@@ -826,7 +826,9 @@ class FullDictionary : public xtcdictionary<Full> {
     if (log_) *log_ += std::to_string(slots) + ' ';
     xtcdictionary<Full>::Destroy(block, slots);
   }
+  using xtcdictionary<Full>::AllocateBlock;
   using xtcdictionary<Full>::BaseClone;
+  using xtcdictionary<Full>::Entry;
   using xtcdictionary<Full>::GetDataPtr;
   void CloneOf(const FullDictionary& other) { this->BaseClone(&other, kSlot, kValue); }
 
@@ -864,6 +866,22 @@ TEST(XtcDictionaryOfAnyClass, DestroyIsCalledForEachBlockAndNeverForNone) {
     EXPECT_EQ(log, "32 64 ");
   }
   EXPECT_EQ(log, "32 64 32 ");
+}
+
+TEST(XtcDictionaryOfAnyClass, DestroyEndsTheLiveValuesOfABlockOfItsCaller) {
+  using Entry = FullDictionary::Entry;
+  const xrchandle<FullDictionary> dict = new FullDictionary;
+  dict->set("kept", Full(1));
+  for (const unsigned slots : {1U, 3U, 31U, 32U, 33U, 64U}) {
+    auto* const block = static_cast<Entry*>(FullDictionary::AllocateBlock(slots * sizeof(Entry)));
+    for (unsigned i = 0; i < slots; ++i) new (block + i) Entry{i % 3 ? kOne : "live", Full()};
+    int live = 0;
+    for (unsigned i = 0; i < slots; i += 3, ++live) block[i].value = Full(7);
+    EXPECT_EQ(Full::alive, 1 + live);
+    dict->Destroy(block, slots);
+    EXPECT_EQ(Full::alive, 1);
+  }
+  EXPECT_TRUE(dict->find("kept", nullptr));
 }
 
 TEST(XtcDictionaryOfAnyClass, ClonesThroughTheValuesAssignment) {

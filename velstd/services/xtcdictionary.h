@@ -5,6 +5,8 @@
 #ifndef VELSTD_SERVICES_XTCDICTIONARY_H
 #define VELSTD_SERVICES_XTCDICTIONARY_H
 
+#include <cstddef>
+
 #include "xtbdictionary.h"
 
 /// A dictionary of values with constructors, assignment and destructors of their own.
@@ -29,6 +31,14 @@ class VELSTD_API xtcdictionary : public xtbdictionary<T> {
   /// and releases it.
   void Destroy(void* block, unsigned slots) override {
     auto* entry = static_cast<typename xtbdictionary<T>::Entry*>(block);
+    // When the block is no longer cached the loop would wait for one line of it after the
+    // other, so all of a table of the first size are asked for at once. Not only those of
+    // live slots: dropping and building many dictionaries was slower then.
+    constexpr std::size_t kLine = 64;
+    const std::size_t first = std::size_t{slots < 32 ? slots : 32} * sizeof *entry;
+    for (std::size_t at = 0; at < first; at += kLine) {
+      __builtin_prefetch(static_cast<const char*>(block) + at);
+    }
     for (unsigned i = 0; i < slots; ++i) {
       if (!xdictentryIsVacant(entry[i].key)) entry[i].value.~T();
     }
