@@ -984,6 +984,50 @@ TEST(XtsDictionaryOfAnyType, HoldsScalarsOfTwoWordsThroughResizes) {
   }
 }
 
+// A dictionary whose block can be looked at.
+template <class Front, class T>
+class Open : public Front {
+ public:
+  explicit Open(int capacity) : Front(capacity) {}
+  const xdictentry<T>* Slots() const { return static_cast<xdictentry<T>*>(this->GetDataPtr()); }
+};
+
+// Whether a new table, made where the entries of another have been, has null keys and
+// the values of T().
+template <class Front, class T, class IsEmpty>
+void ExpectEmptySlots(T full, IsEmpty isEmpty) {
+  for (const auto& [capacity, slots] : {std::pair(28, 32), std::pair(50, 64)}) {
+    for (const bool second : {false, true}) {
+      SCOPED_TRACE(std::to_string(slots) + (second ? " slots again" : " slots"));
+      const xrchandle<Open<Front, T>> dict = new Open<Front, T>(capacity);
+      ASSERT_EQ(dict->getmapsize(), slots);
+      for (int i = 0; i < slots; ++i) {
+        EXPECT_EQ(static_cast<const void*>(dict->Slots()[i].key), nullptr);
+        EXPECT_TRUE(isEmpty(dict->Slots()[i].value));
+      }
+      for (int i = 0; i < capacity; ++i) dict->set(std::to_string(i).c_str(), full);
+    }
+  }
+}
+
+// A number whose empty value is not of zeros.
+struct Number {
+  int n = -1;
+};
+
+TEST(XtbDictionaryBlocks, VacantSlotsHoldTheValuesOfDefaultConstructors) {
+  const auto isZero = [](auto value) { return value == 0; };
+  const auto isMinusOne = [](Number value) { return value.n == -1; };
+  ExpectEmptySlots<xtsdictionary<unsigned char>, unsigned char>(5, isZero);
+  ExpectEmptySlots<xtsdictionary<int>, int>(5, isZero);
+  ExpectEmptySlots<xtsdictionary<double>, double>(5.5, isZero);
+  ExpectEmptySlots<xtsdictionary<Number>, Number>({5}, isMinusOne);
+  ExpectEmptySlots<xtcdictionary<Number>, Number>({5}, isMinusOne);
+  ExpectEmptySlots<xtcdictionary<xany>, xany>("text", [](const xany& v) { return v.isuninit(); });
+  ExpectEmptySlots<xtcdictionary<xstring>, xstring>("text",
+                                                    [](const xstring& v) { return v.IsNull(); });
+}
+
 // A dictionary straight on the front with hooks of its own, which count the copies.
 class OwnHooks : public xtbdictionary<int> {
  public:

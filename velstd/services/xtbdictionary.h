@@ -19,6 +19,7 @@
 #define VELSTD_SERVICES_XTBDICTIONARY_H
 
 #include <cstddef>
+#include <cstring>
 #include <type_traits>
 
 #include "velbdict.h"
@@ -122,8 +123,12 @@ class VELSTD_API xtbdictionary : public virtual xobject, protected xbasedictiona
   /// A block with null keys and values made by their default constructors.
   static void* NewBlock(unsigned slots) {
     void* block = AllocateBlock(std::size_t{slots} * kSlot + RoomBehind(slots));
-    auto* entry = static_cast<Entry*>(block);
-    for (unsigned i = 0; i < slots; ++i) new (entry + i) Entry{nullptr, T()};
+    if constexpr (kEmptyIsZero) {
+      std::memset(block, 0, std::size_t{slots} * kSlot);
+    } else {
+      auto* entry = static_cast<Entry*>(block);
+      for (unsigned i = 0; i < slots; ++i) new (entry + i) Entry{nullptr, T()};
+    }
     return block;
   }
 
@@ -134,6 +139,10 @@ class VELSTD_API xtbdictionary : public virtual xobject, protected xbasedictiona
   static_assert(kValue == 8, "the value follows the key");
 
  private:
+  // Whether all bits of T() are 0, as those of a null key are; then a block is cleared as
+  // a whole, which takes a fraction of the time. The other types have to be asked.
+  static constexpr bool kEmptyIsZero = std::is_arithmetic<T>::value || std::is_same<T, xany>::value;
+
   struct Nothing {
     Nothing() {}  // not trivial: an unused variable of this type is no mistake
   };
