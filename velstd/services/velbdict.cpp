@@ -167,11 +167,12 @@ struct xbasedictionary::Record {
   // cppcheck-suppress uninitMemberVar
   explicit Record(const Parts& parts) { put(parts); }
   void put(const Parts& parts) {
-    const std::uint64_t words[2] = {htole64(parts.first), htole64(parts.second)};
-    static_assert(sizeof words == offsetof(Record, hash), "text and step");
+    const std::uint64_t first = htole64(parts.first);
+    const std::uint64_t second = htole64(parts.second);
+    static_assert(sizeof first + sizeof second == offsetof(Record, hash), "text and step");
     char* const at = reinterpret_cast<char*>(this);
-    std::memcpy(at, &words[0], sizeof words[0]);
-    std::memcpy(at + sizeof words[0], &words[1], sizeof words[1]);
+    std::memcpy(at, &first, sizeof first);
+    std::memcpy(at + sizeof first, &second, sizeof second);
     hash = parts.hash;
   }
 
@@ -337,8 +338,6 @@ void xbasedictionary::DropMarks() {
   ReleaseBeside(slotRecords, slotMarks);
   slotRecords = nullptr;
   slotMarks = nullptr;
-  markMask = 0;
-  textsUsed = 0;
   liveBits = 0;
 }
 

@@ -125,7 +125,7 @@ void velDictKeys::vacate(char* place, std::size_t size) noexcept {
 
 // A place of that size, or null without memory.
 char* velDictKeys::take(std::size_t size) noexcept {
-  char* place;
+  char* place = nullptr;
   if (Vacant*& list = vacant[size / 8 - 1]) {
     place = reinterpret_cast<char*>(list);
     Allow(place, size);

@@ -123,7 +123,9 @@ class VELSTD_API xtbdictionary : public virtual xobject, protected xbasedictiona
   /// A block with null keys and values made by their default constructors.
   static void* NewBlock(unsigned slots) {
     void* block = AllocateBlock(std::size_t{slots} * kSlot + RoomBehind(slots));
-    if constexpr (kEmptyIsZero) {
+    // All bits of these are 0 by default, as those of a null key are: a block is cleared
+    // as a whole, which takes a fraction of the time. The other types have to be asked.
+    if constexpr (std::is_arithmetic<T>::value || std::is_same<T, xany>::value) {
       std::memset(block, 0, std::size_t{slots} * kSlot);
     } else {
       auto* entry = static_cast<Entry*>(block);
@@ -139,10 +141,6 @@ class VELSTD_API xtbdictionary : public virtual xobject, protected xbasedictiona
   static_assert(kValue == 8, "the value follows the key");
 
  private:
-  // Whether all bits of T() are 0, as those of a null key are; then a block is cleared as
-  // a whole, which takes a fraction of the time. The other types have to be asked.
-  static constexpr bool kEmptyIsZero = std::is_arithmetic<T>::value || std::is_same<T, xany>::value;
-
   struct Nothing {
     Nothing() {}  // not trivial: an unused variable of this type is no mistake
   };
