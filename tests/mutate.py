@@ -12,6 +12,7 @@ test can tell it from the original. The work is done in copies of the tree.
     mutate.py SCRATCH --strict          only those of the functions that admit none
     mutate.py SCRATCH --only velbdict   those of the files with this in their name
     mutate.py SCRATCH --list            names them and does nothing
+    mutate.py SCRATCH --resume          what earlier runs killed in the same source stays dead
 
 Ends with a table, and with status 1 when fewer than --at-least percent were killed,
 or any of the strict ones lives. Adds its figures to the file that VELSTD_REPORT names
@@ -20,6 +21,7 @@ or any of the strict ones lives. Adds its figures to the file that VELSTD_REPORT
 
 import argparse
 import concurrent.futures
+import hashlib
 import os
 import pathlib
 import queue
@@ -280,6 +282,27 @@ class Trees:
             yield from zip(items, pool.map(in_tree, items))
 
 
+class Graves:
+    """What runs with one scratch directory have killed, by the source that it was made of, for
+    one that goes on where another was interrupted. What lived is tried again: tests grow."""
+
+    def __init__(self, root, scratch):
+        self.root = root
+        self.path = scratch / "killed.txt"
+        self.keys = set(self.path.read_text().split("\n")) if self.path.exists() else set()
+
+    def key(self, mutant):
+        source = hashlib.sha256((self.root / mutant.file).read_bytes()).hexdigest()
+        return f"{source} {mutant.file}:{mutant.number + 1}: {mutant.line}"
+
+    def __contains__(self, mutant):
+        return self.key(mutant) in self.keys
+
+    def add(self, mutant):
+        with open(self.path, "a", encoding="utf-8") as file:
+            file.write(self.key(mutant) + "\n")
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("scratch", type=pathlib.Path)
@@ -288,6 +311,7 @@ def main():
     parser.add_argument("--sample", type=int)
     parser.add_argument("--only", default="")
     parser.add_argument("--list", action="store_true")
+    parser.add_argument("--resume", action="store_true")
     parser.add_argument("--jobs", type=int, help="default: one a core; 1 for the canaries")
     parser.add_argument("--at-least", type=float, help="default: 90, and all canaries")
     arguments = parser.parse_args()
@@ -312,16 +336,23 @@ def main():
         print("\n".join(map(str, mutants)))
         return 0
 
+    counts = {}
     trees = Trees(root, arguments.scratch.resolve(), jobs)
+    graves = Graves(root, arguments.scratch.resolve())
+    if arguments.resume:
+        for mutant in [mutant for mutant in mutants if mutant in graves]:
+            counts.setdefault(mutant.file, {}).setdefault("killed", []).append(mutant)
+        mutants = [mutant for mutant in mutants if mutant not in graves]
     needed = sorted({test for mutant in mutants for test in FILES[mutant.file]})
     for _ in trees.each(lambda tree, _: tree.check(needed), range(jobs)):
         pass
-    counts = {}
     strict_alive = 0
     for mutant, outcome in trees.each(
             lambda tree, mutant: tree.outcome(mutant, FILES[mutant.file]), mutants):
         counts.setdefault(mutant.file, {}).setdefault(outcome, []).append(mutant)
-        if outcome == "survived":
+        if outcome == "killed":
+            graves.add(mutant)
+        elif outcome == "survived":
             strict_alive += mutant.is_strict
             print(f"survived{' (strict)' if mutant.is_strict else ''}: {mutant}", flush=True)
 
