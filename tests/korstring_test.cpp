@@ -850,6 +850,58 @@ void ExpectCasesOfTheCLibrary() {
   EXPECT_TRUE(Lower(letters) == ConvertedOneByOne(letters, std::towlower));
 }
 
+// Long texts of ASCII, for which blocks are converted at once, with something else at
+// each place of a block.
+void ExpectCasesOfLongTexts() {
+  std::string ascii;
+  for (int i = 0; i < 700; ++i) ascii += static_cast<char>(i * 5 % 127 + 1);
+  for (const std::size_t length : {511U, 512U, 513U, 543U, 544U, 545U, 575U, 576U, 700U}) {
+    const std::string text = ascii.substr(0, length);
+    EXPECT_EQ(Upper(text), ConvertedOneByOne(text, std::towupper)) << length;
+    EXPECT_EQ(Lower(text), ConvertedOneByOne(text, std::towlower)) << length;
+  }
+  for (const char* other : {"\xC3\xA9", "\xC3\x89", "\xFF", "\x80"}) {
+    for (std::size_t at = 0; at < 100; ++at) {
+      const std::string text = ascii.substr(0, at) + other + ascii.substr(at);
+      ASSERT_EQ(Upper(text), ConvertedOneByOne(text, std::towupper)) << at;
+      ASSERT_EQ(Lower(text), ConvertedOneByOne(text, std::towlower)) << at;
+    }
+  }
+  for (std::size_t at = 0; at < 100; ++at) {
+    std::vector<wchar_t> text(ascii.begin(), ascii.end());
+    text[at] = L'\u00e9';
+    std::vector<wchar_t> upper, lower;
+    for (const wchar_t c : text) {
+      upper.push_back(static_cast<wchar_t>(std::towupper(static_cast<std::wint_t>(c))));
+      lower.push_back(static_cast<wchar_t>(std::towlower(static_cast<std::wint_t>(c))));
+    }
+    for (auto* all : {&text, &upper, &lower}) all->push_back(L'\0');
+    std::vector<wchar_t> made = text;
+    korWStringToUpper(made.data());
+    ASSERT_TRUE(made == upper) << at;
+    made = text;
+    korWStringToLower(made.data());
+    ASSERT_TRUE(made == lower) << at;
+  }
+}
+
+TEST(KorString, CasesOfLongTextsAreThoseOfTheCLibraryInEveryLocale) {
+  ExpectCasesOfLongTexts();
+  {
+    Utf8Locale utf8;
+    VEL_NEED_LOCALE(utf8);
+    ExpectCasesOfLongTexts();
+  }
+  {
+    GermanLatin1Locale latin1;
+    VEL_NEED_LOCALE(latin1);
+    ExpectCasesOfLongTexts();
+  }
+  TurkishUtf8Locale turkish;
+  VEL_NEED_LOCALE(turkish);
+  ExpectCasesOfLongTexts();
+}
+
 TEST(KorString, CasesAreThoseOfTheCLibraryInEveryLocale) {
   ExpectCasesOfTheCLibrary();
   {

@@ -1,5 +1,6 @@
 #include "korstring.h"
 
+#include <algorithm>
 #include <charconv>
 #include <climits>
 #include <cstdint>
@@ -8,6 +9,7 @@
 #include <cwctype>
 #include <memory>
 #include <system_error>
+#include <type_traits>
 
 #include "korcharset.h"
 #include "kormbcs.h"
@@ -348,12 +350,78 @@ bool ReadDouble(const char* start, const char* end, double* value) {
 
 // ---- case ------------------------------------------------------------------
 
-using CaseFunction = std::wint_t (*)(std::wint_t);
-
-template <CaseFunction kConvert>
+// What the current locale makes of a character.
+template <bool kUpper>
 char32_t OtherCase(char32_t character) {
-  return static_cast<char32_t>(kConvert(static_cast<std::wint_t>(character)));
+  const auto asked = static_cast<std::wint_t>(character);
+  return static_cast<char32_t>(kUpper ? std::towupper(asked) : std::towlower(asked));
 }
+
+// What nearly every locale makes of a unit of ASCII; the others are Turkish and its kin.
+template <bool kUpper, class C>
+constexpr C PlainCase(C unit) {
+  using Unit = std::make_unsigned_t<C>;
+  constexpr Unit kFirst = kUpper ? 'a' : 'A';
+  const auto place = static_cast<Unit>(static_cast<Unit>(unit) - kFirst);
+  return static_cast<C>(static_cast<Unit>(unit) ^ (place < 26 ? 0x20U : 0U));
+}
+
+// Converts a text in blocks that compilers turn into vector instructions, as far as it is
+// ASCII and the locale changes that plainly.
+template <bool kUpper, class C>
+class PlainBlocks {
+ public:
+  // Of `units` units; does nothing unless `allowed`, or if the text is too short to ask
+  // the locale for all of ASCII.
+  PlainBlocks(const C* text, std::size_t units, bool allowed)
+      : end(text + units), next(allowed && units >= kWorthAsking ? text : end) {}
+
+  // Converts the blocks that begin at `text`. Returns the first unit that is left, to be
+  // converted one by one with those that follow it up to `until`. Where no block is all
+  // ASCII they are looked at less and less often.
+  C* Convert(C* text, const C** until) {
+    while (text >= next && static_cast<std::size_t>(end - text) >= kUnits) {
+      if (!IsAscii(text)) {
+        next = text + std::min(pause, static_cast<std::size_t>(end - text));
+        pause = std::min(2 * pause, kLongestPause);
+      } else if (!hasAsked && !IsLocalePlain()) {
+        next = end;
+      } else {
+        hasAsked = true;
+        pause = kUnits;
+        for (std::size_t i = 0; i < kUnits; ++i) text[i] = PlainCase<kUpper>(text[i]);
+        text += kUnits;
+      }
+    }
+    *until = text < next ? next : end;
+    return text;
+  }
+
+ private:
+  static constexpr std::size_t kUnits = 32;
+  static constexpr std::size_t kWorthAsking = 512;
+  static constexpr std::size_t kLongestPause = 512;
+
+  static bool IsAscii(const C* text) {
+    using Unit = std::make_unsigned_t<C>;
+    Unit all = 0;
+    for (std::size_t i = 0; i < kUnits; ++i) {
+      all = static_cast<Unit>(all | static_cast<Unit>(text[i]));
+    }
+    return all < 0x80U;
+  }
+  static bool IsLocalePlain() {
+    for (char32_t c = 0; c < 0x80; ++c) {
+      if (OtherCase<kUpper>(c) != PlainCase<kUpper>(c)) return false;
+    }
+    return true;
+  }
+
+  const C* const end;
+  const C* next;  // from where on a block is worth a look
+  std::size_t pause = kUnits;
+  bool hasAsked = false;
+};
 
 // What the locale makes of the units below `kUnits`, each asked for when it is
 // met first. The C library is asked through a function a character, which is
@@ -373,16 +441,16 @@ class KnownCases {
 
 // The character of `length` bytes at `text` is written over by its other case if
 // that has as many bytes.
-template <CaseFunction kConvert>
+template <bool kUpper>
 inline void ConvertCharacter(const korCharset& charset, char* text, std::size_t length,
                              char32_t character) {
   char out[MB_LEN_MAX];
-  const char32_t other = OtherCase<kConvert>(character);
+  const char32_t other = OtherCase<kUpper>(character);
   if (other == character || charset.Encode(other, out) != length) return;
   for (std::size_t i = 0; i < length; ++i) text[i] = out[i];  // too few to call for
 }
 
-template <CaseFunction kConvert>
+template <bool kUpper>
 void ConvertCase(char* text) {
   // Null text has nothing to convert, and the text "uninit" is a literal.
   if (reinterpret_cast<std::uintptr_t>(text) <= 2) return;
@@ -392,42 +460,53 @@ void ConvertCase(char* text) {
                             : charset.IsAsciiSafe()    ? 0x80U
                                                        : 0;
   KnownCases<char, UCHAR_MAX + 1U> cases;
-  const char* const end = text + std::strlen(text);
-  while (text < end) {
-    const auto left = static_cast<std::size_t>(end - text);
-    char32_t character;
-    const auto first = static_cast<unsigned char>(*text);
-    if (first < alone) {
-      *text = cases.Get(first, [&] {
-        if (charset.Decode(text, left, &character) == 1) {
-          ConvertCharacter<kConvert>(charset, text, 1, character);
-        }
-        return *text;
-      });
-      ++text;
-      continue;
+  const std::size_t bytes = std::strlen(text);
+  const char* const end = text + bytes;
+  PlainBlocks<kUpper, char> blocks(text, bytes, charset.IsAsciiSafe());
+  const char* until;
+  while ((text = blocks.Convert(text, &until)) < end) {
+    while (text < until) {
+      const auto left = static_cast<std::size_t>(end - text);
+      char32_t character;
+      const auto first = static_cast<unsigned char>(*text);
+      if (first < alone) {
+        *text = cases.Get(first, [&] {
+          if (charset.Decode(text, left, &character) == 1) {
+            ConvertCharacter<kUpper>(charset, text, 1, character);
+          }
+          return *text;
+        });
+        ++text;
+        continue;
+      }
+      const std::size_t length = charset.Decode(text, left, &character);
+      if (length > 0) ConvertCharacter<kUpper>(charset, text, length, character);
+      text += length > 0 ? length : 1;  // an invalid byte stays
     }
-    const std::size_t length = charset.Decode(text, left, &character);
-    if (length > 0) ConvertCharacter<kConvert>(charset, text, length, character);
-    text += length > 0 ? length : 1;  // an invalid byte stays
   }
 }
 
-template <CaseFunction kConvert>
+template <bool kUpper>
 void ConvertCase(wchar_t* text) {
   if (!korText(text)) return;
   constexpr std::size_t kKnown = 0x80;
   KnownCases<wchar_t, kKnown> cases;
-  for (; *text != L'\0'; ++text) {
-    const char32_t unit = korUnit(*text);
-    const auto convert = [unit] {
-      const char32_t other = OtherCase<kConvert>(unit);
-      return static_cast<wchar_t>(sizeof(wchar_t) > 2 || other <= 0xFFFFU ? other : unit);
-    };
-    if (unit < kKnown) {
-      *text = cases.Get(unit, convert);
-    } else if (korIsCharacter(unit)) {  // not half of a pair
-      *text = convert();
+  const std::size_t units = Strlen(text);
+  const wchar_t* const end = text + units;
+  PlainBlocks<kUpper, wchar_t> blocks(text, units, true);
+  const wchar_t* until;
+  while ((text = blocks.Convert(text, &until)) < end) {
+    for (; text < until; ++text) {
+      const char32_t unit = korUnit(*text);
+      const auto convert = [unit] {
+        const char32_t other = OtherCase<kUpper>(unit);
+        return static_cast<wchar_t>(sizeof(wchar_t) > 2 || other <= 0xFFFFU ? other : unit);
+      };
+      if (unit < kKnown) {
+        *text = cases.Get(unit, convert);
+      } else if (korIsCharacter(unit)) {  // not half of a pair
+        *text = convert();
+      }
     }
   }
 }
@@ -557,7 +636,7 @@ bool korWStringToDouble(const wchar_t* textArg, double* value) {
   return ReadDouble(narrow, narrow + length, value);
 }
 
-void korStringToLower(char* text) { ConvertCase<std::towlower>(text); }
-void korStringToUpper(char* text) { ConvertCase<std::towupper>(text); }
-void korWStringToLower(wchar_t* text) { ConvertCase<std::towlower>(text); }
-void korWStringToUpper(wchar_t* text) { ConvertCase<std::towupper>(text); }
+void korStringToLower(char* text) { ConvertCase<false>(text); }
+void korStringToUpper(char* text) { ConvertCase<true>(text); }
+void korWStringToLower(wchar_t* text) { ConvertCase<false>(text); }
+void korWStringToUpper(wchar_t* text) { ConvertCase<true>(text); }
