@@ -58,7 +58,7 @@ std::uint64_t velSipHash(const velSipSeed& seed, const char* text, std::size_t l
   std::size_t at = 0;
   for (; at + 8 <= length; at += 8) {
     std::uint64_t word;
-    std::memcpy(&word, text + at, 8);
+    std::memcpy(&word, text + at, sizeof word);
     state.word(word);
   }
   // What is left, and the length in the eighth byte.
