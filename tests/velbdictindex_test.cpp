@@ -2,13 +2,17 @@
 // filling. The class is not exported: its source is part of this program.
 #include "velbdictindex.h"
 
+#include <sys/random.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "velbdict.h"
 #include "koralloc.h"
+#include "velbdict.h"
 #include "veltest.h"
 
 namespace {
@@ -16,6 +20,7 @@ namespace {
 // What the functions below refuse, and what they have given and not got back.
 bool hasNoMemory = false;
 int blocks = 0;
+int seeds = 0;  // asked for
 
 }  // namespace
 
@@ -28,6 +33,10 @@ void* korAlloc(std::size_t size) {
 void korFree(void* block) {
   blocks -= block != nullptr;
   std::free(block);
+}
+ssize_t getrandom(void* buffer, size_t length, unsigned flags) {
+  ++seeds;
+  return syscall(SYS_getrandom, buffer, length, flags);
 }
 
 namespace {
@@ -173,6 +182,14 @@ TEST(VelDictIndex, TakenTablesHaveNoSlotToFill) {
   EXPECT_TRUE(table.FindsAll());
 }
 
+// Keys that collide in one index are harmless in the next.
+TEST(VelDictIndex, GetsARandomSeedOfItsOwn) {
+  seeds = 0;
+  const Table first(64, 50, 0, 1);
+  const Table second(64, 50, 0, 1);
+  EXPECT_EQ(seeds, 2);
+}
+
 TEST(VelDictIndex, IsNotMadeWithoutMemory) {
   std::vector<Entry> entries(64);
   hasNoMemory = true;
@@ -182,8 +199,8 @@ TEST(VelDictIndex, IsNotMadeWithoutMemory) {
 }
 
 TEST(VelDictIndex, ProbesWithoutMemoryForItsSets) {
-  for (const Filling filling : {Filling{1024, 97, 2}, Filling{1024, 98, 2}, Filling{1024, 99, 1},
-                                Filling{1024, 100, 0}}) {
+  for (const Filling filling :
+       {Filling{1024, 97, 2}, Filling{1024, 98, 2}, Filling{1024, 99, 1}, Filling{1024, 100, 0}}) {
     Table table(filling.size, filling.live, filling.vacated, 1);
     hasNoMemory = true;
     for (std::uint32_t start = 0; start < filling.size; ++start) {

@@ -56,8 +56,8 @@ template <class E, class... Arguments>
 }
 
 /// Makes an E (a class derived from xthrowable) of `arguments` and throws it, as xthrow
-/// does. Nothing is left in the caller that the stack would have to unwind, so that it
-/// costs a quarter less than xthrow(xrchandle<E>(new E(...))).
+/// does. Nothing is left in the caller that the stack would have to unwind, which spares
+/// what xthrow(xrchandle<E>(new E(...))) pays for it.
 /// Throws what E's constructor throws, and std::bad_alloc.
 template <class E, class... Arguments>
 [[noreturn]] inline void velThrow(Arguments&&... arguments) {
