@@ -19,6 +19,7 @@ namespace {
 
 // What the functions below refuse, and what they have given and not got back.
 bool hasNoMemory = false;
+int lastBlock = 0;  // that many more, then none; 0: no end
 int blocks = 0;
 int seeds = 0;  // asked for
 
@@ -28,6 +29,7 @@ int seeds = 0;  // asked for
 void* korAlloc(std::size_t size) {
   void* const block = hasNoMemory ? nullptr : std::malloc(size);
   blocks += block != nullptr;
+  if (lastBlock > 0 && --lastBlock == 0) hasNoMemory = true;
   return block;
 }
 void korFree(void* block) {
@@ -196,6 +198,16 @@ TEST(VelDictIndex, IsNotMadeWithoutMemory) {
   velDictIndex* const index = velDictIndex::create({entries.data(), sizeof(Entry), 64});
   hasNoMemory = false;
   EXPECT_EQ(index, nullptr);
+}
+
+TEST(VelDictIndex, IsGivenBackWithoutMemoryForItsEntries) {
+  std::vector<Entry> entries(64);
+  const int before = blocks;
+  lastBlock = 1;
+  velDictIndex* const index = velDictIndex::create({entries.data(), sizeof(Entry), 64});
+  hasNoMemory = false;
+  EXPECT_EQ(index, nullptr);
+  EXPECT_EQ(blocks, before);
 }
 
 TEST(VelDictIndex, ProbesWithoutMemoryForItsSets) {
