@@ -226,6 +226,22 @@ TEST(VelDictIndex, ProbesWithoutMemoryForItsSets) {
   }
 }
 
+// Two paths round the whole table are what a set of empty slots is worth, and two back
+// over all of it a set of tombstones.
+TEST(VelDictIndex, MakesASetWhenProbingHasAddedUp) {
+  Table table(1024, 100, 0, 1);
+  table.entries[7].key = nullptr;
+  table.entries[8].key = kTombstone;
+  velDictIndex::destroy(table.index);
+  table.index = velDictIndex::create({table.entries.data(), sizeof(Entry), 1024});
+  const int before = blocks;
+  constexpr int kCircle = 1;
+  for (const int sets : {0, 1, 1, 2, 2, 2}) {
+    EXPECT_EQ(table.index->slotToFill(8, 1), 8U);
+    EXPECT_EQ(blocks, before + kCircle + sets);
+  }
+}
+
 TEST(VelDictIndex, GivesBackAllThatItTook) {
   const int before = blocks;
   {

@@ -38,8 +38,8 @@ unsigned Distance(unsigned from, unsigned to, unsigned mask) {
 struct velDictIndex::Circle {
   std::uint32_t step;
   std::uint32_t inverse;
-  velPlaceSet* empty;     // null: not worth it so far
-  velPlaceSet* vacated;   // null: likewise
+  velPlaceSet* empty;    // null: not worth it so far
+  velPlaceSet* vacated;  // null: likewise
   std::size_t forward;   // probes too many in search of an empty slot
   std::size_t backward;  // and of a tombstone
   Circle* next;
