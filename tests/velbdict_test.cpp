@@ -1,6 +1,7 @@
 #include "velbdict.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <algorithm>
 #include <cstring>
@@ -1236,6 +1237,46 @@ TEST(XBaseDictionaryClear, FreeAllKeysLeavesTheSlotsAsTheyAre) {
   const Fields fields = ReadFields(dict);
   WriteFields(dict, {nullptr, 0, 0, 70, 90});
   dict.OnDestroy(fields.table, fields.size);
+}
+
+// A class that gives back its table, and does not clear itself when it goes.
+class Careless : public xbasedictionary {
+ public:
+  Careless() : xbasedictionary(nullptr) {}
+  ~Careless() { ReleaseBlock(ReadFields(*this).table); }
+
+  void* OnAllocate(unsigned slots) override {
+    return std::memset(AllocateBlock(std::size_t{slots} * kSlot), 0, std::size_t{slots} * kSlot);
+  }
+  void OnDestroy(void* block, unsigned) override { ReleaseBlock(block); }
+  void OnCopyEntry(void* dst, const void* src) override { std::memcpy(dst, src, sizeof(int)); }
+  void OnRemoveEntry(void*) override {}
+};
+
+template <class Dict>
+void MakeAndDrop(const std::vector<std::string>& keys) {
+  Dict dict;
+  const int value = 1;
+  for (const std::string& key : keys) dict.BaseSet(key.c_str(), &value, kSlot, kValue);
+}
+
+// Of memory that is not asked for by operator new, too: bytes add up over many of them.
+TEST(XBaseDictionary, ThatGoesGivesBackAllItTook) {
+  const std::string longKey(100, 'b');
+  std::vector<std::vector<std::string>> fillings = {{}, {"a"}, {"a", longKey}, Names(100), OneWay(80)};
+  fillings[3].push_back(longKey);
+  for (std::size_t i = 0; i < fillings.size(); ++i) {
+    SCOPED_TRACE(i);
+    const long blocks = velLiveBlocks();
+    std::size_t bytes = 0;
+    for (int n = 0; n < 200; ++n) {
+      if (n == 10) bytes = mallinfo2().uordblks;
+      MakeAndDrop<Careless>(fillings[i]);
+      MakeAndDrop<LogDict>(fillings[i]);
+    }
+    EXPECT_EQ(velLiveBlocks(), blocks);
+    EXPECT_LT(mallinfo2().uordblks, bytes + 4096);
+  }
 }
 
 TEST(XBaseDictionaryClear, FreeAllKeysWithoutATableDoesNothing) {

@@ -1,6 +1,8 @@
 // Attach and release in line: which objects get there, and which never do.
 #include "velcounting.h"
 
+#include <cstdint>
+#include <cstring>
 #include <memory>
 #include <thread>
 #include <utility>
@@ -96,6 +98,42 @@ TEST(Counting, CountsOfUsualClassesAreRight) {
   EXPECT_EQ(xrcgetcount(object.operator->()), 1);
   std::thread([&] { CopiesOf(object); }).join();
   EXPECT_EQ(xrcgetcount(object.operator->()), 1);
+}
+
+// What is behind the count: 0 as long as attach and release are to be looked up.
+std::uint32_t MarkOf(const xobject& object) {
+  std::uint32_t mark;
+  std::memcpy(&mark, reinterpret_cast<const char*>(&object) + 12, sizeof mark);
+  return mark;
+}
+
+TEST(Counting, ObjectsOfUsualClassesAreMarkedOnceTheyAreHeld) {
+  const auto* const fresh = new Usual;
+  EXPECT_EQ(MarkOf(*fresh), 0U);
+  delete fresh;
+  const xrchandle<Usual> held(new Usual);
+  EXPECT_NE(MarkOf(*held), 0U);
+  auto* const attached = new Usual;
+  xrcattach(attached);
+  EXPECT_EQ(MarkOf(*attached), MarkOf(*held));
+  xrcrelease(attached);
+  Seen seen;
+  EXPECT_EQ(MarkOf(*xrchandle<SeesAttach>(new SeesAttach(&seen))), 0U);
+  EXPECT_EQ(MarkOf(*xrchandle<SeesRelease>(new SeesRelease(&seen))), 0U);
+}
+
+// At 0 it is released and attached, as any other would be.
+TEST(Counting, AnOverrideSeesItsObjectAssignedToItsOwnHandle) {
+  Seen seen;
+  {
+    auto* const object = new SeesRelease(&seen);
+    xrchandle<SeesRelease> handle(object);
+    object->force(0);
+    handle = object;
+    EXPECT_EQ(seen.released, 1);
+    object->force(1);
+  }
+  EXPECT_EQ(seen.released, 2);
 }
 
 // Holds itself from its constructor on, when its class is still the base.

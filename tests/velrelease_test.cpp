@@ -9,6 +9,7 @@
 #include <random>
 #include <vector>
 
+#include "velcounting.h"
 #include "veltest.h"
 #include "veltest_limit.h"
 
@@ -327,6 +328,7 @@ std::string LogOfGraph(unsigned seed, int* deepest = nullptr) {
   EXPECT_EQ(world.alive, 1) << seed;
   EXPECT_EQ(xrcgetcount(pinned), 1) << seed;
   EXPECT_EQ(world.dying, 0) << seed;
+  EXPECT_EQ(velCounting::waitingReleases, 0) << seed;
   if (deepest) *deepest = world.deepest;
   return world.log;
 }
@@ -369,6 +371,52 @@ TEST(VelRelease, WhatADestructorMadeMayHoldTheDyingOne) {
     Drop(node);
     EXPECT_EQ(world.log, "a0 o0 d0 a0 o0 d0 a1 o1 d1 ") << level;
     EXPECT_EQ(world.alive, 0);
+  }
+}
+
+// Takes and gives back a reference on itself while it is destroyed.
+class HoldsItself : public virtual xobject {
+  VEL_OBJECT(HoldsItself)
+ public:
+  explicit HoldsItself(std::vector<int>* s) : seen(s) {}
+  ~HoldsItself() override {
+    {
+      const xrchandle<HoldsItself> self(this);
+      seen->push_back(xrcgetcount(this));
+    }
+    seen->push_back(xrcgetcount(this));
+  }
+
+ private:
+  std::vector<int>* seen;
+};
+VEL_OBJECT_RTTI(HoldsItself, xrttiobject, [](xrttiobject* rtti) {
+  rtti->initializeRttiObject("velrelease_test::HoldsItself", 1, 0, nullptr);
+})
+
+TEST(VelRelease, TheDyingOnesOwnReleasesDoNotWait) {
+  for (int level : {0, 1, INT_MAX}) {
+    const FlattenAt here(level);
+    std::vector<int> seen;
+    Drop(new HoldsItself(&seen));
+    EXPECT_EQ(seen, (std::vector<int>{2, 1})) << level;
+  }
+}
+
+TEST(VelRelease, AnyNumberOfChildrenDiesInOrder) {
+  const FlattenAt here(0);
+  for (int count = 1; count < 200; ++count) {
+    Node::World world;
+    xrchandle<Node> root(new Node(world));
+    std::string expected = "a0 o0 d0 ";
+    for (int i = 1; i <= count; ++i) {
+      root->children.emplace_back(new Node(world));
+      const std::string id = std::to_string(i) + ' ';
+      expected += 'a' + id + 'o' + id + 'd' + id;
+    }
+    root = 0;
+    ASSERT_EQ(world.log, expected);
+    ASSERT_EQ(velCounting::waitingReleases, 0);
   }
 }
 
@@ -517,6 +565,34 @@ TEST(VelRelease, DestructorsNestAsFarAsTheLevel) {
       outer = wrapped;
     }
     outer = 0;
+    EXPECT_EQ(Nest::deepest, length < 65 ? length : 65) << length;
+  }
+}
+
+// The same of objects that are not counted.
+class PlainNest : public virtual xobject {
+  VEL_OBJECT(PlainNest)
+ public:
+  explicit PlainNest(PlainNest* i) : inner(i) {}
+  ~PlainNest() override {
+    Nest::deepest = std::max(Nest::deepest, ++Nest::depth);
+    xdelete(inner);
+    --Nest::depth;
+  }
+
+ private:
+  PlainNest* inner;
+};
+VEL_OBJECT_RTTI(PlainNest, xrttiobject, [](xrttiobject* rtti) {
+  rtti->initializeRttiObject("velrelease_test::PlainNest", 0, 0, nullptr);
+})
+
+TEST(VelRelease, DestructorsOfPlainObjectsNestAsFar) {
+  for (int length : {63, 64, 65, 66, 1000}) {
+    Nest::deepest = 0;
+    PlainNest* outer = nullptr;
+    for (int i = 0; i < length; ++i) outer = new PlainNest(outer);
+    xdelete(outer);
     EXPECT_EQ(Nest::deepest, length < 65 ? length : 65) << length;
   }
 }

@@ -212,6 +212,68 @@ TEST(VelTraverseGuard, ValuesOfAKindOutOfRangeAreNotReported) {
   }
 }
 
+TEST(VelTraverseGuard, WhatAReadStoredBeforeItFailedIsNoValue) {
+  VelDictType type("D");
+  const VelThingHandle thing = velNewThing(&type);
+  thing->entries = {velThingEntry("k", 1)};
+  thing->entries[0].value = [](xany* value) -> bool {
+    *value = xany(5);
+    throw std::runtime_error("late");
+  };
+  const std::string log = velWalked(xany(thing));
+  EXPECT_EQ(velCountOf(log, "simpleValue"), 0) << log;
+  EXPECT_EQ(velCountOf(log, "errorOccured"), 1) << log;
+}
+
+// The key before it does not show where a dictionary gives none.
+TEST(VelTraverseGuard, AKeyThatIsNotGivenIsNull) {
+  VelDictType type("D");
+  const VelThingHandle thing = velNewThing(&type);
+  thing->entries = {velThingEntry("k", 1), velThingEntry("l", 2)};
+  thing->entries[1].key = [](xstring*) { return true; };
+  class Visitor : public velTraverser {
+   public:
+    velTraverseResult beginDictElement(xrttidictionary*, xstring key,
+                                       xrcunihandle<xobject>) override {
+      keys.push_back(key.IsNull() ? "null" : key.CastToCString());
+      return velTrSkip;
+    }
+    std::vector<std::string> keys;
+  } visitor;
+  velTraverse(xany(thing), &visitor);
+  EXPECT_EQ(visitor.keys, (std::vector<std::string>{"k", "null"}));
+}
+
+// Cannot be held for a while.
+class Shy : public VelThing {
+ public:
+  using VelThing::VelThing;
+  static bool isShy;
+
+ private:
+  void xattach() override {
+    if (isShy) throw std::runtime_error("leave me");
+    ++refcount;
+  }
+};
+bool Shy::isShy = false;
+
+TEST(VelTraverseGuard, AnObjectThatCannotBeHeldIsReportedWhereItIsRead) {
+  VelPlainType type("Shy");
+  const xrchandle<xobject> object(new Shy(&type));
+  const auto sequence = xanysequence::create();
+  sequence->append(xany(object));
+  const auto dictionary = xanydictionary::create();
+  dictionary->set("k", xany(object));
+  for (const xany& value : {xany(sequence), xany(dictionary)}) {
+    Shy::isShy = true;
+    const std::string log = velWalked(value);
+    Shy::isShy = false;
+    EXPECT_EQ(velCountOf(log, "errorOccured"), 1) << log;
+    EXPECT_EQ(velCountOf(log, "endObject"), 1) << log;
+  }
+}
+
 void* ExitingWalk(void* argument) {
   velTraverser visitor;
   velTraverse(xany(static_cast<VelThing*>(argument)), &visitor);

@@ -631,6 +631,30 @@ TEST(VelTraverse, GetterMayWalkItsOwner) {
   EXPECT_EQ(velCountOf(velWalked(xany(thing)), "simpleValue(5)"), 1);
 }
 
+TEST(VelTraverse, CirclesAreSeenAtEveryDepth) {
+  VelAttr next("next");
+  VelStructType type("Node", {}, {&next});
+  std::vector<VelThingHandle> nodes;
+  for (int i = 0; i < 20; ++i) {
+    nodes.push_back(velNewThing(&type));
+    if (i > 0) nodes[nodes.size() - 2]->values["next"] = velGives(xany(nodes.back()));
+  }
+  for (const VelThingHandle& target : nodes) {
+    nodes.back()->values["next"] = velGives(xany(target));
+    std::vector<xobject*> met;
+    int begun = 0;
+    VelEventTraverser visitor([&](const VelEvent& event) {
+      begun += event.operation == "beginObject";
+      if (event.operation == "alreadyVisited") met.push_back(event.object);
+      return begun > 25 ? velTrStop : velTrContinue;
+    });
+    velTraverse(xany(nodes.front()), &visitor);
+    EXPECT_EQ(begun, 20);
+    EXPECT_EQ(met, std::vector<xobject*>{target});
+  }
+  nodes.back()->values.clear();
+}
+
 TEST(VelTraverse, StopInTheDepthReleasesEverything) {
   VelAttr next("next");
   VelStructType type("Node", {}, {&next});

@@ -693,6 +693,8 @@ TEST(XBaseSequence, OwnSourcesTakeOneCopyUnlessTheGapDividesThem) {
   EXPECT_EQ(core.taken(), "copy(@7,@4,10) copy(@4,@2,2) copy(@6,@7,1)");
   core.BaseInsert(4, 0, core.at(2));
   EXPECT_EQ(core.taken(), "copy(@4,@4,13) copy(@4,@2,0)");
+  core.BaseInsert(4, 3, core.at(4));
+  EXPECT_EQ(core.taken(), "copy(@7,@4,13) copy(@4,@7,3)");
   core.BaseCopy(4, 3, core.at(2));
   EXPECT_EQ(core.taken(), "copy(@4,@2,3)");
 }
