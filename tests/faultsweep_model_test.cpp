@@ -164,6 +164,10 @@ void FillDescriptors(Table& table) {
           velGetRtti_any();
           xobject::getClassRtti();
         });
+  Step0(table, "xobject::operator new|xobject::operator delete", [] {
+    xobject::operator delete(xobject::operator new(40), 40);
+    xobject::operator delete(xobject::operator new(1000), 1000);
+  });
   Step0(table, "velRttiRegister_buildintypes::velRttiRegister_buildintypes|"
         "velRttiRegister_vellib::velRttiRegister_vellib|"
         "velRttiRegister_stdcols::velRttiRegister_stdcols|"

@@ -27,7 +27,9 @@
 #define VELSTD_VELBASE_XOBJECT_H
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <new>
 
 #include "korapi.h"
 #include "xstring.h"
@@ -61,6 +63,22 @@ class VELSTD_API xobject {
   /// Both sides keep their counts.
   // NOLINTNEXTLINE(cert-oop54-cpp): nothing is assigned
   xobject& operator=(const xobject&) noexcept { return *this; }
+
+  /// Memory of an object: of those that died in this thread before, which keeps up to
+  /// 128 KiB of blocks of up to 512 bytes, or the global operator new's. A program that has
+  /// put its own in the place of that, or of malloc, gets every call. Throws std::bad_alloc.
+  /// Thread-safe; an object may die in another thread.
+  static void* operator new(std::size_t bytes);
+  /// Null without memory.
+  static void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept;
+  /// The global ones, for classes of unusual alignment and for memory that is there.
+  static void* operator new(std::size_t bytes, std::align_val_t alignment);
+  static void* operator new(std::size_t, void* place) noexcept { return place; }
+  /// These give back what those took.
+  static void operator delete(void* block, std::size_t bytes) noexcept;
+  static void operator delete(void* block, const std::nothrow_t&) noexcept;
+  static void operator delete(void* block, std::size_t bytes, std::align_val_t alignment) noexcept;
+  static void operator delete(void*, void*) noexcept {}
 
   /// Runs when the last reference is given back, or by xdelete for classes that are not
   /// counted; never call it otherwise.

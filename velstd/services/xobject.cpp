@@ -2,6 +2,7 @@
 
 #include "korabort.h"
 #include "korcount.h"
+#include "korpool.h"
 #include "velcounting.h"
 #include "velexceptions.h"
 #include "velobject.h"
@@ -32,6 +33,36 @@ void CheckAddress(xobject*) {}
 bool IsObject(xobject* p) { return p && !velIsUninit(p); }
 
 }  // namespace
+
+// ---- memory ----
+
+void* xobject::operator new(std::size_t bytes) { return korpool::AllocObject(bytes); }
+
+void* xobject::operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
+  try {
+    return korpool::AllocObject(bytes);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+void* xobject::operator new(std::size_t bytes, std::align_val_t alignment) {
+  return ::operator new(bytes, alignment);
+}
+
+void xobject::operator delete(void* block, std::size_t bytes) noexcept {
+  if (block) korpool::FreeObject(block, bytes);
+}
+
+void xobject::operator delete(void* block, const std::nothrow_t&) noexcept {
+  ::operator delete(block);
+}
+
+void xobject::operator delete(void* block, std::size_t, std::align_val_t alignment) noexcept {
+  ::operator delete(block, alignment);
+}
+
+// ---- the object ----
 
 xobject::~xobject() {
   // What the destructor made and gave up again may hold this object and wait.

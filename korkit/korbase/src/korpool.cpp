@@ -1,5 +1,6 @@
 #include "korpool.h"
 
+#include <dlfcn.h>
 #include <pthread.h>
 
 #include <atomic>
@@ -41,15 +42,36 @@ bool IsReplaced() {
          Address(korAlloc) != Address(korOwnAlloc);
 }
 
+// The library that has a function, as the program calls it.
+template <class Function>
+void* LibraryOf(Function* function) {
+  Dl_info info;
+  return dladdr(reinterpret_cast<void*>(function), &info) != 0 ? info.dli_fbase : nullptr;
+}
+
+// Operator new has no second name in the C++ runtime: it is compared with a
+// neighbour that nobody puts anything in the place of.
+bool IsOperatorNewReplaced() {
+  void* (*const used)(std::size_t) = ::operator new;
+  return LibraryOf(used) != LibraryOf(std::set_new_handler);
+}
+
+template <class GiveBack>
+void Clear(Shelf& shelf, GiveBack giveBack) {
+  for (Block* first : shelf.blocks) {
+    while (Block* const block = first) {
+      first = block->next;
+      giveBack(block);
+    }
+  }
+}
+
 // What runs after this in the ending thread keeps nothing any more.
 void GiveBack(void* record) {
   kept = &never;
-  for (Block* first : static_cast<Kept*>(record)->blocks) {
-    while (Block* const block = first) {
-      first = block->next;
-      korFree(block);
-    }
-  }
+  auto* const mine = static_cast<Kept*>(record);
+  Clear(mine->strings, korFree);
+  Clear(mine->objects, [](Block* block) { ::operator delete(block); });
   korFree(record);
 }
 
@@ -75,7 +97,8 @@ void Begin() {
   auto* const mine = static_cast<Kept*>(korAlloc(sizeof(Kept)));
   if (!mine) return;
   *mine = {};
-  mine->room = kMostBytes / kStep;
+  mine->strings.room = kMostBytes / kStep;
+  if (!IsOperatorNewReplaced()) mine->objects.room = kMostBytes / kStep;
   if (pthread_setspecific(key, mine) == 0) {
     kept = mine;
   } else {
@@ -87,8 +110,12 @@ void Begin() {
 
 void FreeSlowly(void* block, std::size_t steps) noexcept {
   if (kept == &notYet) Begin();
-  if (steps > kMostSteps || steps > kept->room) return korFree(block);
-  Free(block, steps * kStep);
+  if (!kept->strings.put(block, steps)) korFree(block);
+}
+
+void FreeObjectSlowly(void* block, std::size_t steps) noexcept {
+  if (kept == &notYet) Begin();
+  if (!kept->objects.put(block, steps)) ::operator delete(block);
 }
 
 }  // namespace korpool
