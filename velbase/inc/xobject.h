@@ -69,15 +69,19 @@ class VELSTD_API xobject {
   /// put its own in the place of that, or of malloc, gets every call. Throws std::bad_alloc.
   /// Thread-safe; an object may die in another thread.
   static void* operator new(std::size_t bytes);
-  /// Null without memory.
+  /// The same, but null without memory.
   static void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept;
-  /// The global ones, for classes of unusual alignment and for memory that is there.
+  /// For classes of unusual alignment: the global one.
   static void* operator new(std::size_t bytes, std::align_val_t alignment);
+  /// An object in memory of the caller's, who keeps it and ends the object by its destructor.
   static void* operator new(std::size_t, void* place) noexcept { return place; }
-  /// These give back what those took.
+  /// Gives back what operator new took for so many bytes; null is skipped. Thread-safe.
   static void operator delete(void* block, std::size_t bytes) noexcept;
+  /// Called when a constructor throws under `new (std::nothrow)`.
   static void operator delete(void* block, const std::nothrow_t&) noexcept;
+  /// Gives back what was taken with that alignment.
   static void operator delete(void* block, std::size_t bytes, std::align_val_t alignment) noexcept;
+  /// Called when a constructor throws in memory of the caller's: nothing.
   static void operator delete(void*, void*) noexcept {}
 
   /// Runs when the last reference is given back, or by xdelete for classes that are not
