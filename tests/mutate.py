@@ -64,6 +64,12 @@ FILES = {
     SERVICES + "velcollectionreads.cpp": WALKS,
 }
 
+# The source of the library that has most of the code of a header in it.
+BODIES = {
+    SERVICES + "xtbsequence.h": SERVICES + "xcollections.cpp",
+    SERVICES + "xtbdictionary.h": SERVICES + "xcollections.cpp",
+}
+
 # Where every mutant has to die: load and growth thresholds, the hash and the step, the
 # choice between tombstones and empty slots, and who counts how often.
 STRICT = {
@@ -256,17 +262,28 @@ class Tree:
         return self.run([f"tests/{test}{suffix}", "--gtest_brief=1", "--gtest_fail_fast"],
                         seconds=self.limits.get(test, 60))
 
-    def make_alone(self, test):
-        """Compiles the test with the header as it is now, for the library as it was."""
-        if test not in self.alone:
+    def make_alone(self, test, body=None):
+        """Compiles the test, and the body, with the header as it is now, for the library as it was."""
+        if (test, body) not in self.alone:
             lines = subprocess.run(["ninja", "-t", "commands", test + "_test"], cwd=self.build,
                                    stdout=subprocess.PIPE, text=True, check=True).stdout
             own = [line for line in lines.split("\n") if f"CMakeFiles/{test}_test.dir/" in line]
+            if body:
+                # Compiled as the test is, and linked in front of the library.
+                source, stem = f"tests/{test}_test.cpp", pathlib.Path(body).name
+                object_file = f"{test}_test.cpp.o"
+                compiled = next(line for line in own if line.endswith(source))
+                compiled = compiled.replace(source, body).replace(object_file, stem + ".o")
+                path = f"tests/CMakeFiles/{test}_test.dir/"
+                own = [compiled] + [line.replace(f" {path}{object_file} ",
+                                                 f" {path}{object_file} {path}{stem}.o ")
+                                    if f"-o tests/{test}_test " in line else line for line in own]
             commands = " && ".join(own).replace(f"{test}_test.dir/", f"{test}_alone.dir/")
             for folder in set(re.findall(r"-o (\S*/)[^/\s]+\.o\b", commands)):
                 (self.build / folder).mkdir(parents=True, exist_ok=True)
-            self.alone[test] = commands.replace(f"-o tests/{test}_test ", f"-o tests/{test}_alone ")
-        return self.run(["sh", "-c", self.alone[test]])
+            self.alone[test, body] = commands.replace(f"-o tests/{test}_test ",
+                                                      f"-o tests/{test}_alone ")
+        return self.run(["sh", "-c", self.alone[test, body]])
 
     def outcome(self, mutant, tests):
         path = self.source / mutant.file
@@ -276,10 +293,11 @@ class Tree:
         path.write_text("\n".join(lines))
         # The code of a header is in the library, too, which takes a minute to build anew: what
         # only that would notice counts as alive.
-        make, suffix = (self.make_alone, "_alone") if mutant.is_of_users else (self.make, "_test")
+        body = BODIES.get(mutant.file)
+        suffix = "_alone" if mutant.is_of_users else "_test"
         try:
             for test in tests:
-                if not make(test):
+                if not (self.make_alone(test, body) if mutant.is_of_users else self.make(test)):
                     return "stillborn"
                 if not self.passes(test, suffix):
                     return "killed"
