@@ -4,6 +4,7 @@
 #include <malloc.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -11,8 +12,26 @@
 #include <string>
 #include <vector>
 
+#include "koralloc.h"
 #include "veltest.h"
 #include "veltest_memory.h"
+
+namespace {
+
+int indexBlocks = 0;  // of korAlloc since a test set it to 0; only the index uses it then
+
+}  // namespace
+
+// In place of those of the library.
+void* korAlloc(std::size_t size) {
+  void* const block = std::malloc(size);
+  indexBlocks += block != nullptr;
+  return block;
+}
+void korFree(void* block) {
+  indexBlocks -= block != nullptr;
+  std::free(block);
+}
 
 namespace {
 
@@ -61,9 +80,9 @@ class LogDict : public xbasedictionary {
     if (refuseAllocate) throw refuseAllocate;
     if (failAllocate) throw std::bad_alloc();
     const std::size_t bytes = std::size_t{slots} * kSlot;
-    void* block = AllocateBlock(bytes);
+    void* block = AllocateBlock(bytes + kGuard);
     ++blocks;
-    std::memset(block, 0xAB, bytes);
+    std::memset(block, 0xAB, bytes + kGuard);
     return block;
   }
   void OnDestroy(void* block, unsigned slots) override {
@@ -74,6 +93,8 @@ class LogDict : public xbasedictionary {
       return;
     }
     --blocks;
+    const auto* const guard = static_cast<const unsigned char*>(block) + std::size_t{slots} * kSlot;
+    for (std::size_t i = 0; i < kGuard; ++i) EXPECT_EQ(guard[i], 0xAB) << "written behind the table";
     ReleaseBlock(block);
   }
   void OnCopyEntry(void* dst, const void* src) override {
@@ -138,6 +159,7 @@ class LogDict : public xbasedictionary {
   using xbasedictionary::AllocateBlock;
   using xbasedictionary::ReleaseBlock;
 
+  static constexpr std::size_t kGuard = 16;  // bytes behind a block that stay as they are
   bool quiet = false;
   int refuseAllocate = 0;  // what the hook throws, if it throws an int
   bool failAllocate = false;
@@ -178,6 +200,17 @@ std::vector<std::string> Names(int count, const char* stem = "name") {
   std::vector<std::string> names;
   for (int i = 0; i < count; ++i) names.push_back(stem + std::to_string(i));
   return names;
+}
+
+// Keys of one hash and one step: two letters can be exchanged in nine places.
+std::vector<std::string> SamePath(std::size_t count) {
+  std::vector<std::string> keys;
+  for (std::size_t i = 0; i < count; ++i) {
+    std::string key(60, '-');
+    for (int bit = 0; bit < 9; ++bit) key += i >> bit & 1 ? "Aa" : "BB";
+    keys.push_back(key + "BB");
+  }
+  return keys;
 }
 
 // ---- hashing ----
@@ -1263,8 +1296,10 @@ void MakeAndDrop(const std::vector<std::string>& keys) {
 // Of memory that is not asked for by operator new, too: bytes add up over many of them.
 TEST(XBaseDictionary, ThatGoesGivesBackAllItTook) {
   const std::string longKey(100, 'b');
-  std::vector<std::vector<std::string>> fillings = {{}, {"a"}, {"a", longKey}, Names(100), OneWay(80)};
+  std::vector<std::vector<std::string>> fillings = {
+      {}, {"a"}, {"a", longKey}, Names(100), SamePath(100)};
   fillings[3].push_back(longKey);
+  indexBlocks = 0;
   for (std::size_t i = 0; i < fillings.size(); ++i) {
     SCOPED_TRACE(i);
     const long blocks = velLiveBlocks();
@@ -1275,9 +1310,99 @@ TEST(XBaseDictionary, ThatGoesGivesBackAllItTook) {
       MakeAndDrop<LogDict>(fillings[i]);
     }
     EXPECT_EQ(velLiveBlocks(), blocks);
+    EXPECT_EQ(indexBlocks, 0);
     EXPECT_LT(mallinfo2().uordblks, bytes + 4096);
   }
 }
+
+// ---- the index of a table where probing got slow ----
+
+// How many slots are looked at for a key: up to its own, or to the first empty one.
+unsigned ProbesFor(const LogDict& dict, const std::string& key) {
+  for (unsigned n = 0;; ++n) {
+    const char* const there = dict.At(OnPath(key, n, dict.GetTableSize())).key;
+    if (!there || (!xdictentryIsVacant(there) && key == there)) return n + 1;
+  }
+}
+
+TEST(XBaseDictionaryIndex, ComesWhenProbesBeyondSixtyFourHaveAddedUpToTheSize) {
+  const auto keys = SamePath(71);
+  indexBlocks = 0;
+  {
+    LogDict dict;
+    dict.quiet = true;
+    dict.BaseAllocate(100, kSlot);
+    ASSERT_EQ(dict.GetTableSize(), 128U);
+    unsigned wasted = 0;
+    const auto count = [&](const std::string& key) {
+      const unsigned probes = ProbesFor(dict, key);
+      if (wasted < 128 && probes > 64) wasted += probes - 64;
+    };
+    const auto set = [&](std::size_t i) {
+      count(keys[i]);
+      dict.Set(keys[i], static_cast<int>(i));
+      ASSERT_EQ(indexBlocks > 0, wasted >= 128) << wasted;
+    };
+    for (std::size_t i = 0; i < 70; ++i) set(i);
+    ASSERT_EQ(wasted, 21U);
+    for (int i = 0; i < 5; ++i) {
+      count(keys[70]);
+      ASSERT_FALSE(dict.Remove(keys[70]));
+      ASSERT_EQ(indexBlocks, 0) << wasted;
+    }
+    ASSERT_EQ(wasted, 56U) << "of a key that is not there, too";
+    for (int i = 0; i < 10; ++i) {
+      dict.Set(keys[63], 63);
+      ASSERT_EQ(indexBlocks, 0) << "sixty-four are free";
+    }
+    while (wasted < 128) set(64);
+    EXPECT_GT(indexBlocks, 0);
+    for (std::size_t i = 0; i < 70; ++i) EXPECT_EQ(dict.Find(keys[i]), i);
+    EXPECT_EQ(dict.Find(keys[70]), std::nullopt);
+    dict.BaseClearAll(kSlot);
+    EXPECT_EQ(indexBlocks, 0);
+  }
+  EXPECT_EQ(indexBlocks, 0);
+}
+
+TEST(XBaseDictionaryIndex, IsMadeAnewForATableThatGrows) {
+  const auto keys = SamePath(200);
+  indexBlocks = 0;
+  {
+    LogDict dict;
+    dict.quiet = true;
+    std::size_t next = 0;
+    while (dict.GetTableSize() < 256) dict.Set(keys[next++], 1);
+    EXPECT_GT(indexBlocks, 0);
+    for (std::size_t i = 0; i < next; ++i) EXPECT_TRUE(dict.Has(keys[i]));
+    EXPECT_FALSE(dict.Has(keys[next]));
+  }
+  EXPECT_EQ(indexBlocks, 0);
+}
+
+TEST(XBaseDictionaryIndex, StaysWhenATableCannotGrow) {
+  const auto keys = SamePath(200);
+  indexBlocks = 0;
+  {
+    LogDict dict;
+    dict.quiet = true;
+    dict.BaseAllocate(100, kSlot);
+    std::size_t next = 0;
+    while (next < 117) dict.Set(keys[next++], 1);
+    ASSERT_EQ(dict.GetTableSize(), 128U);
+    const int held = indexBlocks;
+    EXPECT_GT(held, 0);
+    dict.failCopy = 117;  // after the new table has an index, too
+    const int value = 1;
+    EXPECT_THROW(dict.BaseSet(keys[next].c_str(), &value, kSlot, kValue), std::bad_alloc);
+    EXPECT_EQ(dict.GetTableSize(), 128U);
+    EXPECT_EQ(indexBlocks, held);
+    for (std::size_t i = 0; i < next; ++i) EXPECT_TRUE(dict.Has(keys[i]));
+    EXPECT_FALSE(dict.Has(keys[next]));
+  }
+  EXPECT_EQ(indexBlocks, 0);
+}
+
 
 TEST(XBaseDictionaryClear, FreeAllKeysWithoutATableDoesNothing) {
   LogDict dict;
@@ -1607,6 +1732,82 @@ TEST(XBaseDictionaryNoMemory, CloneLeavesAnEmptyWholeDictionary) {
 }
 
 // From each slot to each end, as the slots themselves tell it.
+void ExpectEntriesAreFound(const LogDict& dict) {
+  const unsigned slots = dict.GetTableSize();
+  for (unsigned from = 0; from <= slots; ++from) {
+    unsigned expected = from;
+    while (expected < slots && xdictentryIsVacant(dict.At(expected).key)) ++expected;
+    ASSERT_EQ(dict.NextEntry(from, slots), expected) << from;
+  }
+}
+
+TEST(XBaseDictionary, NextEntryKnowsTheFirstTableAfterEveryChange) {
+  LogDict dict;
+  dict.quiet = true;
+  for (int round = 0; round < 3; ++round) {
+    EXPECT_EQ(dict.NextEntry(0, 32), 32U) << "there is none";
+    for (const std::string& name : Names(30)) {
+      dict.Set(name, 1);
+      ExpectEntriesAreFound(dict);
+    }
+    for (const std::string& name : Names(20)) {
+      ASSERT_TRUE(dict.Remove(name));
+      ExpectEntriesAreFound(dict);
+    }
+    LogDict copy;
+    copy.quiet = true;
+    copy.BaseClone(&dict, kSlot, kValue);
+    ExpectEntriesAreFound(copy);
+    dict.BaseClearAll(kSlot);
+  }
+  dict.BaseAllocate(5, kSlot);
+  ExpectEntriesAreFound(dict);
+}
+
+TEST(XBaseDictionary, NextEntryFindsTheFewOfALargeTable) {
+  for (int stays : {5, 9, 23}) {
+    LogDict dict(0, 90);
+    dict.quiet = true;
+    // Vacant slots have been passed by keys of every bit of their marks.
+    for (int i = 0; i < 230; ++i) dict.Set("key " + std::to_string(i), i);
+    for (int i = 0; i < 230; ++i) {
+      if (i % stays != 0) dict.Remove("key " + std::to_string(i));
+    }
+    ASSERT_EQ(dict.GetTableSize(), 256U);
+    ExpectEntriesAreFound(dict);
+  }
+}
+
+// Keys that lie beside the table stay where they are, and the next one takes none's place.
+TEST(XBaseDictionaryNoMemory, TheFirstTableIsWholeWhenItCannotGrow) {
+  LogDict dict;
+  dict.quiet = true;
+  dict.Set(Names(30));
+  dict.failCopy = 30;
+  const int value = 1;
+  EXPECT_THROW(dict.BaseSet("one more", &value, kSlot, kValue), std::bad_alloc);
+  dict.failCopy = 0;
+  ExpectEntriesAreFound(dict);
+  for (int i = 29; i >= 25; --i) ASSERT_TRUE(dict.Remove("name" + std::to_string(i)));
+  for (int i = 0; i < 4; ++i) dict.Set("other" + std::to_string(i), i);
+  for (int i = 0; i < 25; ++i) EXPECT_EQ(dict.Find("name" + std::to_string(i)), i + 1);
+  ExpectEntriesAreFound(dict);
+}
+
+TEST(XBaseDictionaryKeys, InTheFirstSlotMovesWithItsTable) {
+  std::string key;
+  for (int i = 0; key.empty() || OnPath(key, 0, 32) != 0; ++i) {
+    key = "a key that is longer than records hold " + std::to_string(i);
+  }
+  LogDict dict;
+  dict.quiet = true;
+  dict.Set(key, 7);
+  ASSERT_EQ(dict.Index(key), 0U);
+  dict.Set(Names(40));
+  ASSERT_EQ(dict.GetTableSize(), 64U);
+  EXPECT_EQ(dict.Find(key), 7);
+}
+
 TEST(XBaseDictionary, NextEntryFindsTheFirstLiveSlot) {
   LogDict dict;
   EXPECT_EQ(dict.NextEntry(0, 0), 0U);
