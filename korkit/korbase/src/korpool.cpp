@@ -42,11 +42,18 @@ bool IsReplaced() {
          Address(korAlloc) != Address(korOwnAlloc);
 }
 
-// The library that has a function, as the program calls it.
+// The library that has a function, as the program calls it. Asked for without a lock where
+// the C library can: a thread that loads a library may be waiting for this one.
 template <class Function>
 void* LibraryOf(Function* function) {
+  void* const address = reinterpret_cast<void*>(function);
+#if __GLIBC_PREREQ(2, 35)
+  dl_find_object found;
+  return _dl_find_object(address, &found) == 0 ? found.dlfo_link_map : nullptr;
+#else
   Dl_info info;
-  return dladdr(reinterpret_cast<void*>(function), &info) != 0 ? info.dli_fbase : nullptr;
+  return dladdr(address, &info) != 0 ? info.dli_fbase : nullptr;
+#endif
 }
 
 // Operator new has no second name in the C++ runtime: it is compared with a
