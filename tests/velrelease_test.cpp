@@ -374,12 +374,16 @@ TEST(VelRelease, WhatADestructorMadeMayHoldTheDyingOne) {
   }
 }
 
-// Takes and gives back a reference on itself while it is destroyed.
+// Takes and gives back a reference on itself while it is destroyed, after it has given up
+// another object or not.
 class HoldsItself : public virtual xobject {
   VEL_OBJECT(HoldsItself)
  public:
-  explicit HoldsItself(std::vector<int>* s) : seen(s) {}
+  explicit HoldsItself(std::vector<int>* s, bool holds) : seen(s) {
+    if (holds) other = new VelLogObject;
+  }
   ~HoldsItself() override {
+    other = 0;
     {
       const xrchandle<HoldsItself> self(this);
       seen->push_back(xrcgetcount(this));
@@ -389,6 +393,7 @@ class HoldsItself : public virtual xobject {
 
  private:
   std::vector<int>* seen;
+  xrchandle<VelLogObject> other;
 };
 VEL_OBJECT_RTTI(HoldsItself, xrttiobject, [](xrttiobject* rtti) {
   rtti->initializeRttiObject("velrelease_test::HoldsItself", 1, 0, nullptr);
@@ -396,10 +401,40 @@ VEL_OBJECT_RTTI(HoldsItself, xrttiobject, [](xrttiobject* rtti) {
 
 TEST(VelRelease, TheDyingOnesOwnReleasesDoNotWait) {
   for (int level : {0, 1, INT_MAX}) {
-    const FlattenAt here(level);
-    std::vector<int> seen;
-    Drop(new HoldsItself(&seen));
-    EXPECT_EQ(seen, (std::vector<int>{2, 1})) << level;
+    for (bool holds : {false, true}) {
+      const FlattenAt here(level);
+      std::vector<int> seen;
+      Drop(new HoldsItself(&seen, holds));
+      EXPECT_EQ(seen, (std::vector<int>{2, 1})) << level;
+    }
+  }
+}
+
+// Lets go of all that it holds before it is destroyed.
+class ClearsFirst : public virtual xobject {
+  VEL_OBJECT(ClearsFirst)
+ public:
+  explicit ClearsFirst(int* left) : left_(left) {}
+  ~ClearsFirst() override { *left_ = VelLogObject::alive(); }
+  void onDelete() override { children.clear(); }
+  std::vector<xrchandle<VelLogObject>> children;
+
+ private:
+  int* left_;
+};
+VEL_OBJECT_RTTI(ClearsFirst, xrttiobject, [](xrttiobject* rtti) {
+  rtti->initializeRttiObject("velrelease_test::ClearsFirst", 1, 0, nullptr);
+})
+
+TEST(VelRelease, AnyNumberGivenUpInOnDeleteDiesFirst) {
+  const FlattenAt here(0);
+  for (int count = 0; count < 300; ++count) {
+    int left = -1;
+    {
+      const xrchandle<ClearsFirst> root(new ClearsFirst(&left));
+      for (int i = 0; i < count; ++i) root->children.emplace_back(new VelLogObject);
+    }
+    ASSERT_EQ(left, 0) << count;
   }
 }
 
