@@ -5,9 +5,12 @@
 #ifndef VELSTD_TESTS_VELTEST_MEMORY_H
 #define VELSTD_TESTS_VELTEST_MEMORY_H
 
+#include <malloc.h>
+
 #include <atomic>
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 namespace velmemory {
@@ -25,6 +28,8 @@ inline void* Allocate(std::size_t bytes) noexcept {
 inline void Free(void* block) noexcept {
   if (!block) return;
   --live;
+  // Who still reads it shall not find what was there.
+  std::memset(block, 0xDD, malloc_usable_size(block));
   std::free(block);
 }
 
