@@ -68,6 +68,7 @@ class VELSTD_API xobject {
   /// 128 KiB of blocks of up to 512 bytes, or the global operator new's. A program that has
   /// put its own in the place of that, or of malloc, gets every call. Throws std::bad_alloc.
   /// Thread-safe; an object may die in another thread.
+  // NOLINTNEXTLINE(cert-dcl54-cpp): its operator delete is the one that is told the size
   static void* operator new(std::size_t bytes);
   /// The same, but null without memory.
   static void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept;

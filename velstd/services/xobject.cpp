@@ -36,6 +36,7 @@ bool IsObject(xobject* p) { return p && !velIsUninit(p); }
 
 // ---- memory ----
 
+// NOLINTNEXTLINE(cert-dcl54-cpp): its operator delete is the one that is told the size
 void* xobject::operator new(std::size_t bytes) { return korpool::AllocObject(bytes); }
 
 void* xobject::operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
