@@ -42,7 +42,7 @@ VEL_OBJECT_RTTI(CountrySeq, xrttisequence, [](xrttisequence* rtti) {
 xrchandle<Country> Country::fromEntry(const std::string& where, const xany& entry) {
   auto* texts = As<xanydictionary>(entry);
   if (!texts) throw Failure(where + " is no object");
-  const xrchandle<Country> country = new Country;
+  xrchandle<Country> country = new Country;
   country->_s11n_setName(TextOf(where, texts, "name", true));
   country->_s11n_setOfficialName(TextOf(where, texts, "official_name", false));
   country->_s11n_setCommonName(TextOf(where, texts, "common_name", false));
@@ -65,7 +65,7 @@ xrchandle<CountrySeq> countriesOf(const std::string& path, const xany& document)
   if (!lists || !lists->find(kListKey, &list)) throw Failure(where + " is missing");
   auto* entries = As<xanysequence>(list);
   if (!entries) throw Failure(where + " is no array");
-  const xrchandle<CountrySeq> countries = new CountrySeq;
+  xrchandle<CountrySeq> countries = new CountrySeq;
   for (int i = 0; i < entries->getarraysize(); ++i) {
     const std::string place = where + '[' + std::to_string(i) + ']';
     countries->append(Country::fromEntry(place, entries->get(i)));

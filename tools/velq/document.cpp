@@ -16,14 +16,14 @@ std::string ReadAll(const std::string& path) {
   const auto fail = [&] { throw Failure(path + ": " + std::strerror(errno)); };
   struct Close {
     void operator()(std::FILE* file) const {
-      if (file != stdin) std::fclose(file);
+      if (file != stdin) static_cast<void>(std::fclose(file));
     }
   };
   const std::unique_ptr<std::FILE, Close> file(path == "-" ? stdin
                                                            : std::fopen(path.c_str(), "rb"));
   if (!file) fail();
   std::string text;
-  std::vector<char> block(256 * 1024);
+  std::vector<char> block(256U << 10);
   while (const std::size_t got = std::fread(block.data(), 1, block.size(), file.get())) {
     text.append(block.data(), got);
   }

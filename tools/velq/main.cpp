@@ -96,7 +96,8 @@ std::string HelpText(const Command& command) {
 }
 
 int Fail(const std::string& message) {
-  std::fprintf(stderr, "velq: %s%s", message.c_str(), message.back() == '\n' ? "" : "\n");
+  static_cast<void>(
+      std::fprintf(stderr, "velq: %s%s", message.c_str(), message.back() == '\n' ? "" : "\n"));
   return kExitFailed;
 }
 
@@ -153,7 +154,7 @@ int Run(int argc, char** argv, std::ostream& out) {
     return Fail(error.what());
   } catch (const std::bad_alloc&) {
     return Fail("out of memory");
-  } catch (xthrowable* caught) {
+  } catch (xthrowable* caught) {  // NOLINT(cert-err09-cpp): thrown so
     const xrchandle<xthrowable> held(caught);
     xrcrelease(caught);
     return Fail(velSummary(caught));
@@ -165,7 +166,7 @@ int Run(int argc, char** argv, std::ostream& out) {
 int main(int argc, char** argv) {
   // The terminal's own locale. Documents are UTF-8 and leave as UTF-8 where that is not.
   if (!std::setlocale(LC_ALL, "") || std::strcmp(nl_langinfo(CODESET), "UTF-8") != 0) {
-    std::setlocale(LC_CTYPE, "C.UTF-8");
+    static_cast<void>(std::setlocale(LC_CTYPE, "C.UTF-8"));
   }
   demo::registerCountryTypes();
   OutputBuffer buffer(STDOUT_FILENO);

@@ -6,7 +6,7 @@
 #include <cstddef>
 
 namespace {
-constexpr std::size_t kBlock = 256 * 1024;
+constexpr std::size_t kBlock = 256U << 10;
 }
 
 OutputBuffer::OutputBuffer(int to) : descriptor(to), error(0), block(kBlock) {

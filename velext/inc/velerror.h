@@ -64,7 +64,7 @@ template <class Act>
 decltype(auto) velTry(Act&& act) {
   try {
     return std::forward<Act>(act)();
-  } catch (xthrowable* caught) {
+  } catch (xthrowable* caught) {  // NOLINT(cert-err09-cpp): thrown so
     velThrowError(caught);
   }
 }

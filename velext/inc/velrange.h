@@ -271,11 +271,10 @@ std::vector<velEntry<T>> velSorted(xtbdictionary<T>& dictionary) {
 /// Throws velXTypeMismatch for one that is no U, nil and uninit among them.
 template <class U, class T>
 U velElementAs(const T& element) {
-  if constexpr (std::is_same<U, T>::value) {
-    return element;
-  } else if constexpr (std::is_same<U, std::string>::value && std::is_same<T, xstring>::value) {
+  if constexpr (std::is_same<U, std::string>::value && std::is_same<T, xstring>::value) {
     return velUtf8(element);
-  } else if constexpr (std::is_arithmetic<T>::value || std::is_same<T, xany>::value) {
+  } else if constexpr (!std::is_same<U, T>::value &&
+                       (std::is_arithmetic<T>::value || std::is_same<T, xany>::value)) {
     const xany value(element);
     std::optional<U> got = velGet<U>(value);
     if (!got) velXTypeMismatch::Throw(velKindName<U>(), value);

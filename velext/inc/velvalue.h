@@ -249,7 +249,7 @@ struct velValue<T, std::enable_if_t<std::is_integral<T>::value && !std::is_same<
 template <class T>
 struct velValue<T, std::enable_if_t<std::is_same<T, float>::value || std::is_same<T, double>::value>> {
   static xany in(T value) {
-    const xany made(static_cast<double>(value));
+    xany made(static_cast<double>(value));
     if (made.getkind() != xanyReal) velThrowReservedReal(static_cast<double>(value));
     return made;
   }

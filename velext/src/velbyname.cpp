@@ -187,7 +187,7 @@ xrcunihandle<xobject> velCreate(const char* typeName) {
   xobject* const made =
       writes && writes->create ? writes->create(nullptr) : velS11nCreate(typeName, nullptr);
   if (!made) Refuse("Type cannot be created: ", typeName);
-  const xrcunihandle<xobject> held(made);
+  xrcunihandle<xobject> held(made);
   xrcrelease(made);
   return held;
 }

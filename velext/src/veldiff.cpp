@@ -100,15 +100,21 @@ class Numbering {
       }
       const velPart& part = frame.parts.list[frame.next];
       xobject* const object = velObjectOfValue(part.value);
-      const auto known = object ? objects.find(object) : objects.end();
-      if (object && known == objects.end()) {
-        const xany inner = part.value;
-        open(inner);
-        continue;
+      std::size_t number;
+      if (object) {
+        const auto known = objects.find(object);
+        if (known == objects.end()) {
+          const xany inner = part.value;
+          open(inner);
+          continue;
+        }
+        number = known->second.number;
+        frame.isMarked |= known->second.isMarked || !known->second.isDone;
+      } else {
+        number = numberOfLeaf(part.value);
       }
       frame.key.push_back(texts.emplace(part.name, texts.size()).first->second);
-      frame.key.push_back(object ? known->second.number : numberOfLeaf(part.value));
-      if (object) frame.isMarked |= known->second.isMarked || !known->second.isDone;
+      frame.key.push_back(number);
       ++frame.next;
     }
   }
@@ -359,7 +365,7 @@ class Differ {
       std::string step;
       auto number = static_cast<int>(i);
       for (int d = type->getNDimentions() - 1; d >= 0; --d) {
-        step = '/' + std::to_string(number % type->getDimention(d)) + step;
+        step.insert(0, '/' + std::to_string(number % type->getDimention(d)));
         number /= type->getDimention(d);
       }
       add(tasks, place, std::move(step), a.list[i].value, b.list[i].value);

@@ -17,6 +17,7 @@ void velInstallStruct(xrttistruct* rtti, const char* name, velS11nCreator creato
                       const std::vector<velNamedInfo>& attributes) {
   rtti->initializeRttiObject(name, 1, 0, nullptr);
   std::vector<xrttiobject*> above;
+  above.reserve(parents.size());
   for (const auto parent : parents) above.push_back(parent());
   std::vector<velAttributeInfo> infos;
   for (const velNamedInfo& attribute : attributes) {

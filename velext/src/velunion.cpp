@@ -39,5 +39,5 @@ void velInitializeUnion(xrttiunion* rtti, const char* name, velS11nCreator creat
   above.release();
   labels.release();
   attrs.release();
-  for (auto& attr : made) attr.release();
+  for (auto& attr : made) attr.release();  // NOLINT(bugprone-unused-return-value): it holds it
 }

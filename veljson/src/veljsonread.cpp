@@ -301,7 +301,7 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
     mark();
     try {
       step();
-    } catch (xthrowable* caught) {
+    } catch (xthrowable* caught) {  // NOLINT(cert-err09-cpp): thrown so
       const xrcunihandle<xthrowable> held(caught);
       xrcrelease(caught);
       if (isTold) xthrow(held);

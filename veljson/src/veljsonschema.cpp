@@ -26,7 +26,7 @@ using List = xrchandle<xanysequence>;
 Object NewObject() { return xanydictionary::create(); }
 
 Object With(const char* key, const xany& value) {
-  const Object made = NewObject();
+  Object made = NewObject();
   made->set(key, value);
   return made;
 }
@@ -55,7 +55,7 @@ Object Plain(const char* name, bool isNullable) {
 
 // An object with these properties and no others.
 Object Closed(const Object& properties) {
-  const Object schema = Plain("object", false);
+  Object schema = Plain("object", false);
   schema->set("properties", velAny(properties));
   schema->set("additionalProperties", velAny(false));
   return schema;
@@ -67,7 +67,7 @@ bool Works(Act act) {
   try {
     act();
     return true;
-  } catch (xthrowable* caught) {
+  } catch (xthrowable* caught) {  // NOLINT(cert-err09-cpp): thrown so
     xrcrelease(caught);
     return false;
   }
@@ -239,7 +239,7 @@ class Schema {
       schema->set("items", element(sequence));
       either->append(velAny(schema));
     } else if (auto* const dictionary = dynamic_cast<xrttidictionary*>(type)) {
-      const Object schema = Plain("object", false);
+      Object schema = Plain("object", false);
       schema->set("additionalProperties", element(dictionary));
       either->append(velAny(schema));
     } else if (auto* const array = dynamic_cast<xrttiarray*>(type)) {
@@ -265,7 +265,7 @@ class Schema {
   }
 
   xany part(const Scratch& scratch, xrttiattr* attr) {
-    const xany schema = reference(attr->getType(), scratch.takesNil(attr));
+    xany schema = reference(attr->getType(), scratch.takesNil(attr));
     if (scratch.get() && !scratch.isWritable(attr)) {
       velObject<xanydictionary>(schema)->set("readOnly", velAny(true));
     }
@@ -397,7 +397,7 @@ class Schema {
     }
     auto* const asEnum = dynamic_cast<xrttienum*>(discriminator->getType());
     if (!asEnum && !velIsTypeNamed(discriminator->getType(), "bool")) {
-      const xany schema = integer(isNullable);
+      xany schema = integer(isNullable);
       if (velCount(*taken) > 0) {
         velObject<xanydictionary>(schema)->set("not", velAny(With("enum", velAny(taken))));
       }

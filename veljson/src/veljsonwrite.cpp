@@ -29,7 +29,7 @@ class Writer {
         todo.pop_back();
         carryOut(task);
       }
-    } catch (xthrowable* caught) {
+    } catch (xthrowable* caught) {  // NOLINT(cert-err09-cpp): thrown so
       // What a getter throws is told as the reason.
       const xrcunihandle<xthrowable> held(caught);
       xrcrelease(caught);
@@ -215,7 +215,7 @@ class Writer {
     velParts parts;
     try {
       velReadParts(object, parts);
-    } catch (xthrowable*) {
+    } catch (xthrowable*) {  // NOLINT(cert-err09-cpp): thrown so
       if (!parts.list.empty()) {
         const velPart& read = parts.list.back();
         path +=
@@ -244,6 +244,7 @@ class Writer {
     auto* const array = dynamic_cast<xrttiarray*>(parts.type);
     if (!array) return {parts.list.size()};
     std::vector<std::size_t> dimensions;
+    dimensions.reserve(static_cast<std::size_t>(std::max(array->getNDimentions(), 0)));
     for (int d = 0; d < array->getNDimentions(); ++d) {
       dimensions.push_back(static_cast<std::size_t>(std::max(array->getDimention(d), 0)));
     }

@@ -179,7 +179,9 @@ korProgress Widen(wchar_t* const dest, const char* const text, std::size_t bytes
     block = next;
   }
 #else
-  static_cast<void>(dest), static_cast<void>(text), static_cast<void>(units);
+  static_cast<void>(dest);
+  static_cast<void>(text);
+  static_cast<void>(units);
 #endif
   return done;
 }
