@@ -47,8 +47,8 @@ WALKS = ["veltraverse", "veltraverse_model", "veltraverse_answers", "veltraverse
          "velcollectionreads"]
 FILES = {
     SERVICES + "xobject.cpp": COUNTS + ANYS,
-    SERVICES + "velrelease.cpp": COUNTS,
-    INCLUDE + "velcounting.h": COUNTS,
+    SERVICES + "velrelease.cpp": COUNTS + ["threads_stress"],
+    INCLUDE + "velcounting.h": COUNTS + ["threads_stress"],
     INCLUDE + "xrchandle.h": COUNTS,
     SERVICES + "xany.cpp": ANYS,
     INCLUDE + "xany.h": ANYS,

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
@@ -159,11 +160,23 @@ VEL_OBJECT_RTTI(Settled, xrttiobject, [](xrttiobject* rtti) {
   rtti->initializeRttiObject("threads_stress_test::Settled", 1, 0, nullptr);
 })
 
+// Two threads meet at the object of that number. The one that comes second is ahead by
+// the time that the news takes, so it waits for a while, more or less.
+void MeetAt(std::atomic<std::size_t>& next, std::size_t number) {
+  const std::size_t both = 2 * number + 2;
+  if (++next == both) {
+    for (std::size_t spins = 0; spins < number; ++spins) (void)next.load();
+  } else {
+    for (int spins = 0; next < both && spins < 2000; ++spins) {}
+  }
+}
+
 TEST(ThreadsStress, AReleaseThatBecomesTheLastWaitsForTheEndOfTheScope) {
-  const int rounds = velShortOrLong(300, 20000);
-  constexpr int kObjects = 200;
+  Settled::destroyed = 0;
+  const int rounds = velShortOrLong(300, 5000);
+  constexpr std::size_t kObjects = 200;
   std::vector<Settled*> objects(kObjects);
-  std::atomic<int> next{0};
+  std::atomic<std::size_t> next{0};
   Rounds(
       2, rounds,
       [&](int) {
@@ -175,24 +188,42 @@ TEST(ThreadsStress, AReleaseThatBecomesTheLastWaitsForTheEndOfTheScope) {
         }
       },
       [&](int, int) {
-        for (int i = 0; i < kObjects; ++i) {
-          // Both meet at each object. The one that comes second is ahead by the
-          // time that the news takes, so it waits for a while, more or less.
-          if (++next == 2 * i + 2) {
-            for (int spins = 0; spins < i; ++spins) (void)next.load();
-          } else {
-            for (int spins = 0; next < 2 * i + 2 && spins < 2000; ++spins) {}
-          }
+        for (std::size_t i = 0; i < kObjects; ++i) {
+          MeetAt(next, i);
           isInside = true;
           {
             velReleaseScope scope;
-            xrcrelease(objects[static_cast<std::size_t>(i)]);
+            xrcrelease(objects[i]);
             isInside = false;
           }
         }
       });
   EXPECT_EQ(Settled::early, 0);
-  EXPECT_EQ(Settled::destroyed, rounds * kObjects);
+  EXPECT_EQ(Settled::destroyed, rounds * static_cast<int>(kObjects));
+}
+
+TEST(ThreadsStress, AHandleThatBecomesTheLastDestroysOnce) {
+  const int rounds = velShortOrLong(300, 5000);
+  constexpr std::size_t kObjects = 200;
+  std::array<std::array<xrchandle<Settled>, kObjects>, 2> handles;
+  std::atomic<std::size_t> next{0};
+  Settled::destroyed = 0;
+  Rounds(
+      2, rounds,
+      [&](int) {
+        next = 0;
+        for (std::size_t i = 0; i < kObjects; ++i) {
+          handles[0][i] = handles[1][i] = xrchandle<Settled>(new Settled);
+        }
+      },
+      [&](int number, int) {
+        for (std::size_t i = 0; i < kObjects; ++i) {
+          MeetAt(next, i);
+          handles[static_cast<std::size_t>(number)][i] = nullptr;
+        }
+      });
+  EXPECT_EQ(Settled::early, 0);
+  EXPECT_EQ(Settled::destroyed, rounds * static_cast<int>(kObjects));
 }
 
 TEST(ThreadsStress, AThreadThatEndsInsideAScopeCarriesItsReleasesOut) {
@@ -378,7 +409,7 @@ TEST(ThreadsStressDeathTest, ThreadingSwitchedOffAfterTheFirstLockChangesNothing
 // ---- text ----
 
 TEST(ThreadsStress, CopiesOfOneTextGetOneOtherForm) {
-  const int rounds = velShortOrLong(300, 20000);
+  const int rounds = velShortOrLong(300, 5000);
   const std::string narrow(1000, 'x');
   std::vector<wchar_t> wide(1001, L'x');
   wide.back() = 0;
@@ -414,7 +445,7 @@ TEST(ThreadsStress, CopiesOfOneTextGetOneOtherForm) {
 }
 
 TEST(ThreadsStress, AnEditOfACopyIsSeenByNobodyElse) {
-  const int rounds = velShortOrLong(300, 20000);
+  const int rounds = velShortOrLong(300, 5000);
   std::unique_ptr<xstring> shared;
   std::atomic<int> wrong{0};
   Rounds(

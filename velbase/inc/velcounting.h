@@ -50,17 +50,18 @@ struct velCounting {
 
   /// xrcrelease for an object.
   static void release(xobject& object) {
-    std::int32_t now = object.refcount.load(std::memory_order_acquire);
-    if (waitingReleases == 0 && isMarked(object)) {
-      while (now >= 2) {
-        if (korIsSingleThreaded()) {
-          object.refcount.store(now - 1, std::memory_order_relaxed);
-          return;
-        }
-        if (object.refcount.compare_exchange_weak(now, now - 1, std::memory_order_acq_rel)) return;
-      }
-    }
+    const std::int32_t now = object.refcount.load(std::memory_order_acquire);
+    if (now >= 2 && waitingReleases == 0 && isMarked(object) && !isLast(object)) return;
     xrcrelease(&object);
+  }
+
+  /// Takes one from a count of 2 or more. True if it was the last one after all, as
+  /// others have been faster: it is back, and the release still to be done. Subtracted
+  /// at once, since threads that compare first make one another try again.
+  static bool isLast(xobject& object) noexcept {
+    if (korCountDown(object.refcount) >= 2) return false;
+    object.refcount.store(1, std::memory_order_relaxed);
+    return true;
   }
 
   /// Whether the object is counted: known from its count once the library's own

@@ -18,7 +18,7 @@ class velFixedText {
  public:
   /// Constant-initialised, as long as it is not a local variable.
   constexpr explicit velFixedText(const char (&literal)[kSize])
-      : view{&buffer, text, nullptr}, buffer(text, kSize), text() {
+      : view{&buffer, text, nullptr}, buffer(text, kSize, kSize - 1), text() {
     static_assert(kSize > 1, "the empty string has a buffer of its own");
     for (std::size_t i = 0; i < kSize; ++i) text[i] = literal[i];
   }

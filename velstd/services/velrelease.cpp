@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "korabort.h"
-#include "korcount.h"
 #include "velcounting.h"
 #include "velobjectaccess.h"
 
@@ -50,15 +49,8 @@ std::int32_t CountOf(xobject* p) {
 // Takes one from the count unless it is the last; true if it was, with the count
 // left at 1. Aborts on a corrupt count.
 bool DropReference(xobject* p) {
-  std::atomic<std::int32_t>& count = velObjectAccess::count(p);
-  std::int32_t now = count.load(std::memory_order_acquire);
-  while (now >= 2) {
-    if (korIsSingleThreaded()) {
-      count.store(now - 1, std::memory_order_relaxed);
-      return false;
-    }
-    if (count.compare_exchange_weak(now, now - 1, std::memory_order_acq_rel)) return false;
-  }
+  const std::int32_t now = velObjectAccess::count(p).load(std::memory_order_acquire);
+  if (now >= 2) return velCounting::isLast(*p);
   if (now < -1) {
     _korAbort("xrcrelease: Invalid value of refcount.", "velstd/services/xobject", 591);
   }

@@ -9,6 +9,7 @@
 
 #include "korabort.h"
 #include "kormbcs.h"
+#include "korstrbufalloc.h"
 #include "korstring.h"
 
 namespace {
@@ -24,9 +25,6 @@ struct Width;
 template <>
 struct Width<char> {
   using Other = wchar_t;
-  static korStrBuf* Alloc(std::size_t bytes, char** text) {
-    return korStrBuf::AllocMB(bytes, text);
-  }
   static korStrBuf* Resize(korStrBuf* buffer, std::size_t bytes, char** text) {
     return buffer->ResizeMB(bytes, text, 1);
   }
@@ -47,9 +45,6 @@ struct Width<char> {
 template <>
 struct Width<wchar_t> {
   using Other = char;
-  static korStrBuf* Alloc(std::size_t bytes, wchar_t** text) {
-    return korStrBuf::AllocWC(bytes, text);
-  }
   static korStrBuf* Resize(korStrBuf* buffer, std::size_t bytes, wchar_t** text) {
     return buffer->ResizeWC(bytes, text, 1);
   }
@@ -164,10 +159,10 @@ void xstring::SetOnly(korStrBuf* buffer, Ch* text) {
 // Gives this string, which holds nothing, a buffer of its own for `length`
 // characters; the terminator is written, the text is up to the caller.
 template <class Ch>
-Ch* xstring::Allocate(std::size_t length) {
+[[gnu::always_inline]] inline Ch* xstring::Allocate(std::size_t length) {
   if (length > korStrBuf::kMaxLength) velThrowSizeLimit();
   Ch* text;
-  korStrBuf* buffer = Width<Ch>::Alloc((length + 1) * sizeof(Ch), &text);
+  korStrBuf* buffer = korStrBuf::Alloc((length + 1) * sizeof(Ch), &text);
   text[length] = 0;
   buffer->NoteLength(length);
   SetOnly(buffer, text);

@@ -131,12 +131,14 @@ class VELSTD_API korStrBuf final {
  private:
   template <std::size_t kSize>
   friend class velFixedText;
+  friend class xstring;
 
-  korStrBuf() = default;
   ~korStrBuf() = default;
-  // Of a narrow text of `size` bytes that lies behind it from the beginning.
-  constexpr korStrBuf(char* text, std::size_t size)
-      : narrowText(text), room(size), knownLength(size - 1) {}
+  // With a text in the `size` bytes behind it; its length, or 0 while nobody knows.
+  constexpr korStrBuf(char* text, std::size_t size, std::size_t length)
+      : narrowText(text), room(size), knownLength(length) {}
+  korStrBuf(wchar_t* text, std::size_t size, std::size_t length)
+      : wideText(text), room(size), knownLength(length) {}
 
   template <class Ch>
   static korStrBuf* Alloc(std::size_t size, Ch** text);

@@ -8,7 +8,7 @@
 #include "korcharset.h"
 #include "korcount.h"
 #include "kormbcs.h"
-#include "korpool.h"
+#include "korstrbufalloc.h"
 #include "korstring.h"
 
 namespace {
@@ -84,20 +84,6 @@ std::atomic<char*>& korStrBuf::Text<char>() {
 template <>
 std::atomic<wchar_t*>& korStrBuf::Text<wchar_t>() {
   return wideText;
-}
-
-template <class Ch>
-korStrBuf* korStrBuf::Alloc(std::size_t size, Ch** text) {
-  if (size < sizeof(Ch)) size = sizeof(Ch);
-  if (size / sizeof(Ch) > kMaxLength + 1) velThrowSizeLimit();
-  void* block = korpool::Alloc(sizeof(korStrBuf) + size);
-  if (!block) throw std::bad_alloc();
-  auto* buffer = new (block) korStrBuf;
-  buffer->room = size;
-  auto* form = reinterpret_cast<Ch*>(buffer + 1);
-  buffer->Text<Ch>().store(form, std::memory_order_relaxed);
-  *text = form;
-  return buffer;
 }
 
 korStrBuf* korStrBuf::AllocMB(std::size_t size, char** narrow) { return Alloc(size, narrow); }
@@ -220,9 +206,12 @@ void korStrBuf::Attach(char** narrow, wchar_t** wide) {
 void korStrBuf::Release() { DropReference(); }
 
 void korStrBuf::Free() noexcept {
-  char* narrow = narrowText.load(std::memory_order_relaxed);
-  wchar_t* wide = wideText.load(std::memory_order_relaxed);
-  if (narrow && !IsInline(narrow)) korFree(narrow);
-  if (wide && !IsInline(wide)) korFree(wide);
+  const char* const narrow = narrowText.load(std::memory_order_relaxed);
+  const wchar_t* const wide = wideText.load(std::memory_order_relaxed);
+  // One of the two lies behind the header, always; most texts have no other.
+  const auto other = reinterpret_cast<std::uintptr_t>(narrow) ^
+                     reinterpret_cast<std::uintptr_t>(wide) ^
+                     reinterpret_cast<std::uintptr_t>(this + 1);
+  if (other != 0) korFree(reinterpret_cast<void*>(other));
   korpool::Free(this, sizeof(korStrBuf) + room);
 }

@@ -10,27 +10,25 @@
 
 namespace {
 
-template <class Ch>
-using UnitOf = std::make_unsigned_t<Ch>;
-
 bool IsAscii(char unit) { return static_cast<unsigned char>(unit) < 0x80; }
 bool IsAscii(wchar_t unit) { return korUnit(unit) < 0x80U; }
 
-// Blocks of this many units are tested and converted as a whole, without a
-// condition for each: loops that compilers turn into vector instructions.
-constexpr std::size_t kBlock = 64;
-
-template <class Ch>
-bool IsAsciiBlock(const Ch* text) {
-  UnitOf<Ch> all = 0;
-  for (std::size_t i = 0; i < kBlock; ++i) all |= static_cast<UnitOf<Ch>>(text[i]);
-  return all < 0x80U;
+// The bytes at `text` as one number, the first one lowest.
+std::uint64_t LoadEight(const char* text) {
+  std::uint64_t word;
+  std::memcpy(&word, text, sizeof(word));
+  return __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? __builtin_bswap64(word) : word;
 }
 
 template <class Ch>
 std::size_t AsciiRun(const Ch* text, std::size_t length) {
+  constexpr std::size_t kUnits = kKorAsciiRun;
   std::size_t at = 0;
-  while (length - at >= kBlock && IsAsciiBlock(text + at)) at += kBlock;
+  while (length - at >= kUnits && korIsAsciiBlock(text + at)) at += kUnits;
+  if constexpr (sizeof(Ch) == 1) {
+    constexpr std::uint64_t kBeyond = 0x8080808080808080U;
+    while (length - at >= 8 && (LoadEight(text + at) & kBeyond) == 0) at += 8;
+  }
   while (at < length && IsAscii(text[at])) ++at;
   return at;
 }
@@ -62,13 +60,6 @@ template <class To, class From>
   std::size_t at = 0;
   for (; at < few && IsAscii(text[at]); ++at) dest[at] = static_cast<To>(text[at]);
   return at < few ? at : at + ConvertAscii(dest + at, text + at, length - at);
-}
-
-// The bytes at `text` as one number, the first one lowest.
-std::uint64_t LoadEight(const char* text) {
-  std::uint64_t word;
-  std::memcpy(&word, text, sizeof(word));
-  return __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? __builtin_bswap64(word) : word;
 }
 
 // Reads four characters of two bytes each, if those are what `word` holds, into

@@ -22,6 +22,19 @@ constexpr std::size_t kKorAsciiBlock = 16;
 constexpr std::size_t kKorAsciiBlock = 64;
 #endif
 
+/// Units that are tested at once, without a condition for each.
+constexpr std::size_t kKorAsciiRun = 64;
+
+/// Whether so many units are ASCII. For any processor: a loop that compilers turn
+/// into vector instructions.
+template <class Ch>
+bool korIsAsciiBlock(const Ch* text) {
+  using Unit = std::make_unsigned_t<Ch>;
+  Unit all = 0;
+  for (std::size_t i = 0; i < kKorAsciiRun; ++i) all |= static_cast<Unit>(text[i]);
+  return all < 0x80U;
+}
+
 /// Converts a block if all of its units are ASCII, and writes nothing if not. For
 /// any processor.
 template <class To, class From>
@@ -47,6 +60,13 @@ inline __m128i korLoadUnits(const void* text) {
 /// Whether every bit is 0.
 inline bool korIsZero(__m128i lanes) {
   return _mm_movemask_epi8(_mm_cmpeq_epi8(lanes, _mm_setzero_si128())) == 0xFFFF;
+}
+
+/// Bytes, without bringing them down to one.
+inline bool korIsAsciiBlock(const char* text) {
+  const __m128i first = _mm_or_si128(korLoadUnits(text), korLoadUnits(text + 16));
+  const __m128i last = _mm_or_si128(korLoadUnits(text + 32), korLoadUnits(text + 48));
+  return _mm_movemask_epi8(_mm_or_si128(first, last)) == 0;
 }
 
 /// The block above without reading a unit twice, for each direction.
