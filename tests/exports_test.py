@@ -89,6 +89,9 @@ class Exports(unittest.TestCase):
                    if kind != "A" and not name.endswith("@@VELSTD_0.1")]
         self.assertEqual(without, [])
 
+    def test_no_function_of_std_is_exported(self):
+        self.assertEqual([name for name in symbols() if re.match("_ZN?K?St", name)], [])
+
     def test_each_promised_c_function_is_there(self):
         wanted = set(C_NAMES)
         wanted |= {f"x{value}sequence_{name}" for value in VALUES for name in SEQUENCES}
