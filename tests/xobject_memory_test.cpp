@@ -80,6 +80,7 @@ TEST(XObjectMemory, MayBeTheCallers) {
   EXPECT_EQ(static_cast<void*>(thing), static_cast<void*>(place));
   EXPECT_EQ(thing->value, 7);
   thing->~Thing();
+  EXPECT_THROW(new (place) Thing(true), std::runtime_error);
   EXPECT_EQ(velLiveBlocks(), before);
 }
 
