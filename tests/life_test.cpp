@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <locale>
 #include <string>
 #include <thread>
 #include <vector>
@@ -218,6 +219,9 @@ TEST(Life, AChildOfAProcessWithBusyThreadsUsesIt) {
   const int children = velShortOrLong(20, 500);
   std::atomic<bool> stop{false};
   const auto shared = xintsequence::create();
+  // With a global locale of the program's own, the standard library locks it to make a
+  // stream, and leaves it locked in a child that is forked meanwhile.
+  const bool forkLosesStreams = std::locale() != std::locale::classic();
   std::vector<std::thread> threads;
   for (int i = 0; i < 3; ++i) {
     threads.emplace_back([&] {
@@ -226,6 +230,7 @@ TEST(Life, AChildOfAProcessWithBusyThreadsUsesIt) {
         if (kForkLosesAllocator) continue;
         const auto values = xanysequence::create();
         values->append(xany(shared));
+        if (forkLosesStreams) continue;
         if (velPrinted(xany(values)).empty()) std::abort();
       }
     });
