@@ -1108,6 +1108,26 @@ TEST(XBaseDictionaryKeys, TextsThatDifferInOneByteAreDifferent) {
   }
 }
 
+// The first letters of a key stand with its hash beside a table of some size, in two words.
+TEST(XBaseDictionaryKeys, TextsOfOneHashThatDifferAtEitherEndAreDifferent) {
+  LogDict dict;
+  dict.quiet = true;
+  for (const std::string& name : Names(1000)) dict.Set(name, 1);
+  for (std::size_t length = 2; length <= 20; ++length) {
+    for (const std::size_t at : {std::size_t{0}, length - 2}) {
+      const std::string rest = AnyText(length - 2, static_cast<unsigned>(length));
+      const std::string text = rest.substr(0, at) + "Aa" + rest.substr(at);
+      const std::string other = rest.substr(0, at) + "BB" + rest.substr(at);
+      unsigned told;
+      ASSERT_EQ(xbdictHashMain(text.c_str(), &told), xbdictHashMain(other.c_str(), &told));
+      dict.Set(text, 7);
+      EXPECT_EQ(dict.Find(text), 7) << text;
+      EXPECT_FALSE(dict.Has(other)) << other;
+      ASSERT_TRUE(dict.Remove(text));
+    }
+  }
+}
+
 TEST(XBaseDictionaryKeys, ATableThatShrinksGivesTheirMemoryBack) {
   LogDict dict;
   dict.quiet = true;
