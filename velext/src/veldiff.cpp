@@ -259,7 +259,7 @@ class Differ {
     std::vector<const std::string*> texts;
     for (; place != kNone; place = steps[place].parent) texts.push_back(&steps[place].text);
     std::string path;
-    for (std::size_t i = texts.size(); i-- > 0;) path += *texts[i];
+    for (std::size_t i = texts.size(); i > 0; --i) path += *texts[i - 1];
     return path;
   }
 

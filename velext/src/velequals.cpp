@@ -100,7 +100,8 @@ bool velEquality::equal(const xany& a, const xany& b) {
     velParts left = velPartsOf(first);
     velParts right = velPartsOf(second);
     if (!SameOutline(left, right)) return differ(here);
-    for (std::size_t i = left.list.size(); i-- > 0;) {
+    for (std::size_t i = left.list.size(); i > 0;) {
+      --i;
       pending.push_back({std::move(left.list[i].value), std::move(right.list[i].value), here});
     }
   }

@@ -5,23 +5,25 @@
 
 #include "koralloc.h"
 #include "velplaceset.h"
-#include "velwraps.h"
 
 namespace {
 
 const char* const kTombstone = reinterpret_cast<const char*>(std::uintptr_t{1});
 
-// The number with step x inverse = 1 modulo 2^32, by Newton's iteration: each
-// turn doubles the number of right bits, of which `step` itself has three.
-VEL_WRAPS constexpr std::uint32_t Inverse(std::uint32_t step) {
-  std::uint32_t inverse = step;
-  for (int i = 0; i < 4; ++i) inverse *= 2 - step * inverse;
-  return inverse;
-}
-
 // Modulo 2^32.
 constexpr std::uint32_t Product(std::uint32_t a, std::uint32_t b) {
   return static_cast<std::uint32_t>(std::uint64_t{a} * b);
+}
+
+// The number with step x inverse = 1 modulo 2^32, by Newton's iteration: each
+// turn doubles the number of right bits, of which `step` itself has three.
+constexpr std::uint32_t Inverse(std::uint32_t step) {
+  std::uint32_t inverse = step;
+  for (int i = 0; i < 4; ++i) {
+    const std::uint64_t factor = 0x100000002 - Product(step, inverse);  // 2 less that, modulo 2^32
+    inverse = Product(inverse, static_cast<std::uint32_t>(factor));
+  }
+  return inverse;
 }
 
 // The steps whose inverses have the most bits to find.

@@ -47,7 +47,8 @@ struct State {
 
 velSipSeed velSipSeed::fresh(const void* address) noexcept {
   velSipSeed seed;
-  if (getrandom(seed.words, sizeof seed.words, GRND_NONBLOCK) == sizeof seed.words) return seed;
+  constexpr ssize_t kAll = sizeof seed.words;
+  if (getrandom(seed.words, kAll, GRND_NONBLOCK) == kAll) return seed;
   timespec now = {};
   clock_gettime(CLOCK_MONOTONIC, &now);
   return {{static_cast<std::uint64_t>(now.tv_nsec), reinterpret_cast<std::uintptr_t>(address)}};

@@ -361,9 +361,10 @@ char32_t OtherCase(char32_t character) {
 template <bool kUpper, class C>
 constexpr C PlainCase(C unit) {
   using Unit = std::make_unsigned_t<C>;
-  constexpr Unit kFirst = kUpper ? 'a' : 'A';
-  const auto place = static_cast<Unit>(static_cast<Unit>(unit) - kFirst);
-  return static_cast<C>(static_cast<Unit>(unit) ^ (place < 26 ? 0x20U : 0U));
+  constexpr C kFirst = kUpper ? 'a' : 'A';
+  constexpr C kLast = kUpper ? 'z' : 'Z';
+  const bool isTurned = unit >= kFirst && unit <= kLast;
+  return static_cast<C>(static_cast<Unit>(unit) ^ (isTurned ? 0x20U : 0U));
 }
 
 // Converts a text in blocks that compilers turn into vector instructions, as far as it is
