@@ -95,8 +95,11 @@ class PolicyDict final : public xbasedictionary {
   bool getkeybyindex(int i, xstring* key) { return BaseGetKeyByIndex(Slot(i), key, kSlotBytes); }
   void clearall() { BaseClearAll(kSlotBytes); }
 
+  // Slots are compared as bytes, those between the fields included.
   void* OnAllocate(unsigned slots) override {
-    return AllocateBlock(std::size_t{slots} * kSlotBytes);
+    void* const block = AllocateBlock(std::size_t{slots} * kSlotBytes);
+    std::memset(block, 0, std::size_t{slots} * kSlotBytes);
+    return block;
   }
   void OnDestroy(void* block, unsigned) override { ReleaseBlock(block); }
   void OnCopyEntry(void* dst, const void* src) override { std::memcpy(dst, src, sizeof(int)); }
