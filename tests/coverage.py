@@ -41,9 +41,6 @@ KINDS = {
     "race": "a meeting of threads that happens or does not",
     "guard": "a way that nothing leads to, there for the compiler or against corrupted state",
 }
-# May be met in one run and missed in the next. Of the ways of a switch, gcov computes one from the
-# others, and a process that ends while another thread is in there leaves it uneven.
-OFTEN_THERE = {"race", "guard"}
 
 FOLDERS = ("velbase", "velstd", "korkit", "capi")
 
@@ -59,31 +56,43 @@ class Line:
 
 
 class Entry:
-    """One line of the list: `text` of `file` lacks `branches`, or all of itself."""
+    """One line of the list: the last of the lines `text` of `file` lacks `branches`, or all of itself."""
 
     def __init__(self, where, file, text, kind, branches):
         self.where, self.file, self.text = where, file, text
         self.kind, self.branches = kind, branches
 
+    def is_often_there(self):
+        """Whether it may be missed in one run and met in the next. Of the ways of a switch, gcov
+        computes one from the others, and a process that ends while another thread is in there leaves
+        it uneven."""
+        return self.kind == "race" or (self.kind == "guard" and self.branches is not None)
+
+    def places(self, source):
+        """The numbers of the lines that are meant."""
+        stripped = [line.strip() for line in source]
+        return [end for end in range(len(self.text), len(source) + 1)
+                if stripped[end - len(self.text):end] == self.text]
+
 
 def entries_of(path):
     """The list: blocks of a file, lines of it, and after each line what it lacks and why."""
-    entries, file, text = [], None, None
+    entries, file, text = [], None, []
     for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
         where = f"{path.name}:{number}"
         if not line.strip():
-            file, text = None, None
+            file, text = None, []
         elif line.startswith("#"):
             continue
         elif not line.startswith(" "):
-            file, text = line, None
-        elif match := re.fullmatch(r" +=> (line|(\d+) branch(?:es)?), (\w+)(?:: .+)?", line):
+            file, text = line, []
+        elif match := re.fullmatch(r" +=> (line|(\d+) branch(?:es)?), (\w+): .+", line):
             if not file or not text or match[3] not in KINDS:
-                sys.exit(f"{where}: not of a line, or of no known kind")
+                sys.exit(f"{where}: not of a line, or of no known kind, or without a reason")
             entries.append(Entry(where, file, text, match[3], int(match[2]) if match[2] else None))
-            text = None
+            text = []
         else:
-            text = line.strip()
+            text = [*text, line.strip()]
     return entries
 
 
@@ -173,28 +182,22 @@ def leave_out(entries, counts, sources):
     """Takes what the list names out of the counts; tells what it took, by kind, and what is stale."""
     taken, stale = collections.Counter(), []
     for entry in entries:
-        lines = [counts[entry.file][number]
-                 for number, text in enumerate(sources.get(entry.file, []), 1)
-                 if text.strip() == entry.text and number in counts.get(entry.file, {})]
-        if not lines:
-            stale.append(f"{entry.where}: {entry.file} has no such line: {entry.text}")
+        counted = counts.get(entry.file, {})
+        places = [at for at in entry.places(sources.get(entry.file, [])) if at in counted]
+        if len(places) != 1:
+            stale.append(f"{entry.where}: {len(places)} lines of {entry.file}: {entry.text[-1]}")
             continue
-        excused = 0
-        for line in lines:
-            if entry.branches is None:
-                excused += not line.run
-                if not line.run:
-                    line.run, line.branches, line.missed = None, 0, 0
-            elif line.missed:
-                fewer = min(entry.branches, line.missed)
-                excused += 1
-                line.branches -= fewer
-                line.missed -= fewer
-                taken[entry.kind, "branches"] += fewer
-        if entry.branches is None:
-            taken[entry.kind, "lines"] += excused
-        if excused == 0 and entry.kind not in OFTEN_THERE:
-            stale.append(f"{entry.where}: the suite runs it: {entry.text}")
+        line = counted[places[0]]
+        if entry.branches is not None and line.missed:
+            fewer = min(entry.branches, line.missed)
+            line.branches -= fewer
+            line.missed -= fewer
+            taken[entry.kind, "branches"] += fewer
+        elif entry.branches is None and not line.run:
+            line.run, line.branches, line.missed = None, 0, 0
+            taken[entry.kind, "lines"] += 1
+        elif not entry.is_often_there():
+            stale.append(f"{entry.where}: the tests run it: {entry.text[-1]}")
     return taken, stale
 
 

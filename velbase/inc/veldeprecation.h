@@ -12,6 +12,7 @@
 #include "xrchandle.h"
 #include "xstring.h"
 
+// The destructor is protected: nobody deletes through this class.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 

@@ -19,6 +19,7 @@ enum xerhstatus : int {
   xerhHandled = 1      ///< nobody else is asked
 };
 
+// Nobody deletes through this class: a handler does not own its listeners.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 

@@ -67,7 +67,7 @@ class VELSTD_API xtbsequence : public virtual xobject, protected xbasesequence {
   void append(T value) {
     const std::uint64_t end = std::uint64_t{GetByteSize()} + kSize;
     if (end <= GetQuickCapacity() && (kSize > 1 || end <= INT_MAX)) {
-      // Into the empty element that lies there.
+      // Into the empty element that lies there, where cppcheck sees chars.
       // cppcheck-suppress invalidPointerCast
       *reinterpret_cast<T*>(static_cast<char*>(GetPtr()) + GetByteSize()) = static_cast<T&&>(value);
       Extend(kSize);
