@@ -71,6 +71,21 @@ VEL_OBJECT_RTTI(Watcher, xrttiobject, [](xrttiobject* rtti) {
   rtti->initializeRttiObject("veltest::Watcher", 1, 0, nullptr);
 })
 
+// On its destruction leaves a text where it was held.
+class Leaver : public virtual xobject {
+  VEL_OBJECT(Leaver)
+ public:
+  Leaver(xany* value, const char* words) : held(value), text(words) {}
+  ~Leaver() override { *held = text; }
+
+ private:
+  xany* held;
+  const char* text;
+};
+VEL_OBJECT_RTTI(Leaver, xrttiobject, [](xrttiobject* rtti) {
+  rtti->initializeRttiObject("veltest::Leaver", 1, 0, nullptr);
+})
+
 // ---- views ----
 
 TEST(XAny, ViewOfAnObjectTakesAReferenceOfItsOwn) {
@@ -122,6 +137,8 @@ TEST(XAny, TextThatNobodyHoldsIsGivenBack) {
     const xany last(text.c_str());
     xany moved(text.c_str());
     value = std::move(moved);
+    xany dying;
+    dying = xany(new Leaver(&dying, text.c_str()));
   }
   EXPECT_LT(mallinfo2().uordblks, before + 50000);
 }
@@ -234,6 +251,7 @@ TEST(XAny, UnknownKindsAbort) {
   const xany unknown(static_cast<__xanykind>(8));
   EXPECT_EQ(unknown.getkind(), 8);
   EXPECT_VEL_ABORT(value = unknown, "Can not be here.", kSource, 205);
+  EXPECT_VEL_ABORT(xany(value) = xany(unknown), "Can not be here.", kSource, 205);
   EXPECT_VEL_ABORT(xcadapt_c2cxx(view), "Can not be here.", kSource, 205);
   EXPECT_VEL_ABORT(unknown.getxany_c(), "Can not be here.", kSource, 127);
   EXPECT_VEL_ABORT(xcadapt_cxx2c(xany(static_cast<__xanykind>(-1))), "Can not be here.", kSource,

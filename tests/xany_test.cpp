@@ -244,6 +244,7 @@ TEST(XAny, LongsAtTheEndsOfInt) {
   EXPECT_EQ(xany(-2147483648).getkind(), xanyNil);
   EXPECT_EQ(xany(-2147483647L).getkind(), xanyInt);
   EXPECT_EQ(Bytes(xany(2147483647L)).u.i, 2147483647);
+  EXPECT_EQ(Bytes(xany(2147483647U)).u.i, 2147483647);
   EXPECT_VEL_NATIVE(xany(2147483648L), "Integer out of range");
   EXPECT_VEL_NATIVE(xany(-2147483649L), "Integer out of range");
   EXPECT_VEL_NATIVE(xany(2147483648U), "Integer out of range");
