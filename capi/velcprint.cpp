@@ -46,5 +46,9 @@ __xstring_c xprintstr_c(const __xany_c* value, int step) {
 }
 
 unsigned char xcompare_c(const __xany_c* first, const __xany_c* second) {
-  return velGuard(VEL_ERROR_BOOL, [&] { return velCompare(Given(first), Given(second)); });
+  return velGuard(VEL_ERROR_BOOL, [&] {
+    const xany a = Given(first);  // the first complaint is about the first
+    const xany b = Given(second);
+    return velCompare(a, b);
+  });
 }

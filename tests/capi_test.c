@@ -606,6 +606,12 @@ static void test_by_name(void) {
   PARKED(XNULL);
   CHECK(xcompare_c(&a, NULL) == 129);
   PARKED(XNULL);
+  b.kind = 99; /* of two that are wrong, the first is told */
+  CHECK(xcompare_c(NULL, &b) == 129);
+  PARKED(XNULL);
+  CHECK(xcompare_c(&b, NULL) == 129);
+  PARKED(XTYPE);
+  b.kind = xanyObject;
   xanyunlock_c(&value);
   value = xobjgetattr_c(func, "Name");
   CHECK(reads(xanytostr_c(&value), "name"));

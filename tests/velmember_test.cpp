@@ -162,6 +162,16 @@ TEST(VelMember, TakesNothingIfTheTableSaysSo) {
   }
 }
 
+TEST(VelMember, DoesNotTakeTheIntThatCouldNotBeReadAgain) {
+  const Object object = velNew<All>();
+  object->wide = 7;
+  EXPECT_VEL_NATIVE(velSetAttr(object, "wide", xany(-2147483647)),
+                    "Integer out of range: -2147483647");
+  EXPECT_EQ(object->wide, 7);
+  EXPECT_TRUE(velSetAttr(object, "wide", xany(-2147483646)));
+  EXPECT_EQ(object->wide, -2147483646);
+}
+
 TEST(VelMember, ThatIsNoIntThrowsWhenItIsRead) {
   const Object object = velNew<All>();
   object->wide = 2147483648L;

@@ -251,7 +251,7 @@ TEST(XAny, UnknownKindsAbort) {
   const xany unknown(static_cast<__xanykind>(8));
   EXPECT_EQ(unknown.getkind(), 8);
   EXPECT_VEL_ABORT(value = unknown, "Can not be here.", kSource, 205);
-  EXPECT_VEL_ABORT(xany(value) = xany(unknown), "Can not be here.", kSource, 205);
+  EXPECT_VEL_ABORT(xany{unknown}, "Can not be here.", kSource, 205);
   EXPECT_VEL_ABORT(xcadapt_c2cxx(view), "Can not be here.", kSource, 205);
   EXPECT_VEL_ABORT(unknown.getxany_c(), "Can not be here.", kSource, 127);
   EXPECT_VEL_ABORT(xcadapt_cxx2c(xany(static_cast<__xanykind>(-1))), "Can not be here.", kSource,

@@ -117,7 +117,11 @@ struct velMember<float> : velStdMember<float> {
 template <class T>
 struct velMember<T, std::enable_if_t<std::is_integral<T>::value>> : velStdMember<T> {
   static xrtti* type() { return velGetRtti_int(); }
-  static T write(const xany& value) { return velStdMember<T>::writeAs(type(), value); }
+  static T write(const xany& value) {
+    const T number = velStdMember<T>::writeAs(type(), value);
+    (void)velAny(number);  // what could not be read again is refused here
+    return number;
+  }
 };
 template <class T>
 struct velMember<T, std::enable_if_t<velIsEnum<T>::value>> : velStdMember<T> {

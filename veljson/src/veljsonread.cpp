@@ -101,7 +101,7 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
     if (written.find_first_not_of("-0123456789") == std::string::npos) {
       return integer({false, 0, value});
     }
-    return leaf([=](xrtti* expected) { return real(expected, value); });
+    return leaf([=](xrtti*) { return RealOf(value); });
   }
   bool string(string_t& value) override {
     if (isTag()) return beginTagged(value);
@@ -417,22 +417,13 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
 
   bool integer(const Integer& number) {
     return leaf([&](xrtti* expected) {
-      if (velIsTypeNamed(expected, "real")) return real(expected, number.real);
+      if (velIsTypeNamed(expected, "real")) return RealOf(number.real);
       const bool isIntExpected = velIsTypeNamed(expected, "int");
       if (number.isInt && (isIntExpected || number.number != kUninitInt))
         return xany(number.number);
       if (isIntExpected) fail("integer out of range");
       return RealOf(number.real);
     });
-  }
-
-  // A plain double cannot hold each number.
-  xany real(xrtti* expected, double number) const {
-    const bool isPlain = !levels.empty() && !levels.back().isWrapper;
-    if (isPlain && velIsTypeNamed(expected, "real") && velIsReservedReal(number)) {
-      fail("real number stands for no value");
-    }
-    return RealOf(number);
   }
 
   xany enumerator(xrttienum* type, const std::string& name) const {
@@ -464,6 +455,11 @@ class Reader : public nlohmann::json_sax<nlohmann::json> {
         level.wrapped = std::move(value);
       }
       return;
+    }
+    // A plain double cannot hold each number.
+    if (value.getkind() == xanyReal && velIsTypeNamed(expectedHere(levels.size()), "real") &&
+        velIsReservedReal(value.operator double())) {
+      fail("real number stands for no value");
     }
     if (level.array) {
       if (level.dimension + 1 < level.array->getNDimentions()) fail("an array is expected here");
