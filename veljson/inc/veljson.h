@@ -31,7 +31,8 @@
 // the place of one of a base is written with its own attributes and can be read with tags
 // only. Without a type a number that no int holds (and the two ints that stand for nil and
 // uninit) is a real, like one with a fraction; where an int is expected, -2147483647 is
-// one. 1e126 and 9e125 stand for no value where a real is expected, and are refused there.
+// one, but for members of other integer types, which refuse it. 1e126 and 9e125 stand for no
+// value where a real is expected, and are refused there.
 //
 // Errors are velXSerialization with the path of the value (a JSON Pointer; none for the
 // whole) and, when reading, line and column in the Description ("/lines/3/price: line 7,
