@@ -173,7 +173,7 @@ VELSTD_API __xany_c xanyobj_c(xobject *object);
 
 /** These read variants. Nil and uninit give the markers; a variant of another
  *  kind, or null, gives the error value with velXTypeMismatch or velXNull
- *  pending. */
+ *  pending. xanytoint_c reads the number of an enumeration value, too. */
 VELSTD_API int xanytoint_c(const __xany_c *value);
 VELSTD_API unsigned char xanytobool_c(const __xany_c *value);
 VELSTD_API double xanytoreal_c(const __xany_c *value);
@@ -229,7 +229,7 @@ VELSTD_API __xstring_c xprintstr_c(const __xany_c *value, int step);
 
 /** @return 1 when the object in `second` has the content of the one in `first`
  *  (values that are no objects never do; dictionaries one way); 129 with an
- *  exception pending */
+ *  exception pending, as for a number that is no value of its enumeration */
 VELSTD_API unsigned char xcompare_c(const __xany_c *first, const __xany_c *second);
 
 /* ---- types -------------------------------------------------------------------
@@ -250,7 +250,8 @@ enum xrttikind {
   xrttiKindDictionary = 8 /**< a dictionary */
 };
 
-/** @return the type registered under `name`; null for none */
+/** @return the type registered under `name`, where as in all names of types and
+ *  attributes the address 2 is the text "uninit"; null for none */
 VELSTD_API xrtti *xrttifind_c(const char *name);
 /** Calls `visit(type, data)` for every registered type in the order of the
  *  names until it returns 0. A null `visit`: nothing. */
