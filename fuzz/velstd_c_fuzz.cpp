@@ -13,49 +13,11 @@
 #include "velfuzz.h"
 #include "velprint.h"
 #include "velstd_c_model.h"
+#include "veltest_cfunctions.h"
 
 namespace {
 
 using namespace velcmodel;
-
-// ---- the functions of a collection, by their prefix ----
-
-template <class C, class Flat>
-struct Sequence {
-  C* (*create)();
-  int (*getarraysize)(C*);
-  Flat (*get)(C*, int);
-  void (*set)(C*, int, Flat);
-  void (*insert)(C*, int, Flat);
-  void (*insertseq)(C*, int, C*);
-  void (*removerange)(C*, int, int);
-  xrttiobject* (*getclassrtti)();
-};
-#define SEQUENCE(C, Flat)                                                                       \
-  Sequence<C, Flat> {                                                                           \
-    C##_create, C##_getarraysize, C##_get, C##_set, C##_insert, C##_insertseq, C##_removerange, \
-        C##_getclassrtti_c                                                                      \
-  }
-
-template <class C, class Flat>
-struct Dictionary {
-  C* (*create)();
-  int (*getmapsize)(C*);
-  int (*count)(C*);
-  unsigned char (*find)(C*, const char*, Flat*);
-  void (*set)(C*, const char*, Flat);
-  void (*remove)(C*, const char*);
-  unsigned char (*getbyindex)(C*, int, Flat*);
-  unsigned char (*getkeybyindex)(C*, int, __xstring_c*);
-  void (*setbyindex)(C*, int, Flat);
-  void (*removebyindex)(C*, int);
-  xrttiobject* (*getclassrtti)();
-};
-#define DICTIONARY(C, Flat)                                                                 \
-  Dictionary<C, Flat> {                                                                     \
-    C##_create, C##_getmapsize, C##_count_c, C##_find, C##_set, C##_remove, C##_getbyindex, \
-        C##_getkeybyindex, C##_setbyindex, C##_removebyindex, C##_getclassrtti_c            \
-  }
 
 // What the output of the process goes to meanwhile.
 class Captured {
@@ -163,7 +125,7 @@ class Calls : private World {
   }
 
   template <class C, class Flat>
-  void OnSequence(const Sequence<C, Flat>& call) {
+  void OnSequence(const VelSequenceFunctions<C, Flat>& call) {
     constexpr unsigned kRemove = 6;
     unsigned sort = in.below(kRemove + 1);
     if (sort == 0) return OnClass(call.create, call.getclassrtti);
@@ -242,7 +204,7 @@ class Calls : private World {
   }
 
   template <class C, class Flat>
-  void OnDictionary(const Dictionary<C, Flat>& call) {
+  void OnDictionary(const VelDictionaryFunctions<C, Flat>& call) {
     const unsigned sort = in.below(12);
     if (sort == 0) return OnClass(call.create, call.getclassrtti);
     const Handed dict = Hand<C>();
@@ -353,19 +315,19 @@ class Calls : private World {
 
   template <class Act>
   static void ForEachSequence(Act act) {
-    act(SEQUENCE(xboolsequence, unsigned char));
-    act(SEQUENCE(xintsequence, int));
-    act(SEQUENCE(xrealsequence, double));
-    act(SEQUENCE(xstringsequence, __xstring_c));
-    act(SEQUENCE(xanysequence, __xany_c));
+    act(VEL_SEQUENCE_FUNCTIONS(xboolsequence, unsigned char));
+    act(VEL_SEQUENCE_FUNCTIONS(xintsequence, int));
+    act(VEL_SEQUENCE_FUNCTIONS(xrealsequence, double));
+    act(VEL_SEQUENCE_FUNCTIONS(xstringsequence, __xstring_c));
+    act(VEL_SEQUENCE_FUNCTIONS(xanysequence, __xany_c));
   }
   template <class Act>
   static void ForEachDictionary(Act act) {
-    act(DICTIONARY(xbooldictionary, unsigned char));
-    act(DICTIONARY(xintdictionary, int));
-    act(DICTIONARY(xrealdictionary, double));
-    act(DICTIONARY(xstringdictionary, __xstring_c));
-    act(DICTIONARY(xanydictionary, __xany_c));
+    act(VEL_DICTIONARY_FUNCTIONS(xbooldictionary, unsigned char));
+    act(VEL_DICTIONARY_FUNCTIONS(xintdictionary, int));
+    act(VEL_DICTIONARY_FUNCTIONS(xrealdictionary, double));
+    act(VEL_DICTIONARY_FUNCTIONS(xstringdictionary, __xstring_c));
+    act(VEL_DICTIONARY_FUNCTIONS(xanydictionary, __xany_c));
   }
 
   // ---- objects ----
@@ -1006,7 +968,7 @@ class Calls : private World {
     }
   }
   template <class C, class Flat>
-  static void EmptySequence(const Sequence<C, Flat>& call, Object& model) {
+  static void EmptySequence(const VelSequenceFunctions<C, Flat>& call, Object& model) {
     auto* sequence = dynamic_cast<C*>(model.object);
     if (!sequence) return;
     CompareSequence<C>(model, std::numeric_limits<int>::max());
@@ -1014,7 +976,7 @@ class Calls : private World {
     model.elements.clear();
   }
   template <class C, class Flat>
-  static void EmptyDictionary(const Dictionary<C, Flat>& call, Object& model) {
+  static void EmptyDictionary(const VelDictionaryFunctions<C, Flat>& call, Object& model) {
     auto* dictionary = dynamic_cast<C*>(model.object);
     if (!dictionary) return;
     CompareDictionary<C, Flat>(model, std::numeric_limits<int>::max());

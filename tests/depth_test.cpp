@@ -913,7 +913,7 @@ struct Diamonds {
 };
 
 // A generous bound for what takes microseconds; without care, hours.
-constexpr double kBriefly = 20;
+constexpr double kBriefly = kSanitized ? 20 : 1;
 
 void ExpectBrief(const char* what, const std::function<void()>& step) {
   double best = Took(step);

@@ -2,6 +2,7 @@
 // pending afterwards, and nothing else has happened.
 #define VELSWEEP_FAMILY "C interface"
 #include "faultsweep.h"
+#include "veltest_cfunctions.h"
 
 namespace {
 
@@ -309,19 +310,7 @@ struct Kind<__xany_c> {
 };
 
 template <class C, class Flat>
-struct SequenceFunctions {
-  C* (*create)();
-  int (*getarraysize)(C*);
-  Flat (*get)(C*, int);
-  void (*set)(C*, int, Flat);
-  void (*insert)(C*, int, Flat);
-  void (*insertseq)(C*, int, C*);
-  void (*removerange)(C*, int, int);
-  xrttiobject* (*getclassrtti)();
-};
-
-template <class C, class Flat>
-void FillSequence(Table& table, const std::string& name, SequenceFunctions<C, Flat> f) {
+void FillSequence(Table& table, const std::string& name, VelSequenceFunctions<C, Flat> f) {
   const auto add = [&](const std::string& member, auto use) {
     for (const int count : {0, 4, static_cast<int>(256 / sizeof(Flat))}) {
       table.push_back({name + member + " (" + std::to_string(count) + ')', [=](Trial& t) {
@@ -370,21 +359,6 @@ void FillSequence(Table& table, const std::string& name, SequenceFunctions<C, Fl
   });
 }
 
-template <class C, class Flat>
-struct DictionaryFunctions {
-  C* (*create)();
-  int (*getmapsize)(C*);
-  int (*count)(C*);
-  unsigned char (*find)(C*, const char*, Flat*);
-  void (*set)(C*, const char*, Flat);
-  void (*remove)(C*, const char*);
-  unsigned char (*getbyindex)(C*, int, Flat*);
-  unsigned char (*getkeybyindex)(C*, int, __xstring_c*);
-  void (*setbyindex)(C*, int, Flat);
-  void (*removebyindex)(C*, int);
-  xrttiobject* (*getclassrtti)();
-};
-
 // A string or variant is always written and then the caller's; a scalar only when
 // it is found.
 template <class Got, class Flat>
@@ -393,7 +367,7 @@ void Keep(Got& got, const Flat& found, int present) {
 }
 
 template <class T, class C, class Flat>
-void FillDictionary(Table& table, const std::string& name, DictionaryFunctions<C, Flat> f) {
+void FillDictionary(Table& table, const std::string& name, VelDictionaryFunctions<C, Flat> f) {
   using Got = typename Kind<Flat>::Value;
   using In = const Flat&;
   const auto add = [&](const std::string& member, auto use, bool shrinks = false) {
@@ -468,21 +442,15 @@ void FillDictionary(Table& table, const std::string& name, DictionaryFunctions<C
 
 void velsweep::fill(Table& table) {
   FillFunctions(table);
-#define VELSWEEP_SEQUENCE(C, Flat)                                                             \
-  FillSequence<C, Flat>(table, #C,                                                             \
-                        {&C##_create, &C##_getarraysize, &C##_get, &C##_set, &C##_insert,      \
-                         &C##_insertseq, &C##_removerange, &C##_getclassrtti_c});
+#define VELSWEEP_SEQUENCE(C, Flat) FillSequence(table, #C, VEL_SEQUENCE_FUNCTIONS(C, Flat));
   VELSWEEP_SEQUENCE(xboolsequence, unsigned char)
   VELSWEEP_SEQUENCE(xintsequence, int)
   VELSWEEP_SEQUENCE(xrealsequence, double)
   VELSWEEP_SEQUENCE(xstringsequence, __xstring_c)
   VELSWEEP_SEQUENCE(xanysequence, __xany_c)
 #undef VELSWEEP_SEQUENCE
-#define VELSWEEP_DICTIONARY(C, T, Flat)                                                        \
-  FillDictionary<T, C, Flat>(table, #C,                                                        \
-                             {&C##_create, &C##_getmapsize, &C##_count_c, &C##_find, &C##_set, \
-                              &C##_remove, &C##_getbyindex, &C##_getkeybyindex,                \
-                              &C##_setbyindex, &C##_removebyindex, &C##_getclassrtti_c});
+#define VELSWEEP_DICTIONARY(C, T, Flat) \
+  FillDictionary<T>(table, #C, VEL_DICTIONARY_FUNCTIONS(C, Flat));
   VELSWEEP_DICTIONARY(xbooldictionary, unsigned char, unsigned char)
   VELSWEEP_DICTIONARY(xintdictionary, int, int)
   VELSWEEP_DICTIONARY(xrealdictionary, double, double)
