@@ -87,6 +87,12 @@ function(velstd_output_test name target expected)
       -P "${PROJECT_SOURCE_DIR}/cmake/CompareOutput.cmake")
 endfunction()
 
+# The program begins as all tests do, in the locale that is asked for.
+function(velstd_test_start target)
+  target_sources(${target} PRIVATE $<TARGET_OBJECTS:veltest_start>)
+  set_target_properties(${target} PROPERTIES LINKER_LANGUAGE CXX)
+endfunction()
+
 # One test program, and one ctest entry of the same name, from the files of the current folder
 # that exist:
 #   <stem>_test.cpp    GoogleTest suites
@@ -113,8 +119,8 @@ function(velstd_test stem)
     "VELSTD_LIBRARY_FILE=\"$<TARGET_FILE:velstd>\"")
   if(EXISTS "${dir}/${stem}_test.cpp")
     target_link_libraries(${target} PRIVATE GTest::gtest_main GTest::gmock ${CMAKE_DL_LIBS})
-    target_sources(${target} PRIVATE $<TARGET_OBJECTS:veltest_start>)
   endif()
+  velstd_test_start(${target})
   if(EXISTS "${dir}/${stem}_plugin.cpp")
     add_library(${stem}_plugin SHARED "${stem}_plugin.cpp")
     velstd_program(${stem}_plugin)

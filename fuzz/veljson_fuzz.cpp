@@ -11,6 +11,7 @@
 #include <cfloat>
 #include <charconv>
 #include <climits>
+#include <clocale>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -28,6 +29,12 @@
 namespace {
 
 using Node = rapidjson::Value;
+
+// A number as JSON writes it, in every locale.
+double RealOf(const char* text) {
+  static const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
+  return strtod_l(text, nullptr, plain);
+}
 
 // ---- values as text, the same for the same values ----------------------------------------------
 
@@ -388,7 +395,7 @@ class Tree : public rapidjson::Document {
     if (whole.ptr == end && whole.ec == std::errc()) return Int64(integer);
     double real = 0;
     // What is out of range is too large or almost zero.
-    if (std::from_chars(digits, end, real).ec != std::errc()) real = std::strtod(digits, nullptr);
+    if (std::from_chars(digits, end, real).ec != std::errc()) real = RealOf(digits);
     return Double(real);
   }
 };
@@ -468,7 +475,7 @@ VEL_FUZZ(input) {
   const rapidjson::ParseResult result = tree.parse(text, begin);
   // RapidJSON takes some numbers for too large that are not, as 0e309: nothing is known then.
   if (result.Code() == rapidjson::kParseErrorNumberTooBig &&
-      std::isfinite(std::strtod(text.c_str() + begin + result.Offset(), nullptr))) {
+      std::isfinite(RealOf(text.c_str() + begin + result.Offset()))) {
     return;
   }
   Facts facts;

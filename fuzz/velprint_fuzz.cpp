@@ -4,6 +4,8 @@
 #include "velprint.h"
 
 #include <cctype>
+#include <charconv>
+#include <locale>
 #include <map>
 #include <memory>
 #include <sstream>
@@ -96,8 +98,8 @@ class Builder {
       case 3: {
         const double real = in.number() / 8.0;
         char text[40];
-        std::snprintf(text, sizeof text, "%g", real);
-        node.text = text;
+        node.text.assign(text, std::to_chars(text, text + sizeof text, real,
+                                             std::chars_format::general, 6).ptr);
         return xany(real);
       }
       case 4:
@@ -273,6 +275,7 @@ class Tree {
 
 std::string Printed(const xany& value, int step) {
   std::ostringstream out;
+  out.imbue(std::locale::classic());  // numbers are written as the stream says
   velPrint(value, out, step);
   return out.str();
 }
