@@ -448,7 +448,14 @@ inline void ConvertCharacter(const korCharset& charset, char* text, std::size_t 
   char out[MB_LEN_MAX];
   const char32_t other = OtherCase<kUpper>(character);
   if (other == character || charset.Encode(other, out) != length) return;
-  for (std::size_t i = 0; i < length; ++i) text[i] = out[i];  // too few to call for
+  // Nearly all that have two cases are of two or three bytes: too few to call for.
+  if (length == 2) {
+    std::memcpy(text, out, 2);
+  } else if (length == 3) {
+    std::memcpy(text, out, 3);
+  } else {
+    std::memcpy(text, out, length);
+  }
 }
 
 template <bool kUpper>
