@@ -53,6 +53,22 @@ TEST(XAny, HasTheLayoutOfItsView) {
   EXPECT_EQ(Bytes(xany(object)).u.o, velAsObject(object.operator->()));
 }
 
+TEST(XAny, PayloadOfNoValueIsZeros) {
+  const xany values[] = {xany(),
+                         xany(xanyNil),
+                         xany(kNilInt),
+                         xany(static_cast<unsigned char>(0x80)),
+                         xany(static_cast<unsigned char>(0x81)),
+                         xany(1e126),
+                         xany(9e125)};
+  for (const xany& value : values) {
+    const __xany_c view = Bytes(value);
+    EXPECT_LE(view.kind, xanyNil);
+    const std::string payload(reinterpret_cast<const char*>(&view.u), sizeof view.u);
+    EXPECT_EQ(payload, std::string(sizeof view.u, '\0')) << view.kind;
+  }
+}
+
 TEST(XAny, StringPayloadIsTheViewOfTheString) {
   const xstring text("abc");
   const xany value(text);

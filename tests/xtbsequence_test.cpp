@@ -1048,8 +1048,8 @@ TEST(XAnySequence, WhatIsAppendedToADyingSequenceGoesWithIt) {
 template <class T>
 class Hollow : public xtbsequence<T> {
  public:
-  Hollow()
-      : xtbsequence<T>(xseqcontrol(false, sizeof(T) == 24 ? 264 : 256)),
+  explicit Hollow(unsigned initial = (256 + sizeof(T) - 1) / sizeof(T) * sizeof(T))
+      : xtbsequence<T>(xseqcontrol(false, initial)),
         range(
             mmap(nullptr, kRange, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0)) {}
   ~Hollow() override { munmap(range, kRange); }
@@ -1193,6 +1193,21 @@ TEST(XTbSequenceLimits, Ints) { ExpectLimits<int>(2147483648U, 536870912); }
 TEST(XTbSequenceLimits, Reals) { ExpectLimits<double>(2147483648U, 268435456); }
 TEST(XTbSequenceLimits, Attributes) { ExpectLimits<xrttiattr*>(2147483648U, 268435456); }
 TEST(XTbSequenceLimits, Strings) { ExpectLimits<xstring>(2214592512U, 92274688); }
+// The only capacity of 2^32 - 1: elements that divide it, and no first capacity to be doubled.
+TEST(XTbSequenceLimits, LastByteBelowTheLimitIsOfUse) {
+  struct Triple {
+    unsigned char bytes[3];
+  };
+  constexpr int kMost = 1431655765;
+  xrchandle<Hollow<Triple>> seq(new Hollow<Triple>(0));
+  seq->set(kMost - 1, Triple());
+  EXPECT_EQ(seq->getarraysize(), kMost);
+  EXPECT_EQ(seq->capacity(), 4294967295U);
+  EXPECT_VEL_NATIVE(seq->append(Triple()), "Size limit exceeded");
+  EXPECT_VEL_NATIVE(seq->set(kMost, Triple()), "Size limit exceeded");
+  EXPECT_EQ(seq->getarraysize(), kMost);
+}
+
 TEST(XTbSequenceLimits, Values) { ExpectLimits<xany>(2147483648U, 67108864); }
 
 // ---- no memory ----
