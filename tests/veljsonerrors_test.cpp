@@ -493,8 +493,8 @@ TEST(VelJsonReadError, TellsThePlaceOfWhatDoesNotFitItsType) {
       {"jsontest::Narrow", "{\"wide\":-2147483647}",
        "/wide: line 1, column 9: Integer out of range: -2147483647 [vellib::XNativeException]"},
       {"jsontest::Members", "{\"narrowReal\":1e300}",
-       "/narrowReal: line 1, column 15: Object type mismatch: real where real is expected "
-       "[vellib::XTypeMismatch]"},
+       "/narrowReal: line 1, column 15: Real number out of range: 1e+300 "
+       "[vellib::XNativeException]"},
       {"jsontest::Members", "{\"narrowReal\":null}",
        "/narrowReal: line 1, column 15: Object type mismatch: nil where real is expected "
        "[vellib::XTypeMismatch]"},
@@ -514,11 +514,9 @@ TEST(VelJsonReadError, TellsThePlaceOfWhatDoesNotFitItsType) {
        "/color: line 1, column 10: Object type mismatch: int where jsontest::Color is expected "
        "[vellib::XTypeMismatch]"},
       {"jsontest::Narrow", "{\"small\":128}",
-       "/small: line 1, column 10: Object type mismatch: int where int is expected "
-       "[vellib::XTypeMismatch]"},
+       "/small: line 1, column 10: Integer out of range: 128 [vellib::XNativeException]"},
       {"jsontest::Narrow", "{\"unsignedSmall\":-1}",
-       "/unsignedSmall: line 1, column 18: Object type mismatch: int where int is expected "
-       "[vellib::XTypeMismatch]"},
+       "/unsignedSmall: line 1, column 18: Integer out of range: -1 [vellib::XNativeException]"},
       {"jsontest::Narrow", "{\"wide\":2147483648}",
        "/wide: line 1, column 9: integer out of range"},
       {"jsontest::Maybe", "{\"color\":\"pink\"}",

@@ -125,23 +125,42 @@ TEST(VelMember, TakesValuesOfItsKindOnly) {
 }
 
 TEST(VelMember, OfANarrowTypeRefusesWhatItCannotHold) {
-  ExpectSet({
-      {"little", velAny(32767), "32767"},
-      {"little", velAny(32768), nullptr},
-      {"little", velAny(-32768), "-32768"},
-      {"little", velAny(-32769), nullptr},
-      {"littleMore", velAny(65535), "65535"},
-      {"littleMore", velAny(65536), nullptr},
-      {"littleMore", velAny(-1), nullptr},
-      {"tiny", velAny(127), "127"},
-      {"tiny", velAny(128), nullptr},
-      {"letter", velAny(65), "65"},
-      {"big", velAny(2147483647), "2147483647"},
-      {"big", velAny(-1), nullptr},
-      {"wide", velAny(-2147483646), "-2147483646"},
-      {"widest", velAny(0), "0"},
-      {"widest", velAny(-1), nullptr},
-  });
+  const struct {
+    const char* attribute;
+    int number;
+    bool isTaken;
+  } rows[] = {
+      {"little", 32767, true},      {"little", 32768, false},      {"little", -32768, true},
+      {"little", -32769, false},    {"littleMore", 65535, true},   {"littleMore", 65536, false},
+      {"littleMore", -1, false},    {"tiny", 127, true},           {"tiny", 128, false},
+      {"letter", 65, true},         {"big", 2147483647, true},     {"big", -1, false},
+      {"wide", -2147483646, true},  {"widest", 0, true},           {"widest", -1, false},
+  };
+  for (const auto& row : rows) {
+    const std::string number = std::to_string(row.number);
+    SCOPED_TRACE(std::string(row.attribute) + ": " + number);
+    if (row.isTaken) {
+      ExpectSet({{row.attribute, velAny(row.number), number.c_str()}});
+      continue;
+    }
+    const Object object = velNew<All>();
+    const std::string before = velPrinted(xany(object));
+    EXPECT_VEL_NATIVE(velSetAttr(object, row.attribute, velAny(row.number)),
+                      ("Integer out of range: " + number).c_str());
+    EXPECT_EQ(velPrinted(xany(object)), before);
+  }
+}
+
+TEST(VelMember, OfTypeFloatRefusesWhatIsTooLarge) {
+  const Object object = velNew<All>();
+  object->half = 0.5F;
+  EXPECT_VEL_NATIVE(velSetAttr(object, "half", velAny(1e300)),
+                    "Real number out of range: 1e+300");
+  EXPECT_VEL_NATIVE(velSetAttr(object, "maybeHalf", velAny(-1.5e300)),
+                    "Real number out of range: -1.5e+300");
+  EXPECT_EQ(object->half, 0.5F);
+  EXPECT_TRUE(velSetAttr(object, "half", velAny(double{std::numeric_limits<float>::max()})));
+  EXPECT_EQ(object->half, std::numeric_limits<float>::max());
 }
 
 // Uninit goes into an int as the number that stands for it, as with the core's own.

@@ -336,6 +336,15 @@ TEST(XIntSequence, GapsShowNoOldBytes) {
   }
 }
 
+// Of the template, whose hooks may be overridden, what is gained by growing.
+TEST(XTsSequence, GrowsByZeros) {
+  const xrchandle<xtssequence<int>> seq(new xtssequence<int>(0));
+  for (int i = 0; i < 64; ++i) seq->append(-1);
+  seq->removerange(1, 64);
+  seq->set(64, 7);
+  for (int i = 1; i < 64; ++i) EXPECT_EQ(seq->get(i), 0) << i;
+}
+
 TYPED_TEST(XTbSequence, ClearingTheEmptyDoesNothing) {
   auto seq = this->create();
   seq->clear();

@@ -111,16 +111,20 @@ struct velMember<float> : velStdMember<float> {
   static xrtti* type() { return velGetRtti_real(); }
   static float write(const xany& value) {
     if (value.getkind() != xanyReal) velThrowValueMismatch(type(), value);
-    return writeAs(type(), value);
+    const std::optional<float> got = velGet<float>(value);
+    if (!got) velThrowOutOfRange(value.operator double());
+    return *got;
   }
 };
 template <class T>
 struct velMember<T, std::enable_if_t<std::is_integral<T>::value>> : velStdMember<T> {
   static xrtti* type() { return velGetRtti_int(); }
   static T write(const xany& value) {
-    const T number = velStdMember<T>::writeAs(type(), value);
-    (void)velAny(number);  // what could not be read again is refused here
-    return number;
+    if (value.getkind() != xanyInt) velThrowValueMismatch(type(), value);
+    const std::optional<T> got = velGet<T>(value);
+    if (!got) velThrowOutOfRange(static_cast<long long>(value.operator int()));
+    (void)velAny(*got);  // what could not be read again is refused here
+    return *got;
   }
 };
 template <class T>

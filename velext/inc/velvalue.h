@@ -33,6 +33,8 @@
 /// Throws velXNativeException "Integer out of range: " and the number.
 [[noreturn]] VELSTD_API void velThrowOutOfRange(long long value);
 [[noreturn]] VELSTD_API void velThrowOutOfRange(unsigned long long value);
+/// Throws velXNativeException "Real number out of range: " and the number.
+[[noreturn]] VELSTD_API void velThrowOutOfRange(double value);
 /// Throws velXNativeException "Real number stands for no value: " and the number.
 [[noreturn]] VELSTD_API void velThrowReservedReal(double value);
 

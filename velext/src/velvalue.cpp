@@ -1,5 +1,6 @@
 #include "velvalue.h"
 
+#include <charconv>
 #include <cmath>
 #include <functional>
 #include <locale>
@@ -62,6 +63,12 @@ void velThrowOutOfRange(long long value) {
 
 void velThrowOutOfRange(unsigned long long value) {
   velXNativeException::Throw(("Integer out of range: " + std::to_string(value)).c_str());
+}
+
+void velThrowOutOfRange(double value) {
+  char digits[32];  // longer than any number is in its shortest form
+  *std::to_chars(digits, digits + sizeof digits - 1, value).ptr = '\0';
+  velXNativeException::Throw((std::string("Real number out of range: ") + digits).c_str());
 }
 
 void velThrowReservedReal(double value) {
