@@ -1109,6 +1109,9 @@ void ExpectLimits(unsigned largest, int most) {
     EXPECT_EQ(seq->getarraysize(), most);
     EXPECT_EQ(seq->calls, 0);
   }
+  seq->removerange(most - 1, most);
+  seq->append(value);
+  EXPECT_EQ(seq->getarraysize(), most);
   seq->removerange(0, INT_MAX);
   EXPECT_EQ(seq->getarraysize(), 0);
 
