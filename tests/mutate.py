@@ -74,11 +74,12 @@ FILES = {
     SERVICES + "velcollectionreads.cpp": WALKS,
 }
 
-# The source of the library that has most of the code of a header in it.
-BODIES = {SERVICES + header: SERVICES + "xcollections.cpp"
-          for header in ("xbasesequence.h", "xtbsequence.h", "xtcsequence.h", "xtssequence.h",
-                         "xsealed.h", "velbdict.h", "xtbdictionary.h", "xtcdictionary.h",
-                         "xtsdictionary.h")}
+# The sources of the library that have most of the code of a header in them.
+BODIES = {SERVICES + header: [SERVICES + "xcollections.cpp"]
+          for header in ("xtbsequence.h", "xtcsequence.h", "xtssequence.h", "xsealed.h",
+                         "xtbdictionary.h", "xtcdictionary.h", "xtsdictionary.h")}
+BODIES |= {SERVICES + stem + ".h": [SERVICES + "xcollections.cpp", SERVICES + stem + ".cpp"]
+           for stem in ("xbasesequence", "velbdict")}
 
 # Where every mutant has to die: load and growth thresholds, the hash and the step, the
 # choice between tombstones and empty slots, and who counts how often.
@@ -275,13 +276,14 @@ class Tree:
         return self.run([f"tests/{test}{suffix}", "--gtest_brief=1", "--gtest_fail_fast"],
                         seconds=self.limits.get(test, 60))
 
-    def make_alone(self, test, body=None):
-        """Compiles the test, and the body, with the header as it is now, for the library as it was."""
-        if (test, body) not in self.alone:
+    def make_alone(self, test, bodies=()):
+        """Compiles the test, and the bodies, with the header as it is now, for the library as it was."""
+        key = (test, *bodies)
+        if key not in self.alone:
             lines = subprocess.run(["ninja", "-t", "commands", test + "_test"], cwd=self.build,
                                    stdout=subprocess.PIPE, text=True, check=True).stdout
             own = [line for line in lines.split("\n") if f"CMakeFiles/{test}_test.dir/" in line]
-            if body:
+            for body in bodies:
                 # Compiled as the test is, and linked in front of the library.
                 source, stem = f"tests/{test}_test.cpp", pathlib.Path(body).name
                 object_file = f"{test}_test.cpp.o"
@@ -294,9 +296,9 @@ class Tree:
             commands = " && ".join(own).replace(f"{test}_test.dir/", f"{test}_alone.dir/")
             for folder in set(re.findall(r"-o (\S*/)[^/\s]+\.o\b", commands)):
                 (self.build / folder).mkdir(parents=True, exist_ok=True)
-            self.alone[test, body] = commands.replace(f"-o tests/{test}_test ",
-                                                      f"-o tests/{test}_alone ")
-        return self.run(["sh", "-c", self.alone[test, body]])
+            self.alone[key] = commands.replace(f"-o tests/{test}_test ",
+                                               f"-o tests/{test}_alone ")
+        return self.run(["sh", "-c", self.alone[key]])
 
     def outcome(self, mutant, tests):
         path = self.source / mutant.file
@@ -306,11 +308,11 @@ class Tree:
         path.write_text("\n".join(lines))
         # The code of a header is in the library, too, which takes a minute to build anew: what
         # only that would notice counts as alive.
-        body = BODIES.get(mutant.file)
+        bodies = BODIES.get(mutant.file, [])
         suffix = "_alone" if mutant.is_of_users else "_test"
         try:
             for test in tests:
-                if not (self.make_alone(test, body) if mutant.is_of_users else self.make(test)):
+                if not (self.make_alone(test, bodies) if mutant.is_of_users else self.make(test)):
                     return "stillborn"
                 if not self.passes(test, suffix):
                     return "killed"

@@ -59,6 +59,8 @@ std::vector<unsigned> placesBelow(unsigned bound) {
   return {places.begin(), places.end()};
 }
 
+TEST(VelPlaceSet, NoneIsAboveEveryPlace) { EXPECT_EQ(kNone, 4294967295U); }
+
 TEST(VelPlaceSet, FindsNothingInAnEmptyOne) {
   for (const unsigned bound : kBounds) {
     SCOPED_TRACE(bound);
